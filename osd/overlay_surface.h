@@ -1,0 +1,27 @@
+// The Direct3D surface that carries the overlay to the video renderer, and how the renderer is to show it.
+//
+// Units      1920 x 1080 pixels A8R8G8B8, the same layout as the canvas.
+// Threads    main thread only.
+// Ownership  each call makes a fresh Direct3D object, device and surface that live until the process ends:
+// the
+//            renderer of an earlier graph may still refer to the earlier ones.
+// Errors     reported (117, 118), and what was made so far is released again.
+#pragma once
+
+#include <windows.h>
+#include <d3d9.h>
+#include <dshow.h>
+#include <vmr9.h>
+
+namespace vistrame {
+
+inline constexpr int kOverlayWidth = 1920;
+inline constexpr int kOverlayHeight = 1080;
+
+extern IDirect3DSurface9* OverlaySurface;  // null until the first successful set-up
+extern VMR9AlphaBitmap OverlayAlphaBitmap; // filled by the set-up, handed to the renderer by the redraw
+
+// 1: surface cleared to transparent and record filled; 0: reported.
+int SetUpOverlaySurface(HWND focusWindow);
+
+} // namespace vistrame
