@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <functional>
+
+#include "transport/packet.h"
+
+namespace vistrame {
+
+// Cuts a byte stream that arrives in arbitrary chunks into whole transport packets, finding their distance by
+// itself: 188 bytes, 192 (4 bytes of time stamp in front of each) or 204 (16 bytes of error correction
+// behind).
+//
+// Units      bytes.
+// Threads    none of its own, not thread-safe: one instance per stream and thread.
+// Ownership  the sink borrows each packet until it returns; of a chunk only an unfinished tail is copied.
+// Errors     bytes that belong to no packet are dropped and counted, never reported. The first packets come
+// out
+//            once kSyncsToLock of them stand in a row; a single damaged sync byte costs its own packet only.
+class PacketCutter {
+public:
+    using Sink = std::function<void(const PacketView&)>;
+
+    // Enough syncs in a row that payload is not mistaken for one (below one in ten million), little enough
+    // data (under 4 ms at 2 Mbit/s) that nobody waits for it. Once the distance is known, fewer do.
+    static constexpr std::size_t kSyncsToLock = 5;
+    static constexpr std::size_t kSyncsToRelock = 3;
+
+    explicit PacketCutter(Sink sink);
+
+    // Calls the sink once per completed packet, in stream order. The sink must not call Feed or Flush.
+    void Feed(ByteSpan chunk);
+    // End of the stream: what whole packets are left come out although too few for a lock, the tail is
+    // dropped.
+    void Flush();
+    // Forgets tail, lock and counters. From inside the sink it takes effect when the sink returns, and the
+    // rest of the chunk is searched anew.
+    void Reset();
+
+    // Distance between packets, 0 before the first lock.
+    std::size_t Stride() const { return stride_; }
+    bool Locked() const { return locked_; }
+    std::uint64_t Packets() const { return packets_; }
+    std::uint64_t DroppedBytes() const { return dropped_; }
+
+private:
+    static constexpr std::size_t kMaxStride = 204;
+    static constexpr std::size_t kTailCapacity = (kSyncsToLock - 1) * kMaxStride + kPacketSize;
+
+    // Each takes what it can from the front of `bytes` and returns how much that was; 0 when it needs more.
+    std::size_t Consume(ByteSpan bytes);
+    std::size_t ConsumeLocked(ByteSpan bytes);
+    std::size_t ConsumeUnlocked(ByteSpan bytes);
+    void Emit(ByteSpan packet);
+
+    Sink sink_;
+    std::array<std::uint8_t, kTailCapacity> tail_{};
+    std::size_t tailSize_ = 0;
+    std::size_t stride_ = 0;
+    std::size_t skip_ = 0; // bytes to pass over before the next sync while locked
+    std::uint64_t packets_ = 0;
+    std::uint64_t dropped_ = 0;
+    bool locked_ = false;
+    bool inSink_ = false;
+    bool resetWanted_ = false;
+};
+
+} // namespace vistrame
