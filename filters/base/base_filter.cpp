@@ -1,0 +1,222 @@
+#include "filters/base/base_filter.h"
+
+#include <algorithm>
+
+#include "filters/base/base_pin.h"
+#include "filters/base/enumerators.h"
+
+namespace vistrame {
+
+BaseFilter::BaseFilter(const CLSID& classId) : classId_(classId) {}
+
+BaseFilter::~BaseFilter() = default;
+
+void* BaseFilter::FindInterface(REFIID iid) {
+    if (iid == IID_IPersist || iid == IID_IMediaFilter) {
+        return static_cast<IBaseFilter*>(this);
+    }
+    return WithInterfaces::FindInterface(iid);
+}
+
+ComPtr<IReferenceClock> BaseFilter::Clock() const {
+    const std::lock_guard lock(leafLock_);
+    return clock_;
+}
+
+ComPtr<IFilterGraph> BaseFilter::Graph() const {
+    const std::lock_guard lock(leafLock_);
+    return graph_;
+}
+
+bool BaseFilter::StreamTime(REFERENCE_TIME* now) const {
+    const ComPtr<IReferenceClock> clock = Clock();
+    if (state_ != State_Running || clock == nullptr || FAILED(clock->GetTime(now))) {
+        return false;
+    }
+    *now -= streamStart_;
+    return true;
+}
+
+void BaseFilter::NotifyGraph(long event, LONG_PTR first, LONG_PTR second) {
+    ComPtr<IMediaEventSink> sink;
+    {
+        const std::lock_guard lock(leafLock_);
+        sink = eventSink_;
+    }
+    if (sink != nullptr) {
+        (void)sink->Notify(event, first, second); // nobody can do anything about a lost event
+    }
+}
+
+HRESULT BaseFilter::GetClassID(CLSID* classId) {
+    if (classId == nullptr) {
+        return E_POINTER;
+    }
+    *classId = classId_;
+    return S_OK;
+}
+
+HRESULT BaseFilter::ActivatePins() {
+    const std::vector<BasePin*> pins = Pins();
+    for (std::size_t i = 0; i < pins.size(); ++i) {
+        if (const HRESULT result = pins[i]->Activate(); FAILED(result)) {
+            for (std::size_t started = 0; started <= i; ++started) {
+                pins[started]->Deactivate();
+            }
+            return result;
+        }
+    }
+    return S_OK;
+}
+
+HRESULT BaseFilter::Stop() {
+    const std::lock_guard lock(filterLock_);
+    if (state_ == State_Stopped) {
+        return S_OK;
+    }
+    state_ = State_Stopped;
+    for (BasePin* pin : Pins()) {
+        pin->Deactivate();
+    }
+    { const std::lock_guard streaming(streamLock_); } // whoever is still passing through leaves now
+    Stopped();
+    return S_OK;
+}
+
+HRESULT BaseFilter::Pause() {
+    const std::lock_guard lock(filterLock_);
+    if (state_ == State_Running) {
+        state_ = State_Paused;
+        Pausing();
+        return S_OK;
+    }
+    if (state_ == State_Paused) {
+        return S_OK;
+    }
+    if (const HRESULT result = Starting(); FAILED(result)) {
+        return result;
+    }
+    if (const HRESULT result = ActivatePins(); FAILED(result)) {
+        Stopped();
+        return result;
+    }
+    state_ = State_Paused;
+    return S_OK;
+}
+
+HRESULT BaseFilter::Run(REFERENCE_TIME start) {
+    const std::lock_guard lock(filterLock_);
+    if (state_ == State_Running) {
+        return S_OK;
+    }
+    if (const HRESULT result = Pause(); FAILED(result)) {
+        return result;
+    }
+    streamStart_ = start;
+    state_ = State_Running;
+    Running(start);
+    return S_OK;
+}
+
+HRESULT BaseFilter::GetState(DWORD /*milliseconds*/, FILTER_STATE* state) {
+    if (state == nullptr) {
+        return E_POINTER;
+    }
+    *state = state_;
+    return *state == State_Paused && !CanCueWhilePaused() ? VFW_S_CANT_CUE : S_OK;
+}
+
+HRESULT BaseFilter::SetSyncSource(IReferenceClock* clock) {
+    ComPtr<IReferenceClock> old; // let go after the lock
+    const std::lock_guard lock(leafLock_);
+    old.Swap(clock_);
+    clock_ = clock;
+    return S_OK;
+}
+
+HRESULT BaseFilter::GetSyncSource(IReferenceClock** clock) {
+    if (clock == nullptr) {
+        return E_POINTER;
+    }
+    *clock = Clock().Detach();
+    return S_OK;
+}
+
+HRESULT BaseFilter::EnumPins(IEnumPins** pins) {
+    if (pins == nullptr) {
+        return E_POINTER;
+    }
+    std::vector<ComPtr<IPin>> list;
+    for (BasePin* pin : Pins()) {
+        list.emplace_back(pin);
+    }
+    *pins = MakeObject<PinEnumerator>(std::move(list)).Detach();
+    return S_OK;
+}
+
+HRESULT BaseFilter::FindPin(LPCWSTR id, IPin** pin) {
+    if (id == nullptr || pin == nullptr) {
+        return E_POINTER;
+    }
+    *pin = nullptr;
+    for (BasePin* candidate : Pins()) {
+        if (candidate->Name() == id) {
+            *pin = ComPtr<IPin>(candidate).Detach();
+            return S_OK;
+        }
+    }
+    return VFW_E_NOT_FOUND;
+}
+
+HRESULT BaseFilter::QueryFilterInfo(FILTER_INFO* info) {
+    if (info == nullptr) {
+        return E_POINTER;
+    }
+    const std::lock_guard lock(leafLock_);
+    const std::size_t length = std::min<std::size_t>(name_.size(), MAX_FILTER_NAME - 1);
+    *std::copy_n(name_.begin(), length, info->achName) = L'\0';
+    info->pGraph = ComPtr<IFilterGraph>(graph_).Detach();
+    return S_OK;
+}
+
+HRESULT BaseFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+    const std::lock_guard filter(filterLock_);
+    IMediaEventSink* sink = nullptr;
+    if (graph != nullptr && SUCCEEDED(graph->QueryInterface(IID_PPV_ARGS(&sink)))) {
+        sink->Release(); // the graph outlives our membership; a reference would be a circle
+    }
+    const std::lock_guard lock(leafLock_);
+    graph_ = graph;
+    eventSink_ = sink;
+    name_ = graph != nullptr && name != nullptr ? name : L"";
+    return S_OK;
+}
+
+HRESULT BaseFilter::QueryVendorInfo(LPWSTR* /*info*/) {
+    return E_NOTIMPL; // the documented answer of a filter without vendor text
+}
+
+void BaseFilter::TakePin(std::unique_ptr<BasePin> pin) {
+    const std::lock_guard lock(leafLock_);
+    pins_.push_back(std::move(pin));
+}
+
+void BaseFilter::RetirePin(const BasePin& pin) {
+    const std::lock_guard lock(leafLock_);
+    const auto found = std::ranges::find(pins_, &pin, &std::unique_ptr<BasePin>::get);
+    if (found != pins_.end()) {
+        retiredPins_.push_back(std::move(*found));
+        pins_.erase(found);
+    }
+}
+
+std::vector<BasePin*> BaseFilter::Pins() const {
+    const std::lock_guard lock(leafLock_);
+    std::vector<BasePin*> list;
+    for (const std::unique_ptr<BasePin>& pin : pins_) {
+        list.push_back(pin.get());
+    }
+    return list;
+}
+
+} // namespace vistrame

@@ -1,0 +1,28 @@
+#include "filters/base/class_factory.h"
+
+#include <new>
+
+namespace vistrame {
+
+HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object) {
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    if (outer != nullptr) {
+        return CLASS_E_NOAGGREGATION;
+    }
+    try {
+        const ComPtr<IUnknown> made = create_();
+        return made == nullptr ? E_OUTOFMEMORY : made.Get()->QueryInterface(iid, object);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT ClassFactory::LockServer(BOOL lock) {
+    lock != FALSE ? ModuleUse::Add() : ModuleUse::Drop();
+    return S_OK;
+}
+
+} // namespace vistrame

@@ -1,0 +1,242 @@
+#include "filters/base/output_pin.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vistrame {
+
+OutputPin::OutputPin(BaseFilter& filter, std::wstring name)
+    : BasePin(filter, PINDIR_OUTPUT, std::move(name)) {}
+
+HRESULT OutputPin::Activate() {
+    announceType_ = false;
+    return allocator_ != nullptr ? allocator_->Commit() : S_OK;
+}
+
+void OutputPin::Deactivate() {
+    if (allocator_ != nullptr) {
+        (void)allocator_->Decommit(); // nothing to do about an allocator that will not
+    }
+}
+
+HRESULT OutputPin::Connect(IPin* peer, const AM_MEDIA_TYPE* type) {
+    const std::lock_guard lock(filter_.FilterLock());
+    if (const HRESULT result = CheckConnectable(peer); FAILED(result)) {
+        return result;
+    }
+    if (const HRESULT result = CheckPeer(peer); FAILED(result)) {
+        return result;
+    }
+    const AM_MEDIA_TYPE any{};
+    const AM_MEDIA_TYPE& pattern = type != nullptr ? *type : any;
+    if (!MediaType::IsPartial(pattern)) {
+        return TryType(peer, MediaType(pattern));
+    }
+    HRESULT result = TryOwnTypes(peer, pattern);
+    if (FAILED(result)) {
+        result = TryPeerTypes(peer, pattern);
+    }
+    if (FAILED(result) && pattern.majortype != GUID_NULL && pattern.subtype != GUID_NULL) {
+        result = TryType(peer, MediaType(pattern));
+    }
+    return result;
+}
+
+HRESULT OutputPin::ReceiveConnection(IPin* /*peer*/, const AM_MEDIA_TYPE* /*type*/) {
+    return E_UNEXPECTED; // connections start here
+}
+
+HRESULT OutputPin::NewSegment(REFERENCE_TIME /*start*/, REFERENCE_TIME /*stop*/, double /*rate*/) {
+    return E_UNEXPECTED;
+}
+
+HRESULT OutputPin::TryOwnTypes(IPin* peer, const AM_MEDIA_TYPE& pattern) {
+    HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
+    for (const MediaType& type : OfferedTypes()) {
+        if (!type.Matches(pattern)) {
+            continue;
+        }
+        result = TryType(peer, type);
+        if (SUCCEEDED(result)) {
+            break;
+        }
+    }
+    return result;
+}
+
+HRESULT OutputPin::TryPeerTypes(IPin* peer, const AM_MEDIA_TYPE& pattern) {
+    ComPtr<IEnumMediaTypes> types;
+    if (FAILED(peer->EnumMediaTypes(&types)) || types == nullptr) {
+        return VFW_E_NO_ACCEPTABLE_TYPES;
+    }
+    AM_MEDIA_TYPE* raw = nullptr;
+    while (types->Next(1, &raw, nullptr) == S_OK && raw != nullptr) {
+        const MediaType type(*raw);
+        MediaType::FreeTaskCopy(raw);
+        raw = nullptr;
+        if (type.Matches(pattern) && SUCCEEDED(TryType(peer, type))) {
+            return S_OK;
+        }
+    }
+    return VFW_E_NO_ACCEPTABLE_TYPES;
+}
+
+HRESULT OutputPin::TryType(IPin* peer, const MediaType& type) {
+    if (CheckMediaType(type) != S_OK) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    SetConnection(peer, type);
+    HRESULT result = peer->ReceiveConnection(this, &type.Get());
+    if (SUCCEEDED(result)) {
+        result = AgreeAllocator(peer);
+        if (SUCCEEDED(result)) {
+            result = Connected();
+        }
+        if (FAILED(result)) {
+            (void)peer->Disconnect(); // the connection never came about
+        }
+    }
+    if (FAILED(result)) {
+        Disconnected();
+        ClearConnection();
+    }
+    return result;
+}
+
+HRESULT OutputPin::AgreeAllocator(IPin* peer) {
+    ComPtr<IMemInputPin> input;
+    if (const HRESULT result = peer->QueryInterface(IID_PPV_ARGS(&input)); FAILED(result)) {
+        return result;
+    }
+    ALLOCATOR_PROPERTIES needs = NeededBuffers();
+    ALLOCATOR_PROPERTIES wanted{};
+    if (SUCCEEDED(input->GetAllocatorRequirements(&wanted))) {
+        needs.cBuffers = std::max(needs.cBuffers, wanted.cBuffers);
+        needs.cbBuffer = std::max(needs.cbBuffer, wanted.cbBuffer);
+        needs.cbAlign = std::max(needs.cbAlign, wanted.cbAlign);
+        needs.cbPrefix = std::max(needs.cbPrefix, wanted.cbPrefix);
+    }
+    needs.cBuffers = std::max(needs.cBuffers, 1L);
+    needs.cbBuffer = std::max(needs.cbBuffer, 1L);
+    needs.cbAlign = std::max(needs.cbAlign, 1L);
+
+    ComPtr<IMemAllocator> allocator;
+    if (SUCCEEDED(input->GetAllocator(&allocator)) && allocator != nullptr &&
+        SUCCEEDED(OfferAllocator(input.Get(), allocator.Get(), needs))) {
+        return S_OK;
+    }
+    allocator.Reset();
+    const HRESULT result =
+        CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&allocator));
+    return FAILED(result) ? result : OfferAllocator(input.Get(), allocator.Get(), needs);
+}
+
+HRESULT OutputPin::OfferAllocator(IMemInputPin* input, IMemAllocator* allocator, ALLOCATOR_PROPERTIES needs) {
+    ALLOCATOR_PROPERTIES actual{};
+    HRESULT result = allocator->SetProperties(&needs, &actual);
+    if (FAILED(result)) {
+        return result;
+    }
+    if (actual.cbBuffer < needs.cbBuffer) {
+        return VFW_E_BUFFER_OVERFLOW;
+    }
+    result = input->NotifyAllocator(allocator, FALSE);
+    if (SUCCEEDED(result)) {
+        input_ = input;
+        allocator_ = allocator;
+        bufferBytes_ = actual.cbBuffer;
+    }
+    return result;
+}
+
+void OutputPin::Disconnected() {
+    input_.Reset();
+    allocator_.Reset();
+    bufferBytes_ = 0;
+}
+
+HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
+    if (allocator_ == nullptr) {
+        return VFW_E_NOT_CONNECTED;
+    }
+    const HRESULT result = allocator_->GetBuffer(sample->ReleaseAndGetAddressOf(), nullptr, nullptr, flags);
+    if (FAILED(result) || !announceType_) {
+        return result;
+    }
+    const MediaType type = Type();
+    AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given
+    (void)(*sample)->SetMediaType(&fields);
+    announceType_ = false;
+    return result;
+}
+
+HRESULT OutputPin::Deliver(IMediaSample* sample) {
+    return input_ != nullptr ? input_->Receive(sample) : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverEndOfStream() {
+    const ComPtr<IPin> peer = Peer();
+    return peer != nullptr ? peer->EndOfStream() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+    const ComPtr<IPin> peer = Peer();
+    return peer != nullptr ? peer->NewSegment(start, stop, rate) : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverBeginFlush() {
+    const ComPtr<IPin> peer = Peer();
+    return peer != nullptr ? peer->BeginFlush() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::DeliverEndFlush() {
+    const ComPtr<IPin> peer = Peer();
+    return peer != nullptr ? peer->EndFlush() : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT OutputPin::EnlargeBuffers(long bufferBytes) {
+    ALLOCATOR_PROPERTIES now{};
+    if (const HRESULT result = allocator_->GetProperties(&now); FAILED(result)) {
+        return result;
+    }
+    bufferBytes_ = now.cbBuffer; // the peer may have changed it while it took the new type
+    if (now.cbBuffer >= bufferBytes) {
+        return S_OK;
+    }
+    ALLOCATOR_PROPERTIES wanted = now;
+    ALLOCATOR_PROPERTIES actual{};
+    wanted.cbBuffer = bufferBytes;
+    (void)allocator_->Decommit();
+    const HRESULT result = allocator_->SetProperties(&wanted, &actual);
+    const HRESULT committed = allocator_->Commit();
+    if (SUCCEEDED(result)) {
+        bufferBytes_ = actual.cbBuffer;
+    }
+    if (FAILED(result) || FAILED(committed)) {
+        return FAILED(result) ? result : committed;
+    }
+    return bufferBytes_ >= bufferBytes ? S_OK : VFW_E_BUFFER_OVERFLOW;
+}
+
+HRESULT OutputPin::ChangeType(const MediaType& type, long bufferBytes) {
+    const ComPtr<IPin> peer = Peer();
+    if (peer == nullptr) {
+        return VFW_E_NOT_CONNECTED;
+    }
+    const bool accepted = peer->QueryAccept(&type.Get()) == S_OK;
+    if (!accepted || bufferBytes > bufferBytes_) {
+        // Only a peer that reconnects can take a type it does not accept as it stands, or larger pictures.
+        const HRESULT result = peer->ReceiveConnection(this, &type.Get());
+        if (FAILED(result) && !accepted) {
+            return result;
+        }
+    }
+    if (const HRESULT result = EnlargeBuffers(bufferBytes); FAILED(result)) {
+        return result;
+    }
+    SetType(type);
+    announceType_ = true;
+    return S_OK;
+}
+
+} // namespace vistrame

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace vistrame {
+
+// A bounded queue with one worker thread: decouples whoever produces from whoever may block downstream.
+//
+// Units      each item has a weight (bytes, usually); the queue is full when count or weight would pass its
+// bound.
+//            An item heavier than the whole bound is taken by an empty queue.
+// Threads    TryPush, Clear and the counters from any thread; Start and Stop from one, never from the worker.
+//            The handler runs on the worker without the queue's lock.
+// Ownership  items move in and on to the handler.
+// Errors     a full or stopped queue refuses the item; the caller counts what it drops.
+template <class Item>
+class WorkQueue {
+public:
+    WorkQueue(std::size_t maxCount, std::size_t maxWeight) : maxCount_(maxCount), maxWeight_(maxWeight) {}
+    WorkQueue(const WorkQueue&) = delete;
+    WorkQueue& operator=(const WorkQueue&) = delete;
+    ~WorkQueue() { Stop(); }
+
+    void Start(std::function<void(Item&)> handler) {
+        Stop();
+        running_ = true;
+        worker_ = std::thread([this, handler = std::move(handler)] { Work(handler); });
+    }
+
+    // Drops what waits and joins the worker. Free the handler first if it may be blocked.
+    void Stop() {
+        BeginStop();
+        if (worker_.joinable()) {
+            worker_.join();
+        }
+    }
+    // The first half of Stop: from here on nothing is taken and nothing further is handled.
+    void BeginStop() {
+        const std::lock_guard lock(lock_);
+        running_ = false;
+        ClearLocked();
+        changed_.notify_all();
+    }
+
+    bool TryPush(Item item, std::size_t weight) {
+        const std::lock_guard lock(lock_);
+        const bool fits = items_.size() < maxCount_ && (items_.empty() || weight_ + weight <= maxWeight_);
+        if (!running_ || !fits) {
+            return false;
+        }
+        items_.emplace_back(std::move(item), weight);
+        weight_ += weight;
+        changed_.notify_all();
+        return true;
+    }
+
+    void Clear() {
+        const std::lock_guard lock(lock_);
+        ClearLocked();
+    }
+
+    // Waits until nothing waits and the handler is not running.
+    void WaitIdle() {
+        std::unique_lock lock(lock_);
+        changed_.wait(lock, [this] { return items_.empty() && !busy_; });
+    }
+
+    std::size_t Count() const {
+        const std::lock_guard lock(lock_);
+        return items_.size();
+    }
+    std::size_t Weight() const {
+        const std::lock_guard lock(lock_);
+        return weight_;
+    }
+
+private:
+    void ClearLocked() {
+        items_.clear();
+        weight_ = 0;
+        changed_.notify_all();
+    }
+
+    void Work(const std::function<void(Item&)>& handler) {
+        std::unique_lock lock(lock_);
+        while (true) {
+            changed_.wait(lock, [this] { return !running_ || !items_.empty(); });
+            if (!running_) {
+                return;
+            }
+            Item item = std::move(items_.front().first);
+            weight_ -= items_.front().second;
+            items_.pop_front();
+            busy_ = true;
+            lock.unlock();
+            handler(item);
+            lock.lock();
+            busy_ = false;
+            changed_.notify_all();
+        }
+    }
+
+    const std::size_t maxCount_;
+    const std::size_t maxWeight_;
+    mutable std::mutex lock_; // guards what follows
+    std::condition_variable changed_;
+    std::deque<std::pair<Item, std::size_t>> items_;
+    std::size_t weight_ = 0;
+    bool running_ = false;
+    bool busy_ = false;
+    std::thread worker_; // Start and Stop only
+};
+
+} // namespace vistrame
