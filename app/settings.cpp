@@ -1,0 +1,46 @@
+#include "app/settings.h"
+
+#include <cstring>
+
+#include <windows.h>
+
+#include "app/registry.h"
+
+namespace vistrame {
+
+std::uint32_t UseVMR9 = 0;
+std::uint32_t MPEG2Codec = 0;
+std::uint32_t MPEG4Codec = 0;
+std::uint32_t KorvixCodec = 0;
+std::uint32_t DebugOSD = 0;
+std::uint32_t TerminateOnVideoStall = 0;
+char ErrorLogDir[260] = "";
+
+namespace {
+
+constexpr char kDefaultErrorLogDir[] = "C:\\ErrorLogs\\";
+
+std::uint32_t ReadSetting(const char* name) {
+    return ReadRegistryDword(HKEY_CURRENT_USER, kSettingsKey, name);
+}
+
+} // namespace
+
+void ReadSettings() {
+    UseVMR9 = ReadSetting("UseVMR9");
+    MPEG2Codec = ReadSetting("MPEG2Codec");
+    MPEG4Codec = ReadSetting("MPEG4Codec");
+    KorvixCodec = ReadSetting("KorvixCodec");
+    DebugOSD = ReadSetting("DebugOSD");
+    TerminateOnVideoStall = ReadSetting("TerminateOnVideoStall");
+    if (!ReadRegistryString(HKEY_CURRENT_USER, kSettingsKey, "ErrorLogDir", ErrorLogDir,
+                            sizeof ErrorLogDir)) {
+        std::memcpy(ErrorLogDir, kDefaultErrorLogDir, sizeof kDefaultErrorLogDir);
+    }
+}
+
+std::uint32_t ReadAudioUnmuteMsec() {
+    return ReadSetting("AudioUnmuteMsec");
+}
+
+} // namespace vistrame
