@@ -1,0 +1,41 @@
+#pragma once
+
+#include "window/window_base.h"
+
+namespace vistrame {
+
+// Timers of the player window.
+enum PlayerTimer : UINT_PTR {
+    TIMER_STARTUP = 0,     // one shot, placeholder: its tick only ends it
+    TIMER_OSD_REFRESH = 2, // refreshes the overlay; nothing in this process starts it
+    TIMER_STALL_WATCH = 3, // runs from each successful graph build to the next teardown
+};
+inline constexpr UINT kStartupTimerMsec = 300;
+inline constexpr UINT kStallWatchMsec = 1000;
+
+// The process's one window: the video lies inside it, and every command of the analyzer arrives here.
+//
+// Threads    main thread.
+// Ownership  one object for the life of the process. Closing or destroying its window ends the process.
+class PlayerWindow final : public WindowBase {
+public:
+    ~PlayerWindow() override;
+
+    // Inside ParentWindow, or on its own when StandAlone; 720 x 576, shown at once and announced to the
+    // parent. Stores MainWindow.
+    void CreateAndAnnounce();
+
+    LRESULT OnCommand(WPARAM wParam, WORD notification) override;
+    LRESULT OnTimer(WPARAM timer) override;
+    LRESULT OnSize(WPARAM sizeType) override;
+    void OnPaint(HDC context, const PAINTSTRUCT& paint) override;
+
+    // The command dispatcher: carries out the analyzer's commands and ends the process with the window. It
+    // stands with the commands, in control/.
+    LRESULT HandleMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+};
+
+// Constructed before the entry point, destroyed at an orderly process exit.
+PlayerWindow& ThePlayerWindow();
+
+} // namespace vistrame
