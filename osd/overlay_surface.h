@@ -2,9 +2,8 @@
 //
 // Units      1920 x 1080 pixels A8R8G8B8, the same layout as the canvas.
 // Threads    main thread only.
-// Ownership  each call makes a fresh Direct3D object, device and surface that live until the process ends:
-// the
-//            renderer of an earlier graph may still refer to the earlier ones.
+// Ownership  each call makes a fresh Direct3D object, device and surface that live until the process ends: an
+//            earlier graph's renderer may still refer to the earlier ones.
 // Errors     reported (117, 118), and what was made so far is released again.
 #pragma once
 
@@ -14,9 +13,6 @@
 #include <vmr9.h>
 
 namespace vistrame {
-
-inline constexpr int kOverlayWidth = 1920;
-inline constexpr int kOverlayHeight = 1080;
 
 extern IDirect3DSurface9* OverlaySurface;  // null until the first successful set-up
 extern VMR9AlphaBitmap OverlayAlphaBitmap; // filled by the set-up, handed to the renderer by the redraw

@@ -1,0 +1,7 @@
+#include "osd/osd_element.h"
+
+namespace vistrame {
+
+std::array<OsdElement, 256> OsdElements{};
+
+} // namespace vistrame
