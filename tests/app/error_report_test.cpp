@@ -1,0 +1,136 @@
+// The diagnostic log and the error report: real files, a real message box.
+#include "app/error_report.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "app/debug_log.h"
+#include "app/process_state.h"
+#include "app/settings.h"
+#include "tests/support/files.h"
+#include "tests/support/message_boxes.h"
+
+namespace vistrame {
+namespace {
+
+using test::FileContents;
+
+void SetErrorLogDir(const std::string& directory) {
+    std::memcpy(ErrorLogDir, directory.c_str(), directory.size() + 1);
+}
+
+// Leaves most of a second for what must happen within one.
+void WaitForNewSecond() {
+    SYSTEMTIME start;
+    SYSTEMTIME now;
+    GetLocalTime(&start);
+    do {
+        Sleep(1);
+        GetLocalTime(&now);
+    } while (now.wSecond == start.wSecond);
+}
+
+TEST(DebugLog, IsSilentUntilOpenedThenAppendsWholeLinesAtOnce) {
+    DeleteFileA(test::kDebugLogPath);
+    EXPECT_EQ(DebugLog("before %d\r\n", 1), 0);
+    EXPECT_EQ(FileContents(test::kDebugLogPath), "(none)");
+
+    std::ofstream(test::kDebugLogPath, std::ios::binary) << "old";
+    OpenDebugLog();
+    EXPECT_EQ(DebugLog("Set Video: %04X\r\n", 0x1A2U), 0);
+    EXPECT_EQ(FileContents(test::kDebugLogPath), "oldSet Video: 01A2\r\n");
+
+    // Another program may write the shared file as well.
+    std::ofstream(test::kDebugLogPath, std::ios::binary | std::ios::app) << "other\r\n";
+    const std::string tooLong(5000, 'x');
+    DebugLog("%s", tooLong.c_str());
+    EXPECT_EQ(FileContents(test::kDebugLogPath), "oldSet Video: 01A2\r\nother\r\n" + tooLong.substr(0, 1023));
+}
+
+TEST(ErrorLog, OneFileASecondHoldsTheLaterText) {
+    const std::string directory = test::NewDirectory("errors");
+    SetErrorLogDir(directory);
+    WaitForNewSecond();
+    WriteErrorLogFile("101 the first, longer text");
+    WriteErrorLogFile("110 second\r\n");
+    const auto names = test::FilesIn(directory);
+    ASSERT_EQ(names.size(), 1U);
+    EXPECT_EQ(FileContents(directory + names[0]), "110 second\r\n");
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    EXPECT_EQ(names[0].substr(19), " " + std::to_string(now.wYear) + "  VistrameError.txt");
+
+    WaitForNewSecond();
+    WriteErrorLogFile("next");
+    EXPECT_EQ(test::FilesIn(directory).size(), 2U);
+}
+
+TEST(ErrorLog, TheDirectoryIsAPlainPrefixAndIsNeverCreated) {
+    const std::string parent = test::NewDirectory("prefix");
+    SetErrorLogDir(parent + "Logs");
+    WriteErrorLogFile("text");
+    const auto names = test::FilesIn(parent);
+    ASSERT_EQ(names.size(), 1U);
+    EXPECT_EQ(names[0].substr(0, 4), "Logs");
+    EXPECT_EQ(FileContents(parent + names[0]), "text");
+
+    SetErrorLogDir(parent + "missing\\");
+    WriteErrorLogFile("text");
+    SetErrorLogDir(parent + std::string(259 - parent.size(), 'x'));
+    WriteErrorLogFile("text"); // no room for a name: no file, and no harm
+    EXPECT_EQ(test::FilesIn(parent), names);
+}
+
+TEST(ErrorReport, GoesToLogFileAndBoxInThisOrderAndGivesUp) {
+    DeleteFileA(test::kDebugLogPath);
+    OpenDebugLog();
+    std::ofstream(test::kDebugLogPath, std::ios::trunc).close();
+    const std::string directory = test::NewDirectory("report");
+    SetErrorLogDir(directory);
+    MainWindow = CreateWindowExA(0, "STATIC", "owner", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100, nullptr, nullptr,
+                                 nullptr, nullptr);
+    const std::string longText = std::string(2000, 'y');
+    const struct {
+        int code;
+        std::string text;
+        std::string logLine;
+        std::string file;
+        std::string box;
+    } rows[] = {
+        {130, "Unable to load MPEG2 Demux", "Error: 130 Unable to load MPEG2 Demux\r\n",
+         "130 Unable to load MPEG2 Demux", "TV playback failed\nReason: Unable to load MPEG2 Demux"},
+        {-1, "ends itself\r\n", "Error: -1 ends itself\r\n\r\n", "-1 ends itself\r\n",
+         "TV playback failed\nReason: ends itself\r\n"},
+        {1, longText, ("Error: 1 " + longText).substr(0, 1023), ("1 " + longText).substr(0, 1023),
+         ("TV playback failed\nReason: " + longText).substr(0, 1023)},
+    };
+    std::string log;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.code);
+        log += row.logLine;
+        WaitForNewSecond();
+        const std::size_t filesBefore = test::FilesIn(directory).size();
+        test::MessageBoxes boxes;
+        boxes.whileOpen = [&](HWND) { // the caller is blocked, log and file are complete
+            EXPECT_EQ(FileContents(test::kDebugLogPath), log);
+            const auto names = test::FilesIn(directory);
+            ASSERT_EQ(names.size(), filesBefore + 1);
+            EXPECT_TRUE(std::ranges::any_of(
+                names, [&](const auto& name) { return FileContents(directory + name) == row.file; }));
+        };
+        EXPECT_EQ(ReportError(row.code, row.text.c_str()), 0);
+        ASSERT_EQ(boxes.shown.size(), 1U);
+        EXPECT_EQ(boxes.shown[0].text, row.box);
+        EXPECT_EQ(boxes.shown[0].caption, "Error");
+        EXPECT_EQ(boxes.shown[0].flags, UINT{MB_OK | MB_ICONERROR});
+        EXPECT_EQ(boxes.shown[0].owner, MainWindow);
+    }
+    DestroyWindow(MainWindow);
+    MainWindow = nullptr;
+}
+
+} // namespace
+} // namespace vistrame

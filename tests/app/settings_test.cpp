@@ -1,0 +1,102 @@
+// Settings as the real registry holds them, whatever it holds.
+#include "app/settings.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "app/registry.h"
+#include "tests/support/settings_key.h"
+
+namespace vistrame {
+namespace {
+
+constexpr char kDefaultDirectory[] = "C:\\ErrorLogs\\";
+
+struct Numbers {
+    std::uint32_t vmr9, mpeg2, mpeg4, korvix, osd, terminate;
+
+    bool operator==(const Numbers&) const = default;
+};
+
+Numbers ReadNumbers() {
+    ReadSettings();
+    return {UseVMR9, MPEG2Codec, MPEG4Codec, KorvixCodec, DebugOSD, TerminateOnVideoStall};
+}
+
+TEST(Settings, AreReadOrKeepTheirDefault) {
+    {
+        const test::SettingsKey key;
+        key.Set("UseVMR9", 1);
+        key.Set("MPEG2Codec", 0xFFFFFFFF);
+        key.Set("MPEG4Codec", 9);
+        key.Set("KorvixCodec", 2);
+        key.Set("DebugOSD", 3);
+        key.Set("TerminateOnVideoStall", 4);
+        key.Set("ErrorLogDir", "D:\\Logs");
+        EXPECT_EQ(ReadNumbers(), (Numbers{1, 0xFFFFFFFF, 9, 2, 3, 4}));
+        EXPECT_STREQ(ErrorLogDir, "D:\\Logs");
+
+        key.SetRaw("UseVMR9", REG_SZ, "abc", 4); // as many bytes as a number, and none
+        key.SetRaw("MPEG2Codec", REG_BINARY, "12345678", 8);
+        key.SetRaw("MPEG4Codec", REG_DWORD, "1", 1);
+        EXPECT_EQ(ReadNumbers(), (Numbers{0, 0, 0, 2, 3, 4}));
+    }
+    EXPECT_EQ(ReadNumbers(), Numbers{}) << "without a key";
+    EXPECT_STREQ(ErrorLogDir, kDefaultDirectory);
+    EXPECT_EQ(ReadAudioUnmuteMsec(), 0U);
+}
+
+TEST(Settings, AnErrorDirectoryThatIsNoShortTextIsReplacedByTheDefault) {
+    const std::string longest(259, 'x');
+    const struct {
+        DWORD type;
+        std::string bytes;
+        std::string directory;
+    } rows[] = {
+        {REG_SZ, std::string(1, '\0'), ""},
+        {REG_SZ, longest + '\0', longest},
+        {REG_SZ, longest + "x" + '\0', kDefaultDirectory},
+        {REG_SZ, std::string(100000, 'x'), kDefaultDirectory},
+        {REG_SZ, "C:\\unterminated\\", "C:\\unterminated\\"},
+        {REG_SZ, longest, longest},
+        {REG_SZ, longest + 'x', kDefaultDirectory}, // 260 bytes and no room for a terminator
+        {REG_EXPAND_SZ, std::string("%TEMP%\\") + '\0', "%TEMP%\\"},
+        {REG_DWORD, "abcd", kDefaultDirectory},
+        {REG_BINARY, std::string("C:\\") + '\0', kDefaultDirectory},
+    };
+    const test::SettingsKey key;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.bytes.substr(0, 30));
+        key.SetRaw("ErrorLogDir", row.type, row.bytes.data(), row.bytes.size());
+        ReadSettings();
+        EXPECT_EQ(std::string(ErrorLogDir), row.directory);
+    }
+}
+
+TEST(Settings, TheSilenceBeforeAFadeInIsReadAfreshEachTime) {
+    const test::SettingsKey key;
+    key.Set("AudioUnmuteMsec", 1500);
+    EXPECT_EQ(ReadAudioUnmuteMsec(), 1500U);
+    key.Set("AudioUnmuteMsec", 20);
+    EXPECT_EQ(ReadAudioUnmuteMsec(), 20U);
+}
+
+TEST(Registry, AKeyOfThe64BitViewAloneIsFoundToo) {
+    constexpr char kKey[] = "Software\\VistrameTest64";
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_ALL_ACCESS | KEY_WOW64_64KEY,
+                              nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    const DWORD number = 77;
+    RegSetValueExA(key, "Number", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
+    RegCloseKey(key);
+    HKEY redirected = nullptr;
+    EXPECT_NE(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ, &redirected), ERROR_SUCCESS);
+    EXPECT_EQ(ReadRegistryDword(HKEY_LOCAL_MACHINE, kKey, "Number"), 77U);
+    EXPECT_EQ(ReadRegistryDword(HKEY_LOCAL_MACHINE, kKey, "Other"), 0U);
+    RegDeleteKeyExA(HKEY_LOCAL_MACHINE, kKey, KEY_WOW64_64KEY, 0);
+}
+
+} // namespace
+} // namespace vistrame
