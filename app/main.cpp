@@ -3,6 +3,7 @@
 
 #include <winsock2.h>
 #include <windows.h>
+#include <objbase.h>
 
 #include "app/debug_log.h"
 #include "app/launch_fields.h"
