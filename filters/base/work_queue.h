@@ -71,6 +71,10 @@ public:
         changed_.wait(lock, [this] { return items_.empty() && !busy_; });
     }
 
+    bool Running() const {
+        const std::lock_guard lock(lock_);
+        return running_;
+    }
     std::size_t Count() const {
         const std::lock_guard lock(lock_);
         return items_.size();

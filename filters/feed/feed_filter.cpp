@@ -1,0 +1,130 @@
+#include "filters/feed/feed_filter.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+namespace vistrame {
+
+namespace {
+
+// Whole transport packets, so that aligned data stays aligned; about 30 ms of a 16 Mbit/s stream.
+constexpr long kSampleBytes = 188L * 348;
+constexpr long kSampleCount = 16;
+
+} // namespace
+
+class FeedFilter::TsOutPin final : public OutputPin {
+public:
+    explicit TsOutPin(FeedFilter& owner) : OutputPin(owner, L"TS Out"), owner_(owner) {}
+
+    HRESULT Activate() override {
+        const HRESULT result = OutputPin::Activate();
+        if (SUCCEEDED(result) && IsConnected()) {
+            owner_.failed_ = false;
+            owner_.queue_.Start([this](Block& block) { owner_.Send(block); });
+        }
+        return result;
+    }
+
+    void Deactivate() override {
+        owner_.queue_.BeginStop();
+        OutputPin::Deactivate(); // frees the worker from waiting for a buffer
+        owner_.queue_.Stop();
+    }
+
+    HRESULT CheckMediaType(const MediaType& type) override {
+        return type->majortype == MEDIATYPE_Stream && type->subtype == MEDIASUBTYPE_MPEG2_TRANSPORT
+                   ? S_OK
+                   : VFW_E_TYPE_NOT_ACCEPTED;
+    }
+
+    std::vector<MediaType> OfferedTypes() override {
+        MediaType type(MEDIATYPE_Stream, MEDIASUBTYPE_MPEG2_TRANSPORT);
+        type.SetFormat(FORMAT_None, {});
+        return {type};
+    }
+
+protected:
+    ALLOCATOR_PROPERTIES NeededBuffers() override {
+        return {.cBuffers = kSampleCount, .cbBuffer = kSampleBytes, .cbAlign = 1, .cbPrefix = 0};
+    }
+
+private:
+    FeedFilter& owner_;
+};
+
+FeedFilter::FeedFilter()
+    : WithReferenceClock(CLSID_KorvixFeedFilter),
+      queue_(kQueueItems, kQueueBytes),
+      pin_(AddPin(std::make_unique<TsOutPin>(*this))) {}
+
+HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
+    if (length == 0) {
+        return S_OK;
+    }
+    if (data == nullptr) {
+        return E_POINTER;
+    }
+    const std::lock_guard lock(pushLock_);
+    if (!queue_.Running()) {
+        missing_ = true;
+        return S_OK;
+    }
+    Block block;
+    try {
+        block.bytes.assign(data, data + length);
+    } catch (const std::bad_alloc&) {
+        missing_ = true;
+        droppedBytes_ += length;
+        return S_OK;
+    }
+    block.discontinuity = missing_;
+    missing_ = !queue_.TryPush(std::move(block), length);
+    if (missing_) {
+        droppedBytes_ += length;
+    }
+    return S_OK;
+}
+
+HRESULT FeedFilter::SendDiscontinuity() {
+    const std::lock_guard lock(pushLock_);
+    missing_ = true;
+    return S_OK;
+}
+
+HRESULT FeedFilter::SetPids2(ULONG value) {
+    pids2_ = static_cast<std::uint16_t>(value);
+    return S_OK;
+}
+
+HRESULT FeedFilter::SetMode(ULONG /*mode*/, ULONG /*option*/) {
+    return S_OK; // pushing live data is the only mode there is
+}
+
+void FeedFilter::Send(const Block& block) {
+    bool discontinuity = block.discontinuity || failed_;
+    std::span<const BYTE> left(block.bytes);
+    failed_ = false;
+    while (!left.empty() && !failed_) {
+        ComPtr<IMediaSample> sample;
+        BYTE* target = nullptr;
+        failed_ = FAILED(pin_.GetBuffer(&sample)) || FAILED(sample->GetPointer(&target));
+        if (failed_) {
+            break;
+        }
+        const std::size_t bytes =
+            std::min<std::size_t>(left.size(), static_cast<std::size_t>(sample->GetSize()));
+        std::memcpy(target, left.data(), bytes);
+        left = left.subspan(bytes);
+        (void)sample->SetActualDataLength(static_cast<long>(bytes)); // fits: at most GetSize()
+        (void)sample->SetSyncPoint(FALSE);
+        (void)sample->SetDiscontinuity(discontinuity ? TRUE : FALSE);
+        (void)sample->SetTime(nullptr, nullptr);
+        failed_ = pin_.Deliver(sample.Get()) != S_OK;
+        discontinuity = false;
+    }
+}
+
+} // namespace vistrame

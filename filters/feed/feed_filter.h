@@ -1,0 +1,76 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "filters/base/base_filter.h"
+#include "filters/base/output_pin.h"
+#include "filters/base/reference_clock.h"
+#include "filters/base/work_queue.h"
+#include "graph/maker_interfaces.h"
+
+namespace vistrame {
+
+// The live source: bytes of a transport stream that a caller pushes in come out of the pin "TS Out".
+//
+// Data flow  DeliverData copies into a bounded queue and returns; a worker cuts the bytes into samples and sends
+//            them downstream. Samples carry no times. A sample that does not continue the one before (data
+//            dropped here, or SendDiscontinuity) carries the discontinuity flag.
+// Threads    DeliverData and SendDiscontinuity from any thread at any time, and they never wait for anything
+//            downstream. The worker runs from Pause to Stop.
+// Ownership  data is copied before DeliverData returns.
+// Errors     data that arrives while stopped or unconnected is dropped; data that finds the queue full is dropped
+//            and counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
+//            the next sample: live data is not worth an end.
+class FeedFilter final
+    : public WithReferenceClock<WithInterfaces<BaseFilter, FeedData, FeedControl, IAMFilterMiscFlags>> {
+public:
+    // 3 s of a 40 Mbit/s stream: a longer stall downstream has lost the live edge anyway.
+    static constexpr std::size_t kQueueBytes = std::size_t{15} << 20;
+    static constexpr std::size_t kQueueItems = 16384; // bounds the overhead of many small deliveries
+
+    FeedFilter();
+
+    // FeedData
+    HRESULT STDMETHODCALLTYPE Reserved() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE DeliverData(const BYTE* data, ULONG length) override;
+    HRESULT STDMETHODCALLTYPE SendDiscontinuity() override;
+    HRESULT STDMETHODCALLTYPE SetPids2(ULONG value) override;
+    // FeedControl
+    HRESULT STDMETHODCALLTYPE SetMode(ULONG mode, ULONG option) override;
+    // IAMFilterMiscFlags
+    ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
+
+    // Bytes dropped because the queue was full, since the filter was made.
+    std::uint64_t DroppedBytes() const { return droppedBytes_; }
+    std::uint16_t Pids2() const { return pids2_; }
+
+protected:
+    ClockEngine& Engine() override { return clock_; }
+    bool CanCueWhilePaused() const override { return false; }
+
+private:
+    class TsOutPin;
+
+    struct Block {
+        std::vector<BYTE> bytes;
+        bool discontinuity = false; // does not continue the block before
+    };
+
+    ~FeedFilter() override = default;
+    void Send(const Block& block);
+
+    SystemClockEngine clock_;
+    WorkQueue<Block> queue_; // runs while the connected pin is active
+    std::mutex pushLock_;    // keeps data and marks in the order of the calls; guards missing_
+    bool missing_ = true;    // the next block does not continue what went before
+    bool failed_ = false;    // worker only: a sample was refused, the next does not continue
+    std::atomic<std::uint64_t> droppedBytes_ = 0;
+    std::atomic<std::uint16_t> pids2_ = 0x1FFF; // none
+    TsOutPin& pin_;
+};
+
+} // namespace vistrame
