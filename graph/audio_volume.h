@@ -2,8 +2,9 @@
 //
 // Units      hundredths of a decibel: -10000 silence, 0 full (IBasicAudio).
 // Threads    the main thread replaces the interface at each build; fade-in threads read it afresh at each
-// step. Reading
-//            yields a counted reference, so a step that overlaps a rebuild never calls a released object.
+//            step. What they read is a counted reference, so a step that overlaps a rebuild never calls a
+//            released object.
+// Ownership  the last renderer's interface is kept through teardown and until the process ends.
 #pragma once
 
 #include <atomic>

@@ -4,8 +4,7 @@
 // The order of the methods is binary contract, so an operation that is never called still holds its slot.
 //
 // Threads    every method may be called while the graph is stopped, paused or running; DeliverData comes from
-// the
-//            pipe reader's thread, everything else from the thread that owns the graph.
+//            the pipe reader's thread, everything else from the thread that owns the graph.
 // Ownership  the usual COM rules; buffers and texts are borrowed for the duration of the call.
 // Errors     HRESULT; values come back by pointer. Texts are narrow characters.
 #pragma once
@@ -13,8 +12,7 @@
 #include <windows.h>
 #include <unknwn.h>
 
-// The transport-stream feed filter: one output pin "TS Out"; offers FeedData, FeedControl and
-// IReferenceClock.
+// The stream's feed filter: one output pin "TS Out"; offers FeedData, FeedControl and IReferenceClock.
 inline constexpr CLSID CLSID_KorvixFeedFilter = {
     0xf3c95789, 0xace1, 0x4954, {0xac, 0x5d, 0x6b, 0xae, 0xd2, 0xea, 0xc9, 0x02}};
 

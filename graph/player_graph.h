@@ -5,6 +5,7 @@
 
 #include <windows.h>
 #include <dshow.h>
+#include <amvideo.h>
 #include <bdaiface.h>
 #include <d3d9.h>
 #include <vmr9.h>
@@ -22,8 +23,7 @@ inline constexpr std::uint32_t kNullPid = 0x1FFF; // MPEG-2 systems: the null pa
 //            FeedLock; the main thread takes FeedLock only to release and clear it. It is stored without the
 //            lock, so data flows into the feed filter while the rest of the graph is still being built.
 // Ownership  every field owns its reference. The object is never destroyed.
-// Errors     operations return 1 or 0 after reporting; results of connecting, mapping and running are
-// ignored.
+// Errors     operations return 1, or 0 after reporting; connecting, mapping and running fail silently.
 struct PlayerGraph {
     PlayerGraph();
     PlayerGraph(const PlayerGraph&) = delete;
@@ -76,6 +76,9 @@ private:
 
 // The process's graph, constructed before the entry point.
 PlayerGraph& ThePlayerGraph();
+
+// The renderer's statistics, kept for a debugger to look at and replaced by the next build; main thread only.
+Microsoft::WRL::ComPtr<IQualProp>& RendererQuality();
 
 // PID handed to the feed filter at each build (low 16 bits of the last SetPids2 command); main thread only.
 extern std::uint16_t PendingPids2;
