@@ -1,0 +1,124 @@
+# shellcheck shell=bash disable=SC2154
+# What a session consists of; sourced by tools/wine-session, whose options are its input.
+
+services=() # process ids, in order of start
+program=''
+
+# wait_for SECONDS TEST...: polls; false when the time is over.
+wait_for() {
+    local deadline=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        [ "$SECONDS" -lt "$deadline" ] || return 1
+        sleep 0.02
+    done
+}
+
+# Folders of sessions that were killed: their lock is free again.
+sweep_sessions() {
+    local folder
+    for folder in "$cache"/sessions/*/; do
+        [ -e "$folder/lock" ] || continue
+        if flock -n "$folder/lock" true; then
+            rm -rf "/tmp/$(basename "$folder")" "$folder"
+        fi
+    done
+}
+
+open_session() {
+    local template
+    template=$(cache_path wine-prefix)
+    [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
+    mkdir -p "$cache/sessions"
+    sweep_sessions
+    # Two folders: sockets need a short path, the prefix is hard links into the cache's file system.
+    VISTRAME_SESSION=$(mktemp -d /tmp/vistrame-session.XXXXXX)
+    state=$cache/sessions/$(basename "$VISTRAME_SESSION")
+    mkdir "$state" "$VISTRAME_SESSION"/{home,run}
+    chmod 700 "$VISTRAME_SESSION/run"
+    exec 8>"$state/lock"
+    flock 8
+    trap close_session EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+    export VISTRAME_SESSION WINEPREFIX=$state/prefix
+    cp -al "$template" "$WINEPREFIX"
+    # The registry is the session's own; the server replaces these files, but a copy is plainer than a proof.
+    cp --remove-destination "$template"/*.reg "$WINEPREFIX/"
+
+    [ -z "$private_display" ] || start_display
+    start_sound
+    start_wine_server
+    [ -z "$record" ] || start_recording
+}
+
+start_display() {
+    local number=$VISTRAME_SESSION/display
+    : >"$number"
+    setpriv --pdeathsig KILL Xvfb -displayfd 5 -screen 0 "${screen}x24" -noreset -nolisten tcp \
+        5>"$number" >"$VISTRAME_SESSION/xvfb.log" 2>&1 8>&- &
+    services+=($!)
+    wait_for 20 test -s "$number" || die "Xvfb does not start; see $VISTRAME_SESSION/xvfb.log"
+    DISPLAY=:$(cat "$number")
+    export DISPLAY LIBGL_ALWAYS_SOFTWARE=1
+    unset WAYLAND_DISPLAY XAUTHORITY
+    export XDG_RUNTIME_DIR=$VISTRAME_SESSION/run
+}
+
+# A null sink of the session's own; with the user's display the user's sound server, when it answers.
+start_sound() {
+    if [ -z "$private_display" ] && [ -z "$record" ] && pactl info >/dev/null 2>&1; then return; fi
+    local socket=$VISTRAME_SESSION/run/pulse
+    HOME=$VISTRAME_SESSION/home PULSE_RUNTIME_PATH=$VISTRAME_SESSION/run/pulse.d \
+        setpriv --pdeathsig KILL pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no \
+        --disable-shm=yes --realtime=no --high-priority=no \
+        --load="module-null-sink sink_name=cap rate=48000 channels=2" \
+        --load="module-native-protocol-unix socket=$socket auth-anonymous=1" \
+        >"$VISTRAME_SESSION/pulse.log" 2>&1 8>&- &
+    services+=($!)
+    export PULSE_SERVER=unix:$socket
+    wait_for 20 test -S "$socket" || die "PulseAudio does not start; see $VISTRAME_SESSION/pulse.log"
+}
+
+# One server for the session's life: without it each program would start and end Wine anew. It returns when the
+# server is ready. Should this session be killed, the server goes two minutes after its last program.
+start_wine_server() {
+    (
+        wine_surroundings
+        wine_environment
+        export HOME=$VISTRAME_SESSION/home
+        exec "${in_wine[@]}" "$wine_server" -p120
+    ) >"$VISTRAME_SESSION/wineserver.log" 2>&1 8>&- || die "Wine's server does not start; see $VISTRAME_SESSION/wineserver.log"
+}
+
+start_recording() {
+    mkdir -p "$(dirname "$record")"
+    setpriv --pdeathsig TERM parec --device=cap.monitor --file-format=wav --format=s16le --rate=48000 --channels=2 \
+        --latency-msec=20 "$record" 2>"$VISTRAME_SESSION/parec.log" 8>&- &
+    recorder=$!
+    wait_for 10 test -s "$record" || die "the sound cannot be recorded; see $VISTRAME_SESSION/parec.log"
+}
+
+close_session() {
+    local pid index
+    trap '' INT TERM HUP
+    [ -z "$program" ] || { kill "$program" 2>/dev/null && wait "$program"; } || true
+    # parec completes the file's header when it is told to end.
+    [ -z "${recorder:-}" ] || { kill "$recorder" && wait "$recorder"; } 2>/dev/null || true
+    (
+        wine_surroundings
+        HOME=$VISTRAME_SESSION/home timeout 10 "${in_wine[@]}" "$wine_server" -k
+    ) >/dev/null 2>&1 8>&- || true
+    for ((index = ${#services[@]} - 1; index >= 0; index--)); do
+        pid=${services[index]}
+        kill "$pid" 2>/dev/null || true
+    done
+    wait
+    if [ -n "$keep" ]; then
+        echo "session kept: $VISTRAME_SESSION, prefix $WINEPREFIX" >&2
+    else
+        # Wine names its socket's folder here.
+        [ ! -s "$WINEPREFIX/wineserver" ] || rm -rf "/tmp/$(basename "$(cat "$WINEPREFIX/wineserver")")"
+        rm -rf "$state" "$VISTRAME_SESSION"
+    fi
+}

@@ -1,0 +1,46 @@
+# shellcheck shell=bash
+# How this repository runs Wine: the machine's own when it is 9 or newer and runs 32-bit programs, otherwise the
+# set-up's root folder through bubblewrap. build/wine-root tells which: a root, or a folder with the file `host`.
+
+wine_root=$repo/build/wine-root
+
+# The version of the machine's own Wine when it is new enough, otherwise nothing.
+host_wine_version() {
+    local version
+    version=$(wine --version 2>/dev/null) || return 0
+    [[ $version =~ ^wine-([0-9]+) ]] && [ "${BASH_REMATCH[1]}" -ge 9 ] && printf '%s\n' "$version"
+    return 0
+}
+
+# Fills the array `in_wine` with the command prefix that puts a program into Wine's surroundings.
+wine_surroundings() {
+    in_wine=()
+    wine_loader=wine wine_server=wineserver
+    [ ! -e "$wine_root/host" ] || return 0
+    local root link part
+    root=$(readlink -f "$wine_root")
+    [ -d "$root/usr" ] || die "Wine is not set up yet: run 'make setup'."
+    # The loader itself, not its script: one process less to wait for, and it becomes the Windows process.
+    wine_loader=/usr/lib/wine/wine64 wine_server=/usr/lib/wine/wineserver64
+    in_wine=(bwrap --die-with-parent --dev-bind /dev /dev --proc /proc --ro-bind /sys /sys)
+    for link in bin sbin lib lib64; do in_wine+=(--symlink "usr/$link" "/$link"); done
+    in_wine+=(--ro-bind "$root/usr" /usr --ro-bind "$root/etc" /etc --ro-bind "$root/var" /var)
+    for part in /etc/passwd /etc/group /etc/machine-id /etc/localtime; do
+        [ -e "$part" ] && in_wine+=(--ro-bind "$(readlink -f "$part")" "$part")
+    done
+    # What the programs read and write: temporary files and sockets, this checkout, the cache, where we are.
+    in_wine+=(--bind /tmp /tmp --bind "$repo" "$repo" --bind "$cache" "$cache")
+    for part in "${XDG_RUNTIME_DIR:-}" "${XAUTHORITY:-}" "${TMPDIR:-}" "$PWD"; do
+        case $part in /tmp | /tmp/* | "$repo" | "$repo"/* | "$cache"/* | / | '') ;;
+        *) [ ! -e "$part" ] || in_wine+=(--bind "$part" "$part") ;;
+        esac
+    done
+    in_wine+=(--chdir "$PWD" --)
+}
+
+# What every Wine process of ours gets besides. Sets nothing that a caller has set on purpose.
+wine_environment() {
+    export WINEDEBUG=${WINEDEBUG:--all}
+    # No .NET or HTML engine is installed, nor wanted; no desktop menus either.
+    export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
+}
