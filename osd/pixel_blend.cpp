@@ -1,7 +1,7 @@
 #include "osd/pixel_blend.h"
 
 #ifdef __SSE2__
-#include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 namespace vistrame {
@@ -10,75 +10,99 @@ namespace {
 
 #ifdef __SSE2__
 
-// Four pixels at a time, their components as sixteen-bit numbers with seven fraction bits: the rule of
-// BlendedComponent with the high half of a signed product doing the multiplication and the floor.
+// Components as sixteen-bit numbers with seven fraction bits; the high half of a signed product does the
+// multiplication and the floor of the rule. Two pixels' components lie in one register.
 //
 // A slope of one half or more does not fit a signed number: it goes in less one, and the factor it is short by,
 // old - new, is added back; together with + new that makes + old. The alpha component becomes a blend towards 255
-// with the slope rounded down: 255 + floor((old - 255) x slope) is floor(old x slope') + A with the decision at whole
-// numbers turned round.
-template <bool kSlopeOverHalf>
-class FourPixelBlend {
-public:
-    explicit FourPixelBlend(std::uint32_t colour) {
-        const auto slope = static_cast<short>(KeepSlope(colour >> 24) - (kSlopeOverHalf ? 65536 : 0));
+// with the slope rounded down: 255 + floor((old - 255) x slope) decides at whole numbers as floor(old x keep) + A
+// does.
+struct BlendFactors {
+    explicit BlendFactors(std::uint32_t colour) : slopeOverHalf(colour >> 24 < 128) {
+        const auto slope = static_cast<short>(KeepSlope(colour >> 24) - (slopeOverHalf ? 65536 : 0));
         const auto alphaSlope = static_cast<short>(slope - 1);
-        slopes_ = _mm_set_epi16(alphaSlope, slope, slope, slope, alphaSlope, slope, slope, slope);
+        slopes = _mm_set_epi16(alphaSlope, slope, slope, slope, alphaSlope, slope, slope, slope);
         const __m128i bytes = _mm_set1_epi32(static_cast<int>(colour | 0xFF000000));
-        added_ = _mm_srli_epi16(_mm_unpacklo_epi8(_mm_setzero_si128(), bytes), 1);
+        added = _mm_srli_epi16(_mm_unpacklo_epi8(_mm_setzero_si128(), bytes), 1);
     }
 
-    __m128i operator()(__m128i old) const {
-        const __m128i zero = _mm_setzero_si128();
-        return _mm_packus_epi16(Half(_mm_unpacklo_epi8(zero, old)), Half(_mm_unpackhi_epi8(zero, old)));
-    }
-
-private:
-    // Two pixels, each component in the high byte of its sixteen bits.
-    __m128i Half(__m128i oldInHighBytes) const {
-        const __m128i old = _mm_srli_epi16(oldInHighBytes, 1);
-        const __m128i product = _mm_mulhi_epi16(_mm_sub_epi16(old, added_), slopes_);
-        return _mm_srli_epi16(_mm_add_epi16(product, kSlopeOverHalf ? old : added_), 7);
-    }
-
-    __m128i slopes_;
-    __m128i added_;
+    bool slopeOverHalf; // of all components: none comes near one half
+    __m128i slopes;
+    __m128i added;
 };
 
 template <bool kSlopeOverHalf>
-void BlendFours(std::uint8_t* pixels, std::size_t stride, int fours, int h, std::uint32_t colour) {
-    const FourPixelBlend<kSlopeOverHalf> blend(colour);
+void BlendFours(std::uint8_t* pixels, int count, const BlendFactors& factors) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i slopes = factors.slopes, added = factors.added;
+    for (auto *at = reinterpret_cast<__m128i*>(pixels), *end = at + count; at != end; ++at) {
+        const __m128i four = _mm_loadu_si128(at);
+        const __m128i low = _mm_srli_epi16(_mm_unpacklo_epi8(zero, four), 1);
+        const __m128i high = _mm_srli_epi16(_mm_unpackhi_epi8(zero, four), 1);
+        const __m128i lowProduct = _mm_mulhi_epi16(_mm_sub_epi16(low, added), slopes);
+        const __m128i highProduct = _mm_mulhi_epi16(_mm_sub_epi16(high, added), slopes);
+        const __m128i lowSum = _mm_add_epi16(lowProduct, kSlopeOverHalf ? low : added);
+        const __m128i highSum = _mm_add_epi16(highProduct, kSlopeOverHalf ? high : added);
+        _mm_storeu_si128(at, _mm_packus_epi16(_mm_srli_epi16(lowSum, 7), _mm_srli_epi16(highSum, 7)));
+    }
+}
+
+// The same, twice as wide: unpacking and packing stay within each half of a register, so the order comes back.
+template <bool kSlopeOverHalf>
+[[gnu::target("avx2")]] void BlendEights(std::uint8_t* pixels, int count, const BlendFactors& factors) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i slopes = _mm256_broadcastsi128_si256(factors.slopes);
+    const __m256i added = _mm256_broadcastsi128_si256(factors.added);
+    for (auto *at = reinterpret_cast<__m256i*>(pixels), *end = at + count; at != end; ++at) {
+        const __m256i eight = _mm256_loadu_si256(at);
+        const __m256i low = _mm256_srli_epi16(_mm256_unpacklo_epi8(zero, eight), 1);
+        const __m256i high = _mm256_srli_epi16(_mm256_unpackhi_epi8(zero, eight), 1);
+        const __m256i lowProduct = _mm256_mulhi_epi16(_mm256_sub_epi16(low, added), slopes);
+        const __m256i highProduct = _mm256_mulhi_epi16(_mm256_sub_epi16(high, added), slopes);
+        const __m256i lowSum = _mm256_add_epi16(lowProduct, kSlopeOverHalf ? low : added);
+        const __m256i highSum = _mm256_add_epi16(highProduct, kSlopeOverHalf ? high : added);
+        _mm256_storeu_si256(at,
+                            _mm256_packus_epi16(_mm256_srli_epi16(lowSum, 7), _mm256_srli_epi16(highSum, 7)));
+    }
+}
+
+using BlendRun = void (*)(std::uint8_t* pixels, int count, const BlendFactors& factors);
+
+// Blends the columns from the left that fill whole registers of this width; the columns done.
+int BlendWideColumns(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour,
+                     BlendWidth width) {
+    const BlendFactors factors(colour);
+    const bool eights = width == BlendWidth::kEight;
+    const BlendRun over = eights ? BlendEights<true> : BlendFours<true>;
+    const BlendRun under = eights ? BlendEights<false> : BlendFours<false>;
+    const BlendRun run = factors.slopeOverHalf ? over : under;
+    const int atOnce = static_cast<int>(width);
     for (int y = 0; y < h; ++y) {
-        auto* at = reinterpret_cast<__m128i*>(pixels + static_cast<std::size_t>(y) * stride);
-        for (const __m128i* end = at + fours; at != end; ++at) {
-            _mm_storeu_si128(at, blend(_mm_loadu_si128(at)));
-        }
+        run(pixels + static_cast<std::size_t>(y) * stride, w / atOnce, factors);
     }
-}
-
-// The columns done, counted from the left.
-int BlendWideColumns(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour) {
-    const int fours = w / 4;
-    if (colour >> 24 < 128) {
-        BlendFours<true>(pixels, stride, fours, h, colour);
-    } else {
-        BlendFours<false>(pixels, stride, fours, h, colour);
-    }
-    return fours * 4;
-}
-
-#else
-
-int BlendWideColumns(std::uint8_t*, std::size_t, int, int, std::uint32_t) {
-    return 0;
+    return w / atOnce * atOnce;
 }
 
 #endif
 
 } // namespace
 
-void BlendColourOver(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour) {
-    const int done = BlendWideColumns(pixels, stride, w, h, colour);
+BlendWidth WidestBlend() {
+#ifdef __SSE2__
+    return __builtin_cpu_supports("avx2") ? BlendWidth::kEight : BlendWidth::kFour;
+#else
+    return BlendWidth::kOne;
+#endif
+}
+
+void BlendColourOver(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour,
+                     BlendWidth width) {
+    int done = 0;
+#ifdef __SSE2__
+    if (width != BlendWidth::kOne) {
+        done = BlendWideColumns(pixels, stride, w, h, colour, width);
+    }
+#endif
     for (int y = 0; y < h; ++y) {
         std::uint8_t* row = pixels + static_cast<std::size_t>(y) * stride;
         for (int x = done; x < w; ++x) {

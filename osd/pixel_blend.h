@@ -59,8 +59,15 @@ inline void StorePixel(std::uint8_t* at, std::uint32_t pixel) {
     std::memcpy(at, &pixel, sizeof pixel);
 }
 
+// Pixels that are blended in one step; the results do not depend on it.
+enum class BlendWidth { kOne = 1, kFour = 4, kEight = 8 };
+
+// The widest this processor has.
+BlendWidth WidestBlend();
+
 // Blends one colour, its alpha 1 to 254, over a rectangle of w x h pixels whose rows are `stride` bytes apart.
-void BlendColourOver(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour);
+void BlendColourOver(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour,
+                     BlendWidth width = WidestBlend());
 
 // Writes one colour to a rectangle of w x h pixels whose rows are `stride` bytes apart.
 void FillWithColour(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour);
