@@ -18,18 +18,34 @@ die() {
     exit 1
 }
 
+# heartbeat LOG: every ten seconds the last thing a long step said.
+heartbeat() {
+    local seconds=0 last
+    while sleep 10; do
+        seconds=$((seconds + 10))
+        last=$(tail -c 400 "$1" | tr '\r' '\n' | sed '/^ *$/d' | tail -n 1 | cut -c1-90)
+        doing "($seconds s) $last"
+    done
+}
+
 # step TITLE COMMAND...: runs the command with its output in a log, tells the time it took.
 step() {
-    local title=$1 log started=$SECONDS status=0
+    local title=$1 log started=$SECONDS status=0 watcher
     shift
     log=$logs/$(tr -cs 'a-zA-Z0-9\n' '-' <<<"$title").log
     printf '  -> %s\n' "$title" >&3
+    : >"$log"
+    heartbeat "$log" &
+    watcher=$!
     "$@" >"$log" 2>&1 || status=$?
+    kill "$watcher" && wait "$watcher" 2>/dev/null || true
     if [ "$status" -ne 0 ]; then
         # A one-line reason from die() is told as it is; anything else with the log's end.
-        if grep '^vistrame set-up: ' "$log" >&2; then exit "$status"; fi
-        tail -n 25 "$log" | sed 's/^/     | /' >&2
-        die "'$title' failed; its whole output is in $log. Run the same command again to resume."
+        if ! grep '^vistrame set-up: ' "$log" >&2; then
+            tail -n "${failure_lines:-25}" "$log" | sed 's/^/     | /' >&2
+            printf 'vistrame set-up: "%s" failed; its whole output is in %s\n' "$title" "$log" >&2
+        fi
+        exit 1
     fi
     printf '     %s: %d s\n' "$title" $((SECONDS - started)) >&3
 }

@@ -27,8 +27,7 @@ sweep_sessions() {
 
 open_session() {
     local template
-    template=$(cache_path wine-prefix)
-    [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
+    template=$(readlink -f "$repo/build/wine-prefix") && [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
     mkdir -p "$cache/sessions"
     sweep_sessions
     # Two folders: sockets need a short path, the prefix is hard links into the cache's file system.
@@ -46,7 +45,11 @@ open_session() {
     # The registry is the session's own; the server replaces these files, but a copy is plainer than a proof.
     cp --remove-destination "$template"/*.reg "$WINEPREFIX/"
 
-    [ -z "$private_display" ] || start_display
+    if [ -n "$private_display" ]; then
+        # Nobody manages windows there: Wine draws their frames and gives them the keyboard itself.
+        printf '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n' >>"$WINEPREFIX/user.reg"
+        start_display
+    fi
     start_sound
     start_wine_server
     [ -z "$record" ] || start_recording

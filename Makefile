@@ -1,0 +1,35 @@
+# The commands of this repository; each gets ready what it needs first. The work is done in tools/.
+.DEFAULT_GOAL := help
+.PHONY: help setup build test play format-check tidy bench fuzz clean
+
+help: ## this list
+	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/  make \1|\2/p' $(MAKEFILE_LIST) | awk -F'|' '{printf "%-20s %s\n", $$1, $$2}'
+
+play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
+	@tools/play $(if $(STREAM),"$(STREAM)")
+
+test: ## build everything and run every test
+	@tools/test
+
+build: ## build the product: build/mingw32
+	@tools/setup play
+	@tools/build mingw32
+
+setup: ## packages, Wine and libraries, and nothing else
+	@tools/setup
+
+format-check: ## is every source laid out as .clang-format says?
+	@tools/setup check
+	@tools/format-check
+
+tidy: ## clang-tidy over every source
+	@tools/tidy-all
+
+bench: ## measure what is claimed to be fast
+	@tools/bench
+
+fuzz: ## SECONDS=60 of every fuzz target
+	@tools/fuzz $(or $(SECONDS),60)
+
+clean: ## remove this checkout's build folders; the cache outside stays
+	@rm -rf build
