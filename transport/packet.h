@@ -41,10 +41,9 @@ public:
     std::size_t AdaptationStuffing() const;
 
 private:
-    // Whole adaptation field behind its length byte; empty when there is none.
+    // The adaptation field behind its length byte; empty when there is none.
     ByteSpan Adaptation() const;
     unsigned AdaptationFlags() const;
-    std::size_t PayloadOffset() const;
 
     const std::uint8_t* bytes_;
 };

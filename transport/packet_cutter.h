@@ -45,19 +45,26 @@ public:
 
 private:
     static constexpr std::size_t kMaxStride = 204;
+    // The most that can be short of a decision, and one packet.
     static constexpr std::size_t kTailCapacity = (kSyncsToLock - 1) * kMaxStride + kPacketSize;
 
     // Each takes what it can from the front of `bytes` and returns how much that was; 0 when it needs more.
     std::size_t Consume(ByteSpan bytes);
     std::size_t ConsumeLocked(ByteSpan bytes);
-    std::size_t ConsumeUnlocked(ByteSpan bytes);
-    void Emit(ByteSpan packet);
+    std::size_t Search(ByteSpan bytes);
+    // Returns what is left of the chunk when the tail has been used up or the chunk has.
+    ByteSpan ConsumeTail(ByteSpan chunk);
+    void Lock(std::size_t stride);
+    void Drop(std::size_t bytes);
+    void Emit(ByteSpan bytes);
+    void DoReset();
 
     Sink sink_;
     std::array<std::uint8_t, kTailCapacity> tail_{};
     std::size_t tailSize_ = 0;
     std::size_t stride_ = 0;
-    std::size_t skip_ = 0; // bytes to pass over before the next sync while locked
+    std::size_t skip_ = 0; // bytes to pass over before the next packet while locked
+    std::size_t droppedInSearch_ = 0;
     std::uint64_t packets_ = 0;
     std::uint64_t dropped_ = 0;
     bool locked_ = false;

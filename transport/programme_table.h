@@ -1,8 +1,9 @@
 #pragma once
 
+#include <bitset>
 #include <map>
 #include <memory>
-#include <set>
+#include <vector>
 
 #include "transport/packet_cutter.h"
 #include "transport/section_assembler.h"
@@ -12,18 +13,19 @@ namespace vistrame {
 
 struct Programme {
     std::uint16_t number = 0;
-    std::string name; // of the service table, UTF-8; empty when there is none
+    std::string name; // of the service table, UTF-8; empty when it says none
     Pid pmtPid = kNullPid;
-    Pid pcrPid = kNullPid; // kNullPid: none, or PMT not in yet
+    Pid pcrPid = kNullPid; // kNullPid: none, or the PMT is not in yet
     std::vector<ElementaryStream> streams;
-    bool mapped = false; // PMT is in
+    bool mapped = false; // the PMT is in
 };
 
 // The programmes of a stream, kept up to date from its packets.
 //
 // Threads    none of its own, not thread-safe.
-// Ownership  answers references into itself, good until the next packet.
-// Errors     damaged sections are ignored: tables repeat.
+// Ownership  answers references into itself, good until the next Push() or Reset().
+// Errors     damaged sections are ignored: tables repeat. What counts is the tables' content, not their version
+//            number, so a stream that continues with another one's tables is followed too.
 class ProgrammeTable {
 public:
     ProgrammeTable();
@@ -33,39 +35,53 @@ public:
 
     // True when the packet completed a section that changed something.
     bool Push(const PacketView& packet);
-    // Whether Push would look into packets of this PID at all.
-    bool Wants(Pid pid) const;
+    // Whether Push() looks into packets of this PID.
+    bool Wants(Pid pid) const { return wanted_[pid]; }
     void Reset();
 
-    // PAT and the PMT of every programme in it are in and, when a service table was seen, all of that.
+    // PAT and the PMT of every programme in it are in and, where a service table has begun, all of that. A programme that
+    // is announced but not in the stream keeps this false for good, and names may begin up to 2 s after the
+    // rest: how long to look is the caller's choice.
     bool Complete() const;
-    bool PatSeen() const { return patVersion_ >= 0; }
+    bool PatSeen() const { return patSeen_; }
+    bool NamesComplete() const { return services_.Complete(); }
     // In ascending order of their numbers.
     const std::vector<Programme>& Programmes() const { return programmes_; }
     const Programme* FindProgramme(std::uint16_t number) const;
-    // The first programme with this PID among its elementary streams, and the stream in it; null when none
-    // has it.
+    // The first programme with this PID among its elementary streams, and the stream in it; null when none has it.
     const Programme* FindProgrammeOf(Pid elementary) const;
     const ElementaryStream* FindStream(Pid elementary) const;
 
 private:
+    // Sections of one version of a table, by number; another version empties it.
+    template <typename Section>
+    class Collection {
+    public:
+        void Add(const Section& section);
+        bool Begun() const { return !sections_.empty(); }
+        bool Complete() const { return Begun() && sections_.size() == std::size_t{last_} + 1; }
+        const std::map<std::uint8_t, Section>& Sections() const { return sections_; }
+
+    private:
+        std::map<std::uint8_t, Section> sections_;
+        std::uint8_t version_ = 0;
+        std::uint8_t last_ = 0;
+    };
+
     void OnPat(ByteSpan section);
     void OnPmt(Pid pid, ByteSpan section);
     void OnSdt(ByteSpan section);
-    void AdoptPat();
+    void AdoptProgrammes(const std::map<std::uint16_t, Pid>& pmtPids);
+    std::string NameOf(std::uint16_t programme) const;
 
-    SectionAssembler pat_;
-    SectionAssembler sdt_;
-    std::map<Pid, std::unique_ptr<SectionAssembler>> pmts_;
-    std::map<std::uint8_t, PatSection> patSections_; // of the version being collected, by section number
-    std::map<std::uint16_t, std::string> names_;
-    std::set<std::uint8_t> sdtSections_;
+    SectionAssembler patAssembler_;
+    SectionAssembler sdtAssembler_;
+    std::map<Pid, std::unique_ptr<SectionAssembler>> pmtAssemblers_;
+    std::bitset<kPidCount> wanted_;
+    Collection<PatSection> pat_;
+    Collection<SdtSection> services_;
     std::vector<Programme> programmes_;
-    std::map<std::uint16_t, int> pmtVersions_; // by programme
-    int patVersion_ = -1;                      // -1: none complete yet
-    int collectingVersion_ = -1;
-    int sdtVersion_ = -1;
-    int sdtLast_ = -1;
+    bool patSeen_ = false;
     bool changed_ = false;
 };
 
@@ -73,13 +89,14 @@ private:
 class ProgrammeScanner {
 public:
     ProgrammeScanner();
+
     void Feed(ByteSpan chunk) { cutter_.Feed(chunk); }
-    // End of the file: also the last few packets count.
+    // End of the file: the last few packets count too.
     void Finish() { cutter_.Flush(); }
 
     bool Complete() const { return table_.Complete(); }
     const ProgrammeTable& Table() const { return table_; }
-    // How much of it was a transport stream at all.
+    // How much of it is a transport stream at all.
     std::uint64_t Packets() const { return cutter_.Packets(); }
     std::uint64_t DroppedBytes() const { return cutter_.DroppedBytes(); }
     std::size_t Stride() const { return cutter_.Stride(); }

@@ -34,6 +34,8 @@ struct ElementaryStream {
     std::uint8_t streamType = 0;
     Coding coding = Coding::kOther;
     std::string language; // three letters of ISO 639-2 as transmitted, or empty
+
+    bool operator==(const ElementaryStream&) const = default;
 };
 
 struct PmtSection {
