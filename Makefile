@@ -23,7 +23,10 @@ format-check: ## is every source laid out as .clang-format says?
 	@tools/format-check
 
 tidy: ## clang-tidy over every source
-	@tools/tidy-all
+	@tools/setup
+	@tools/build native
+	@tools/build mingw32
+	@tools/tidy
 
 bench: ## measure what is claimed to be fast
 	@tools/bench

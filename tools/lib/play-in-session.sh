@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# The part of tools/play that runs inside a session.
+#
+# usage: play-in-session.sh shown|watched STREAM SCRIPT     (SCRIPT empty: the stream's first programme)
+set -euo pipefail
+source "$(dirname "$0")/common.sh"
+how=$1 stream=$2 script=$3
+out=$repo/build/play
+products=$repo/build/mingw32
+product() { find "$products" -name "$1" -not -path '*/CMakeFiles/*' | head -n 1; }
+analyzer=$(product vistrame-analyzer.exe)
+
+# The 32-bit server registers in the 32-bit view, so with the 32-bit program.
+"$repo/tools/wine" 'C:\windows\syswow64\regsvr32.exe' /s "Z:$(product vistrame.ax)" ||
+    die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
+
+options=(--set UseVMR9=1 --player "$(product vistrame.exe)" --log "$out/events.log" --report "$out/report.txt")
+first=$("$repo/tools/wine" "$analyzer" --list "$stream" | tr -d '\r' | sed -n 's/^ *\(programme \)\{0,1\}\([0-9][0-9]*\).*/\2/p' | head -n 1)
+if [ "$how" = shown ]; then
+    if [ -n "$script" ]; then options+=(--script "$script" --stay-open); else options+=(--play "$first"); fi
+    exec "$repo/tools/wine" "$analyzer" "${options[@]}" "$stream"
+fi
+
+if [ -z "$script" ]; then
+    script=$VISTRAME_SESSION/file.script
+    printf '%s\n' "0 play $first" "+0 wait picture 15" "9 mark programme-$first" "10 quit" >"$script"
+fi
+
+# The analyzer's window alone, as the display shows it (the player's window is a child of it).
+picture() {
+    local window
+    window=$(xwininfo -root -tree | sed -n 's/^ *\(0x[0-9a-f]*\) .*[Aa]nalyzer.*/\1/p' | head -n 1)
+    import -silent -window "${window:-root}" "PNG24:$1"
+}
+
+started=$SECONDS
+printf '  -> %s\n' "Playing $stream" >&3
+: >"$out/events.log"
+"$repo/tools/wine" "$analyzer" "${options[@]}" --script "$script" "$stream" &
+analyzer_pid=$!
+# What happens is told as it happens; at each mark a picture is taken.
+tail -n +1 -f --pid="$analyzer_pid" -s 0.1 "$out/events.log" | tr -d '\r' | while read -r seconds word rest; do
+    case $word in
+    picture) doing "$seconds s: first picture of $rest ($(awk -v a="$VISTRAME_PLAY_ASKED" -v b="$(date +%s.%N)" 'BEGIN {printf "%.1f", b - a}') s after the command)" ;;
+    mark) picture "$out/$rest.png" ;;
+    esac
+done &
+watcher=$!
+wait "$analyzer_pid" && code=0 || code=$?
+wait "$watcher" || true
+printf '     Playing: %d s, exit code %d\n' $((SECONDS - started)) "$code" >&3
+exit "$code"
