@@ -1,0 +1,180 @@
+// The stream channel over a real named pipe, read by the real thread into a feed filter that records.
+#include "control/pipe_reader.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/process_state.h"
+#include "graph/player_graph.h"
+#include "tests/support/messages.h"
+#include "tests/support/player_fakes.h"
+
+namespace vistrame {
+namespace {
+
+constexpr std::uint32_t kPipeId = 0xABC;
+constexpr char kPipeName[] = "\\\\.\\pipe\\QVRA00000ABC";
+
+HANDLE CreateServer(DWORD type) {
+    return CreateNamedPipeA(kPipeName, PIPE_ACCESS_OUTBOUND, type | PIPE_WAIT, 1, 1 << 20, 1 << 20, 0,
+                            nullptr);
+}
+
+std::vector<BYTE> Pattern(std::size_t size, unsigned seed) {
+    std::vector<BYTE> bytes(size);
+    unsigned state = seed;
+    std::ranges::generate(
+        bytes, [&state] { return static_cast<BYTE>((state = state * 1664525 + 1013904223) >> 24); });
+    return bytes;
+}
+
+// The reader thread ends the process when its pipe breaks, so one pipe serves all tests and stays open. It is of
+// the message type: the reader reads bytes all the same, and an empty write becomes a read of no bytes.
+class PipeReader : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        server = CreateServer(PIPE_TYPE_MESSAGE);
+        PipeHandle = OpenStreamPipe(kPipeId);
+        ASSERT_NE(PipeHandle, INVALID_HANDLE_VALUE);
+        StartPipeReader();
+    }
+
+    PipeReader() {
+        feed.deliver = [this](const BYTE* data, ULONG length) {
+            const std::lock_guard hold(lock);
+            chunks.push_back(length);
+            received.insert(received.end(), data, data + length);
+            total += length;
+        };
+    }
+    ~PipeReader() override { ThePlayerGraph().ReleaseGraph(); }
+
+    // As a build does: without FeedLock.
+    void Connect() {
+        feed.AddRef();
+        ThePlayerGraph().feedData = &feed;
+    }
+
+    static void Write(const std::vector<BYTE>& bytes) {
+        DWORD written = 0;
+        EXPECT_TRUE(WriteFile(server, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
+        EXPECT_EQ(written, bytes.size());
+    }
+
+    static bool WaitFor(const std::function<bool()>& done) { return test::PumpUntil(done, 10000); }
+
+    static inline HANDLE server = INVALID_HANDLE_VALUE;
+
+    test::Journal journal;
+    test::FakeFeed feed{journal};
+    std::mutex lock;
+    std::vector<ULONG> chunks;
+    std::vector<BYTE> received;
+    std::atomic<std::size_t> total = 0;
+};
+
+TEST_F(PipeReader, LargeWritesArriveWholeInBoundedChunks) {
+    Connect();
+    const auto bytes = Pattern(3000000, 1);
+    std::thread writer([&bytes] { Write(bytes); }); // blocks until it is all read
+    EXPECT_TRUE(WaitFor([&] { return total == bytes.size(); }));
+    writer.join();
+    const std::lock_guard hold(lock);
+    EXPECT_TRUE(received == bytes) << "the bytes differ";
+    EXPECT_GE(chunks.size(), 3U);
+    EXPECT_LE(std::ranges::max(chunks), 1048575U);
+    EXPECT_GT(std::ranges::max(chunks), 4096U) << "one delivery per read, not per packet";
+}
+
+TEST_F(PipeReader, WhatArrivesBeforeAGraphIsDropped) {
+    Write(Pattern(2000000, 2)); // returns because the reader keeps the pipe drained
+    test::PumpFor(200);
+    Connect();
+    const auto live = Pattern(1000, 3);
+    Write(live);
+    EXPECT_TRUE(WaitFor([&] { return total >= live.size(); }));
+    const std::lock_guard hold(lock);
+    EXPECT_TRUE(received == live);
+}
+
+TEST_F(PipeReader, AnEmptyReadIsDeliveredToo) {
+    Connect();
+    Write({});
+    EXPECT_TRUE(WaitFor([&] {
+        const std::lock_guard hold(lock);
+        return chunks == std::vector<ULONG>{0};
+    }));
+}
+
+TEST_F(PipeReader, ATeardownWaitsForTheDeliveryUnderWay) {
+    HANDLE delivering = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    HANDLE goOn = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    std::atomic<ULONG> referencesDuring = 0;
+    feed.deliver = [&](const BYTE*, ULONG) {
+        SetEvent(delivering);
+        WaitForSingleObject(goOn, 10000);
+        referencesDuring = feed.references.load();
+        ++total;
+    };
+    Connect();
+    Write(Pattern(10, 4));
+    ASSERT_EQ(WaitForSingleObject(delivering, 10000), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(ThePlayerGraph().FeedLock, 0), DWORD{WAIT_TIMEOUT}) << "not held";
+
+    std::atomic<bool> tornDown = false;
+    std::thread teardown([&] {
+        ThePlayerGraph().ReleaseGraph();
+        tornDown = true;
+    });
+    Sleep(100);
+    EXPECT_FALSE(tornDown);
+    EXPECT_EQ(feed.references, 1U);
+    SetEvent(goOn);
+    teardown.join();
+    EXPECT_EQ(referencesDuring, 1U) << "released inside the delivery";
+    EXPECT_EQ(feed.references, 0U);
+    EXPECT_EQ(ThePlayerGraph().feedData, nullptr);
+
+    Write(Pattern(10, 5)); // finds no feed
+    test::PumpFor(100);
+    EXPECT_EQ(total, 1U);
+    CloseHandle(delivering);
+    CloseHandle(goOn);
+}
+
+TEST_F(PipeReader, FeedLockIsFreeBetweenDeliveries) {
+    Connect();
+    Write(Pattern(10, 6));
+    EXPECT_TRUE(WaitFor([&] { return total == 10; }));
+    EXPECT_EQ(WaitForSingleObject(ThePlayerGraph().FeedLock, 1000), DWORD{WAIT_OBJECT_0});
+    ReleaseMutex(ThePlayerGraph().FeedLock);
+}
+
+TEST(StreamPipe, IsWaitedForAndOpenedForReadingOnly) {
+    // Another name than the reader's: eight digits, upper case, leading zeros.
+    static constexpr char kName[] = "\\\\.\\pipe\\QVRA00DEADBE";
+    HANDLE server = INVALID_HANDLE_VALUE;
+    std::thread late([&server] {
+        Sleep(300);
+        server = CreateNamedPipeA(kName, PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr);
+    });
+    HANDLE client = OpenStreamPipe(0xDEADBE);
+    late.join();
+    ASSERT_NE(client, INVALID_HANDLE_VALUE);
+    DWORD written = 0;
+    EXPECT_FALSE(WriteFile(client, "x", 1, &written, nullptr));
+    CloseHandle(client);
+    CloseHandle(server);
+
+    const DWORD start = GetTickCount();
+    EXPECT_EQ(OpenStreamPipe(0xDEADBE), INVALID_HANDLE_VALUE);
+    EXPECT_GE(GetTickCount() - start + 16, 100U * 20U);
+}
+
+} // namespace
+} // namespace vistrame

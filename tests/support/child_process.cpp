@@ -1,0 +1,91 @@
+#include "tests/support/child_process.h"
+
+#include <array>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/messages.h"
+
+namespace vistrame::test {
+namespace {
+
+std::string ThisProgram() {
+    std::array<char, MAX_PATH> path{};
+    GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return path.data();
+}
+
+struct WindowSearch {
+    DWORD process;
+    const char* title;
+    HWND found;
+};
+
+BOOL CALLBACK CompareWindow(HWND window, LPARAM parameter) {
+    auto& search = *reinterpret_cast<WindowSearch*>(parameter);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    std::array<char, 64> title{};
+    GetWindowTextA(window, title.data(), static_cast<int>(title.size()));
+    if (process == search.process && IsWindowVisible(window) != FALSE &&
+        std::string(title.data()) == search.title) {
+        search.found = window;
+    }
+    return search.found == nullptr;
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(std::string commandLine) {
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started{};
+    EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &started))
+        << commandLine;
+    CloseHandle(started.hThread);
+    process_ = started.hProcess;
+    id_ = started.dwProcessId;
+}
+
+ChildProcess::~ChildProcess() {
+    if (IsRunning()) {
+        TerminateProcess(process_, 1);
+        WaitForSingleObject(process_, 5000);
+    }
+    CloseHandle(process_);
+}
+
+std::optional<DWORD> ChildProcess::WaitForExit(DWORD limitMsec) {
+    if (!PumpUntil([this] { return !IsRunning(); }, limitMsec)) {
+        return std::nullopt;
+    }
+    DWORD code = 0;
+    GetExitCodeProcess(process_, &code);
+    return code;
+}
+
+HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
+    WindowSearch search = {id_, title, nullptr};
+    (void)PumpUntil(
+        [&search] {
+            EnumWindows(CompareWindow, reinterpret_cast<LPARAM>(&search));
+            return search.found != nullptr;
+        },
+        limitMsec);
+    EXPECT_NE(search.found, nullptr) << "no window \"" << title << '"';
+    return search.found;
+}
+
+std::string PlayerCommandLine(const std::string& arguments) {
+    // Tests lie in tests/<area>/ of the build, the player in app/.
+    const std::string program = ThisProgram();
+    return '"' + program.substr(0, program.rfind('\\')) + "\\..\\..\\app\\vistrame.exe\" " + arguments;
+}
+
+std::optional<DWORD> RunDisabledTest(const std::string& name) {
+    ChildProcess child('"' + ThisProgram() + "\" --gtest_also_run_disabled_tests --gtest_filter=" + name);
+    return child.WaitForExit(20000);
+}
+
+} // namespace vistrame::test

@@ -1,0 +1,45 @@
+// Programs under test as processes of their own: the built player, or this test program again for what ends the
+// process it runs in.
+//
+// Ownership  a process that still runs when the object goes is terminated.
+// Errors     a process that cannot be started fails the running test.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <windows.h>
+
+namespace vistrame::test {
+
+class ChildProcess {
+public:
+    // `commandLine` as CreateProcess takes it, the quoted program first.
+    explicit ChildProcess(std::string commandLine);
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess();
+
+    // The exit code, or nothing when it still runs after `limitMsec`. Messages of this thread are dispatched
+    // meanwhile, so that a window of this thread can be the process's parent.
+    std::optional<DWORD> WaitForExit(DWORD limitMsec);
+
+    bool IsRunning() const { return WaitForSingleObject(process_, 0) == WAIT_TIMEOUT; }
+    DWORD Id() const { return id_; }
+    HANDLE Handle() const { return process_; }
+
+    // A visible top-level window or message box of the process; waits for it.
+    HWND WaitForWindow(const char* title, DWORD limitMsec) const;
+
+private:
+    HANDLE process_ = nullptr;
+    DWORD id_ = 0;
+};
+
+// The player of this build, quoted, followed by a blank and `arguments`.
+std::string PlayerCommandLine(const std::string& arguments);
+
+// Runs a disabled test of this very program in a process of its own; its exit code, or nothing after 20 s.
+std::optional<DWORD> RunDisabledTest(const std::string& name);
+
+} // namespace vistrame::test

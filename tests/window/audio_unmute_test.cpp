@@ -1,0 +1,153 @@
+// Fade-ins on a volume that records what it is set to, and when.
+#include "window/audio_unmute.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "graph/audio_volume.h"
+#include "tests/support/messages.h"
+#include "tests/support/player_fakes.h"
+
+namespace vistrame {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+Calls FadeTo(long target) {
+    Calls levels = {"-10000"};
+    for (long level = -4000; level < target; level += 100) {
+        levels.push_back(std::to_string(level));
+    }
+    levels.push_back(std::to_string(target));
+    return levels;
+}
+
+class AudioUnmute : public testing::Test {
+protected:
+    AudioUnmute() {
+        volume.onLevel = [this](LONG level) { lastLevel = level; };
+        Use(volume);
+        TargetVolume = 0;
+    }
+    ~AudioUnmute() override { SetAudioVolume(nullptr); }
+
+    // Hands over one reference, as a build does.
+    static void Use(test::FakeVolume& fake) {
+        fake.AddRef();
+        SetAudioVolume(&fake);
+    }
+
+    bool WaitForLevel(long level) {
+        return test::PumpUntil([=, this] { return lastLevel == level; }, 10000);
+    }
+
+    test::Journal journal;
+    test::FakeVolume volume{journal};
+    std::atomic<long> lastLevel = 1;
+};
+
+TEST_F(AudioUnmute, SilenceThenStepsThenTheTarget) {
+    for (const long target : {0L, -3950L, -3900L, -3850L, -4000L, -6000L}) {
+        SCOPED_TRACE(target);
+        TargetVolume = target;
+        const DWORD start = GetTickCount();
+        StartAudioUnmute(0);
+        ASSERT_TRUE(WaitForLevel(target));
+        const auto levels = journal.Take();
+        EXPECT_EQ(levels, FadeTo(target));
+        // Never faster than a step every 40 ms (the clock ticks in 16 ms).
+        EXPECT_GE(GetTickCount() - start + 16, (levels.size() - 2) * 40);
+        lastLevel = 1;
+    }
+    EXPECT_EQ(FadeTo(0).size(), 42U) << "40 steps between silence and full volume";
+}
+
+TEST_F(AudioUnmute, TheSilenceLastsAsLongAsAsked) {
+    TargetVolume = -6000;
+    DWORD silent = 0;
+    DWORD loud = 0;
+    volume.onLevel = [&](LONG level) {
+        (level == -10000 ? silent : loud) = GetTickCount();
+        lastLevel = level;
+    };
+    StartAudioUnmute(400);
+    ASSERT_TRUE(WaitForLevel(-6000));
+    EXPECT_GE(loud - silent + 16, 400U);
+}
+
+TEST_F(AudioUnmute, ARebuildInBetweenMovesTheFadeToTheNewRenderer) {
+    test::Journal newJournal;
+    test::FakeVolume replacement(newJournal);
+    replacement.onLevel = [this](LONG level) { lastLevel = level; };
+    volume.onLevel = [&](LONG level) {
+        if (level == -3500) {
+            // The main thread replaces the renderer while this call is under way; the caller's reference keeps it.
+            Use(replacement);
+            EXPECT_GE(volume.references, 1U);
+        }
+    };
+    StartAudioUnmute(0);
+    ASSERT_TRUE(WaitForLevel(0));
+    Calls all = journal.Take();
+    EXPECT_EQ(all.back(), "-3500");
+    EXPECT_EQ(volume.references, 0U);
+    const Calls rest = newJournal.Take();
+    all.insert(all.end(), rest.begin(), rest.end());
+    EXPECT_EQ(all, FadeTo(0));
+    SetAudioVolume(nullptr);
+    EXPECT_EQ(replacement.references, 0U);
+}
+
+TEST_F(AudioUnmute, TheTargetIsReadAfreshAtEachStep) {
+    volume.onLevel = [this](LONG level) {
+        if (level == -3500) {
+            TargetVolume = -3250;
+        }
+        lastLevel = level;
+    };
+    StartAudioUnmute(0);
+    ASSERT_TRUE(WaitForLevel(-3250));
+    EXPECT_EQ(journal.Take(), FadeTo(-3250));
+}
+
+TEST_F(AudioUnmute, WithoutARendererNothingHappens) {
+    TargetVolume = -6000;
+    SetAudioVolume(nullptr);
+    StartAudioUnmute(0); // none at all
+    test::PumpFor(100);
+    Use(volume);
+    StartAudioUnmute(200); // gone during the silence
+    test::PumpFor(100);
+    EXPECT_EQ(journal.Take(), Calls{"-10000"});
+    SetAudioVolume(nullptr);
+    EXPECT_EQ(volume.references, 0U) << "a sleeping fade-in holds nothing";
+    test::PumpFor(300);
+    EXPECT_EQ(journal.Take(), Calls{});
+
+    StartAudioUnmute(200); // there only after the silence
+    test::PumpFor(100);
+    Use(volume);
+    EXPECT_TRUE(WaitForLevel(-6000));
+    EXPECT_EQ(journal.Take(), Calls{"-6000"});
+}
+
+TEST_F(AudioUnmute, FadesRunSideBySideToTheirEnd) {
+    TargetVolume = -3800;
+    for (int i = 0; i < 3; ++i) {
+        StartAudioUnmute(100);
+    }
+    int full = 0;
+    EXPECT_TRUE(test::PumpUntil(
+        [&] {
+            for (const auto& level : journal.Take()) {
+                full += level == "-3800" ? 1 : 0;
+            }
+            return full == 3;
+        },
+        10000));
+}
+
+} // namespace
+} // namespace vistrame
