@@ -32,13 +32,14 @@ class BasePin;
 // Ownership  owns its pins, which live as long as the filter: a pin's references count on the filter. The
 // graph
 //            is not referenced, it owns the filter.
+//            A derived class that has threads stops itself in its destructor: its members go before its pins.
 // Errors     COM results; a failed state change leaves the filter stopped.
 class BaseFilter : public WithInterfaces<ComObject, IBaseFilter> {
 public:
     explicit BaseFilter(const CLSID& classId);
 
-    std::recursive_mutex& FilterLock() { return filterLock_; }
-    std::recursive_mutex& StreamLock() { return streamLock_; }
+    std::recursive_mutex& FilterLock() const { return filterLock_; }
+    std::recursive_mutex& StreamLock() const { return streamLock_; }
 
     FILTER_STATE State() const { return state_; }
     // Where stream time 0 stands on the clock; valid while running.
@@ -97,8 +98,8 @@ private:
     HRESULT ActivatePins();
 
     const CLSID classId_;
-    std::recursive_mutex filterLock_;
-    std::recursive_mutex streamLock_;
+    mutable std::recursive_mutex filterLock_;
+    mutable std::recursive_mutex streamLock_;
     std::atomic<FILTER_STATE> state_ = State_Stopped;
     std::atomic<REFERENCE_TIME> streamStart_ = 0;
 

@@ -17,6 +17,7 @@ HRESULT ComObject::QueryInterface(REFIID iid, void** object) {
 ULONG ComObject::Release() {
     const ULONG left = --references_;
     if (left == 0) {
+        references_ = 1; // whoever takes and drops a reference while the object goes must not delete it again
         delete this;
     }
     return left;

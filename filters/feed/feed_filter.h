@@ -60,7 +60,7 @@ private:
         bool discontinuity = false; // does not continue the block before
     };
 
-    ~FeedFilter() override = default;
+    ~FeedFilter() override { (void)Stop(); }
     void Send(const Block& block);
 
     SystemClockEngine clock_;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "filters/demux/korvix_demux.h"
+#include "filters/demux/mpeg2_demultiplexer.h"
 #include "filters/feed/feed_filter.h"
 #include "graph/maker_interfaces.h"
 
@@ -11,6 +13,11 @@ namespace {
 
 const ClassRow kClasses[] = {
     {.id = &CLSID_KorvixFeedFilter, .name = L"Korvix TS Feed Filter", .create = CreateFilter<FeedFilter>},
+    {.id = &CLSID_KorvixDemux, .name = L"Korvix TS Demultiplexer", .create = CreateFilter<KorvixDemuxFilter>},
+    {.id = &CLSID_MPEG2Demultiplexer,
+     .name = L"MPEG-2 Demultiplexer",
+     .create = CreateFilter<Mpeg2Demultiplexer>,
+     .standIn = true},
 };
 
 } // namespace

@@ -1,0 +1,189 @@
+#include "filters/demux/demux_filter.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "transport/clock.h"
+
+namespace vistrame {
+
+class DemuxFilter::TsInputPin final : public InputPin {
+public:
+    TsInputPin(DemuxFilter& owner, const wchar_t* name) : InputPin(owner, name), owner_(owner) {}
+
+    HRESULT CheckMediaType(const MediaType& type) override {
+        const bool transport = type->subtype == MEDIASUBTYPE_MPEG2_TRANSPORT || type->subtype == GUID_NULL;
+        return type->majortype == MEDIATYPE_Stream && transport ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    std::vector<MediaType> OfferedTypes() override {
+        return {MediaType(MEDIATYPE_Stream, MEDIASUBTYPE_MPEG2_TRANSPORT)};
+    }
+    HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_FALSE; }
+
+protected:
+    HRESULT OnReceive(IMediaSample* sample) override {
+        BYTE* data = nullptr;
+        if (const HRESULT result = sample->GetPointer(&data); FAILED(result)) {
+            return result;
+        }
+        if (sample->IsDiscontinuity() == S_OK) {
+            owner_.core_.AnnounceDiscontinuity();
+        }
+        owner_.core_.Feed({data, static_cast<std::size_t>(sample->GetActualDataLength())});
+        return S_OK;
+    }
+    HRESULT OnEndOfStream() override {
+        owner_.core_.Flush();
+        for (StreamPin* pin : owner_.StreamPins()) {
+            pin->PushEndOfStream();
+        }
+        return S_OK;
+    }
+    HRESULT OnBeginFlush() override {
+        for (StreamPin* pin : owner_.StreamPins()) {
+            pin->StartFlush();
+        }
+        return S_OK;
+    }
+    HRESULT OnEndFlush() override {
+        owner_.core_.AnnounceDiscontinuity();
+        for (StreamPin* pin : owner_.StreamPins()) {
+            pin->FinishFlush();
+        }
+        if (owner_.State() == State_Running) {
+            owner_.timing_.Start();
+        }
+        return S_OK;
+    }
+
+private:
+    DemuxFilter& owner_;
+};
+
+DemuxFilter::DemuxFilter(const CLSID& classId, const wchar_t* inputName)
+    : WithReferenceClock(classId), core_(*this) {
+    AddPin(std::make_unique<TsInputPin>(*this, inputName));
+}
+
+std::optional<REFERENCE_TIME> DemuxFilter::Now() const {
+    if (REFERENCE_TIME now = 0; StreamTime(&now)) {
+        return now;
+    }
+    if (State() != State_Running) {
+        return std::nullopt;
+    }
+    return SystemTime() - runStart_;
+}
+
+std::vector<StreamPin*> DemuxFilter::StreamPins() const {
+    std::vector<StreamPin*> pins;
+    for (BasePin* pin : Pins()) {
+        if (auto* stream = dynamic_cast<StreamPin*>(pin); stream != nullptr) {
+            pins.push_back(stream);
+        }
+    }
+    return pins;
+}
+
+void DemuxFilter::ApplyRoutes(Pid pid) {
+    const auto found = std::ranges::find(routes_, pid, &Route::pid);
+    if (found == routes_.end()) {
+        core_.RemoveStream(pid);
+    } else if (pid != kNullPid) {
+        core_.AddStream(pid, found->kind);
+    }
+    const auto routed = [&](bool (*fits)(Coding)) {
+        return std::ranges::any_of(
+            routes_, [&](const Route& route) { return route.pid != kNullPid && fits(route.pin->Carries()); });
+    };
+    timing_.Expect(LiveTiming::kVideo, routed(IsVideo));
+    timing_.Expect(LiveTiming::kAudio, routed(IsAudio));
+}
+
+void DemuxFilter::AddRoute(const Route& route) {
+    const std::lock_guard streaming(StreamLock());
+    const bool first = std::ranges::find(routes_, route.pin, &Route::pin) == routes_.end();
+    std::erase_if(routes_, [&](const Route& old) { return old.pid == route.pid && old.pin == route.pin; });
+    routes_.push_back(route);
+    if (first) {
+        route.pin->Restart();
+    }
+    ApplyRoutes(route.pid);
+}
+
+bool DemuxFilter::RemoveRoute(Pid pid, const StreamPin& pin) {
+    const std::lock_guard streaming(StreamLock());
+    const auto removed =
+        std::erase_if(routes_, [&](const Route& route) { return route.pid == pid && route.pin == &pin; });
+    if (removed != 0) {
+        ApplyRoutes(pid);
+    }
+    return removed != 0;
+}
+
+void DemuxFilter::RemoveRoutes(const StreamPin& pin) {
+    const std::lock_guard streaming(StreamLock());
+    for (const Route& route : Routes()) {
+        if (route.pin == &pin) {
+            (void)RemoveRoute(route.pid, pin); // it is there
+        }
+    }
+}
+
+std::vector<DemuxFilter::Route> DemuxFilter::Routes() const {
+    const std::lock_guard streaming(StreamLock());
+    return routes_;
+}
+
+HRESULT DemuxFilter::Starting() {
+    const std::lock_guard streaming(StreamLock());
+    core_.AnnounceDiscontinuity(); // nothing came in while stopped
+    clock_.Restart();
+    return S_OK;
+}
+
+void DemuxFilter::Running(REFERENCE_TIME /*start*/) {
+    runStart_ = SystemTime();
+    timing_.Start();
+    for (StreamPin* pin : StreamPins()) {
+        pin->SetRunning(true);
+    }
+}
+
+void DemuxFilter::Pausing() {
+    timing_.Stop();
+    for (StreamPin* pin : StreamPins()) {
+        pin->SetRunning(false);
+    }
+}
+
+void DemuxFilter::Stopped() {
+    timing_.Stop();
+}
+
+void DemuxFilter::OnUnit(const StreamUnit& unit) {
+    const std::optional<REFERENCE_TIME> now = Now();
+    const auto& decodeTime = unit.dts ? unit.dts : unit.pts;
+    for (const Route& route : routes_) {
+        if (route.pid != unit.pid) {
+            continue;
+        }
+        const Coding coding = route.pin->Carries();
+        if (now && decodeTime && !unit.continued && (IsVideo(coding) || IsAudio(coding))) {
+            timing_.Arrive(IsVideo(coding) ? LiveTiming::kVideo : LiveTiming::kAudio,
+                           ReferenceFromTicks(decodeTime->timeline), *now);
+        }
+        route.pin->Push(unit);
+        UnitArrived(*route.pin);
+    }
+}
+
+void DemuxFilter::OnClock(const ClockReference& clock) {
+    const std::int64_t pcr = ReferenceFromPcr(clock.timeline);
+    clock_.PcrArrived(pcr);
+    if (const std::optional<REFERENCE_TIME> now = Now()) {
+        timing_.ClockArrived(pcr, *now);
+    }
+}
+
+} // namespace vistrame

@@ -1,0 +1,139 @@
+#include "filters/demux/live_timing.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace vistrame {
+
+void LiveTiming::Start() {
+    const std::lock_guard lock(lock_);
+    running_ = true;
+    offset_.reset();
+    delay_.reset();
+    settlingSince_.reset();
+    windowStart_.reset();
+    for (Stream& stream : streams_) {
+        stream.candidate.reset();
+        stream.last.reset();
+        stream.disbelieved = 0;
+    }
+}
+
+void LiveTiming::Stop() {
+    const std::lock_guard lock(lock_);
+    running_ = false;
+    delay_.reset();
+}
+
+void LiveTiming::Expect(unsigned stream, bool selected) {
+    const std::lock_guard lock(lock_);
+    streams_.at(stream).expected = selected;
+}
+
+bool LiveTiming::Believe(Stream& stream, std::int64_t decodeTime) {
+    constexpr unsigned kEnough = 3; // a damaged time stamp does not repeat
+    if (stream.last && std::abs(decodeTime - *stream.last) > kImplausible && ++stream.disbelieved < kEnough) {
+        return false;
+    }
+    stream.disbelieved = 0;
+    stream.last = decodeTime;
+    return true;
+}
+
+void LiveTiming::Settle(std::int64_t now) {
+    offset_.reset();
+    settlingSince_ = now;
+    windowStart_.reset();
+    for (Stream& stream : streams_) {
+        stream.candidate.reset();
+    }
+}
+
+void LiveTiming::TrySettled(std::int64_t now) {
+    if (!settlingSince_ || now - *settlingSince_ < kSettle) {
+        return;
+    }
+    const auto missing = [](const Stream& stream) { return stream.expected && !stream.candidate; };
+    if (std::ranges::any_of(streams_, missing) && now - *settlingSince_ < kSettleLimit) {
+        return;
+    }
+    for (const Stream& stream : streams_) {
+        if (stream.candidate && (!offset_ || *stream.candidate > *offset_)) {
+            offset_ = stream.candidate;
+        }
+    }
+    if (offset_) {
+        settlingSince_.reset();
+        ++rebases_;
+    }
+}
+
+void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
+    if (!windowStart_) {
+        windowStart_ = now;
+        windowLead_ = lead;
+    }
+    windowLead_ = std::min(windowLead_, lead);
+    if (now - *windowStart_ < kWindow) {
+        return;
+    }
+    windowStart_.reset();
+    if (windowLead_ > kLatency + kEarly) {
+        Settle(now);
+    } else if (windowLead_ > kLatency + kComfort) {
+        *offset_ -= kSlew;
+    }
+}
+
+void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t now) {
+    const std::lock_guard lock(lock_);
+    Stream& source = streams_.at(stream);
+    if (!running_ || !Believe(source, decodeTime)) {
+        return;
+    }
+    const std::int64_t candidate = now + kLatency - decodeTime;
+    if (offset_) {
+        const std::int64_t lead = decodeTime + *offset_ - now;
+        if (lead < kLatency - kGap) {
+            Settle(now);
+        } else if (lead < kMinimumLead) {
+            offset_ = candidate;
+            windowStart_.reset();
+            ++rebases_;
+        } else {
+            Watch(lead, now);
+        }
+    }
+    if (!offset_) {
+        source.candidate = candidate;
+        settlingSince_ = settlingSince_.value_or(now);
+        TrySettled(now);
+    }
+}
+
+void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now) {
+    const std::lock_guard lock(lock_);
+    if (running_ && offset_) {
+        delay_ = pcr + *offset_ - now;
+    }
+}
+
+std::optional<std::int64_t> LiveTiming::Offset(std::int64_t now) {
+    const std::lock_guard lock(lock_);
+    if (running_ && !offset_) {
+        TrySettled(now);
+    }
+    return offset_;
+}
+
+std::optional<std::int64_t> LiveTiming::Delay() const {
+    const std::lock_guard lock(lock_);
+    return delay_;
+}
+
+unsigned LiveTiming::Rebases() const {
+    const std::lock_guard lock(lock_);
+    return rebases_;
+}
+
+} // namespace vistrame

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+
+namespace vistrame {
+
+// Lays the timeline of a live stream on the graph's stream time. One object serves all streams of a programme, so
+// that whatever it decides, picture and sound stay together.
+//
+// How        A unit is due at its time stamp plus the offset. The offset is chosen so that a unit arrives kLatency
+//            before it is to be decoded; it is measured on the units themselves, not on the PCR, because
+//            multiplexers send up to a second ahead of the PCR and a viewer should not wait for that.
+//              start, or run after a pause   settle: watch arrivals for kSettle, at most kSettleLimit if a stream
+//                                            has not shown up; the last arrival of each stream counts, the stream
+//                                            that arrives latest decides. Backlog that comes in a burst is over
+//                                            by then, so the offset is that of the live edge.
+//              less than kMinimumLead left   the offset moves to kLatency again; by more than kGap: settle anew,
+//                                            since a gap is usually followed by its backlog.
+//              always too early              by more than kEarly for a whole window: settle anew (the source ran
+//                                            ahead); by more than kComfort: move back at 1 % of the speed.
+//            A jump of the PCR or its wrap changes nothing: the timeline goes on across it.
+// Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
+// Threads    any; one leaf lock inside.
+// Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
+class LiveTiming {
+public:
+    static constexpr std::int64_t kMillisecond = 10'000;
+    // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the jitter of
+    // a pipe that is written every 20 to 40 ms.
+    static constexpr std::int64_t kLatency = 200 * kMillisecond;
+    static constexpr std::int64_t kMinimumLead = 80 * kMillisecond;
+    static constexpr std::int64_t kSettle = 60 * kMillisecond;
+    static constexpr std::int64_t kSettleLimit = 150 * kMillisecond;
+    static constexpr std::int64_t kGap = 500 * kMillisecond;
+    static constexpr std::int64_t kWindow = 1000 * kMillisecond;
+    static constexpr std::int64_t kEarly = 700 * kMillisecond;
+    static constexpr std::int64_t kComfort = 100 * kMillisecond;
+    static constexpr std::int64_t kSlew = kWindow / 100;
+    static constexpr std::int64_t kImplausible = 5000 * kMillisecond;
+
+    static constexpr unsigned kStreams = 2; // video, audio
+    static constexpr unsigned kVideo = 0;
+    static constexpr unsigned kAudio = 1;
+
+    // Stream time begins to run: nothing is known until arrivals have settled.
+    void Start();
+    // Stream time stands: arrivals do not count.
+    void Stop();
+    // Whether units of this stream are to be waited for when settling.
+    void Expect(unsigned stream, bool selected);
+
+    // A unit of the stream came in at `now`; `decodeTime` is its DTS on the timeline.
+    void Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t now);
+    // Where the PCR stands, for Delay().
+    void ClockArrived(std::int64_t pcr, std::int64_t now);
+
+    // Stream time minus timeline; nothing while settling.
+    std::optional<std::int64_t> Offset(std::int64_t now);
+    // How long after its PCR a moment of the stream is shown.
+    std::optional<std::int64_t> Delay() const;
+    // How often the offset has been chosen or moved at once.
+    unsigned Rebases() const;
+
+private:
+    struct Stream {
+        bool expected = false;
+        std::optional<std::int64_t> candidate; // offset that would suit its last arrival; while settling
+        std::optional<std::int64_t> last;      // decode time of its last believed arrival
+        unsigned disbelieved = 0;              // in a row
+    };
+
+    bool Believe(Stream& stream, std::int64_t decodeTime);
+    void Settle(std::int64_t now);
+    void TrySettled(std::int64_t now);
+    void Watch(std::int64_t lead, std::int64_t now);
+
+    mutable std::mutex lock_; // guards what follows
+    std::array<Stream, kStreams> streams_;
+    bool running_ = false;
+    std::optional<std::int64_t> settlingSince_; // first arrival since settling began
+    std::optional<std::int64_t> offset_;
+    std::optional<std::int64_t> windowStart_;
+    std::int64_t windowLead_ = 0; // smallest of the window
+    std::optional<std::int64_t> delay_;
+    unsigned rebases_ = 0;
+};
+
+} // namespace vistrame

@@ -1,0 +1,214 @@
+#include "filters/demux/stream_pin.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <span>
+#include <utility>
+
+#include "filters/demux/demux_filter.h"
+#include "filters/demux/pin_types.h"
+#include "transport/access_unit.h"
+#include "transport/clock.h"
+
+namespace vistrame {
+
+namespace {
+
+constexpr std::uint32_t kSettlePoll = 5; // milliseconds between looks at an offset that is not known yet
+
+std::optional<std::int64_t> TimelineReference(const std::optional<TimeStamp>& stamp) {
+    return stamp ? std::optional(ReferenceFromTicks(stamp->timeline)) : std::nullopt;
+}
+
+} // namespace
+
+StreamPin::StreamPin(DemuxFilter& owner, std::wstring name)
+    : OutputPin(owner, std::move(name)), owner_(owner) {}
+
+StreamPin::~StreamPin() {
+    Deactivate();
+}
+
+void StreamPin::OfferTypes(std::vector<MediaType> types) {
+    coding_ = types.empty() ? Coding::kOther : CodingOfPin(types.front());
+    const std::lock_guard lock(typesLock_);
+    types_ = std::move(types);
+}
+
+std::vector<MediaType> StreamPin::OfferedTypes() {
+    const std::lock_guard lock(typesLock_);
+    return types_;
+}
+
+HRESULT StreamPin::CheckMediaType(const MediaType& type) {
+    const std::vector<MediaType> offered = OfferedTypes();
+    if (std::ranges::find(offered, type) != offered.end()) {
+        return S_OK;
+    }
+    const Coding coding = CodingOfPin(type);
+    const bool same = coding != Coding::kOther && !offered.empty() && coding == CodingOfPin(offered.front());
+    return same ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+void StreamPin::TypeAgreed(const MediaType& type) {
+    if (const Coding coding = CodingOfPin(type); coding != Coding::kOther) {
+        coding_ = coding;
+    }
+}
+
+ALLOCATOR_PROPERTIES StreamPin::NeededBuffers() {
+    // Whole pictures nearly always, whole PES packets of sound always; what is larger is split.
+    const bool video = IsVideo(coding_);
+    return {.cBuffers = video ? 4 : 8, .cbBuffer = video ? 1L << 20 : 1L << 16, .cbAlign = 1, .cbPrefix = 0};
+}
+
+HRESULT StreamPin::Activate() {
+    const HRESULT result = OutputPin::Activate();
+    if (FAILED(result) || !IsConnected()) {
+        return result;
+    }
+    showAtOnce_ = true;
+    droppedLate_ = 0;
+    broken_ = true;
+    queue_.Open();
+    worker_ = std::thread([this] { Work(); });
+    return S_OK;
+}
+
+void StreamPin::Deactivate() {
+    queue_.Close();
+    OutputPin::Deactivate(); // frees the worker from waiting for a buffer
+    if (worker_.joinable()) {
+        worker_.join();
+    }
+}
+
+void StreamPin::SetRunning(bool running) {
+    showAtOnce_ = showAtOnce_ || running;
+    queue_.Hold(!running);
+}
+
+void StreamPin::Restart() {
+    showAtOnce_ = true;
+    queue_.Clear(true);
+}
+
+void StreamPin::StartFlush() {
+    queue_.Clear(true);
+    (void)DeliverBeginFlush(); // frees the worker
+}
+
+void StreamPin::FinishFlush() {
+    const std::lock_guard delivery(deliveryLock_);
+    queue_.Clear(true);
+    showAtOnce_ = true;
+    (void)DeliverEndFlush();
+}
+
+bool StreamPin::CanBeginWith(const StreamUnit& unit) const {
+    if (unit.continued) {
+        return false;
+    }
+    const Coding coding = coding_;
+    if (!IsVideo(coding) || unit.kind == StreamKind::kPes) {
+        return true;
+    }
+    // Before the programme's table is in, only this pin knows what the stream is.
+    return IsVideo(unit.coding) ? unit.randomAccess : IsRandomAccessPoint(coding, unit.data);
+}
+
+void StreamPin::Push(const StreamUnit& unit) {
+    QueuedUnit queued{};
+    queued.data.assign(unit.data.begin(), unit.data.end());
+    queued.pts = TimelineReference(unit.pts);
+    queued.discontinuity = unit.discontinuity;
+    queued.randomAccess = CanBeginWith(unit);
+    queued.continued = unit.continued;
+    queue_.Push(std::move(queued));
+}
+
+void StreamPin::PushEndOfStream() {
+    QueuedUnit end{};
+    end.randomAccess = true;
+    end.endOfStream = true;
+    queue_.Push(std::move(end));
+}
+
+void StreamPin::Work() {
+    (void)DeliverNewSegment(0, std::numeric_limits<REFERENCE_TIME>::max(), 1.0);
+    while (const auto unit = queue_.Take()) {
+        std::optional<REFERENCE_TIME> time;
+        const Verdict verdict = unit->endOfStream ? Verdict::kDeliver : Schedule(*unit, &time);
+        const std::lock_guard delivery(deliveryLock_);
+        if (!queue_.IsCurrent(*unit)) {
+            continue;
+        }
+        if (verdict == Verdict::kDrop) {
+            ++droppedLate_;
+            broken_ = true;
+        } else if (unit->endOfStream) {
+            (void)DeliverEndOfStream();
+        } else {
+            Send(*unit, time);
+        }
+    }
+}
+
+StreamPin::Verdict StreamPin::Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time) {
+    if (!unit.pts) {
+        return Verdict::kDeliver;
+    }
+    const bool video = IsVideo(coding_);
+    std::optional<REFERENCE_TIME> now = owner_.Now();
+    if (video && showAtOnce_.exchange(false)) {
+        *time = now;
+        return Verdict::kDeliver;
+    }
+    std::optional<REFERENCE_TIME> offset;
+    while (now && !(offset = owner_.Timing().Offset(*now)) && queue_.Sleep(kSettlePoll)) {
+        now = owner_.Now();
+    }
+    if (!now || !offset) {
+        return Verdict::kDrop; // paused or stopped meanwhile
+    }
+    const REFERENCE_TIME due = *unit.pts + *offset;
+    const REFERENCE_TIME late = *now - due;
+    if (video && late > kLatePicture && queue_.SkipToRandomAccess(*now - *offset + LiveTiming::kLatency)) {
+        return Verdict::kDrop;
+    }
+    if (!video && late > kLateSound) {
+        return Verdict::kDrop;
+    }
+    if (-late < kFarAhead) {
+        *time = due;
+    }
+    return Verdict::kDeliver;
+}
+
+void StreamPin::Send(const QueuedUnit& unit, std::optional<REFERENCE_TIME> time) {
+    bool first = true;
+    std::span<const std::uint8_t> left(unit.data);
+    while (!left.empty()) {
+        ComPtr<IMediaSample> sample;
+        BYTE* target = nullptr;
+        if (FAILED(GetBuffer(&sample)) || FAILED(sample->GetPointer(&target))) {
+            broken_ = true;
+            return;
+        }
+        const auto bytes = std::min(left.size(), static_cast<std::size_t>(sample->GetSize()));
+        std::memcpy(target, left.data(), bytes);
+        left = left.subspan(bytes);
+        (void)sample->SetActualDataLength(static_cast<long>(bytes)); // fits: at most GetSize()
+        (void)sample->SetTime(first && time ? &*time : nullptr, nullptr);
+        (void)sample->SetSyncPoint(first && unit.randomAccess ? TRUE : FALSE);
+        (void)sample->SetDiscontinuity(first && (unit.discontinuity || broken_) ? TRUE : FALSE);
+        broken_ = Deliver(sample.Get()) != S_OK;
+        if (broken_) {
+            return;
+        }
+        first = false;
+    }
+}
+
+} // namespace vistrame

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "filters/base/output_pin.h"
+#include "filters/demux/unit_queue.h"
+#include "transport/stream_handler.h"
+
+namespace vistrame {
+
+class DemuxFilter;
+
+// One elementary stream on its way out of a demultiplexer.
+//
+// Data flow  Push (stream lock, parsing thread) copies a unit into the queue; the worker lays its time stamp on
+//            stream time and delivers it as one sample, as several where it is larger than a buffer: the time
+//            stands on the first. A downstream that blocks holds up this pin's worker and nothing else.
+// Time       the filter's LiveTiming. The first picture is due at once, so that it is seen as soon as it is decoded
+//            and stands until the next is due. Pictures more than kLatePicture late are skipped when decoding can
+//            begin at a later one; sound more than kLateSound late is dropped.
+// States     units before the first one where decoding can begin are not delivered. While paused nothing is; on
+//            running again decoding begins at the newest such unit.
+// Threads    one worker from Activate to Deactivate; it takes no lock of the filter.
+// Errors     a refused sample is lost and the next carries the discontinuity flag; delivery goes on.
+class StreamPin : public OutputPin {
+public:
+    static constexpr REFERENCE_TIME kLatePicture = 3'000'000;
+    static constexpr REFERENCE_TIME kLateSound = 2'000'000;
+    // A stamp further ahead than any multiplexer sends is damaged; the unit goes without.
+    static constexpr REFERENCE_TIME kFarAhead = 50'000'000;
+
+    StreamPin(DemuxFilter& owner, std::wstring name);
+    ~StreamPin() override;
+
+    // What the pin offers, best first; it takes these and others of the same coding.
+    void OfferTypes(std::vector<MediaType> types);
+    // What the stream holds, as far as the media type tells.
+    Coding Carries() const { return coding_; }
+
+    // Stream lock held.
+    void Push(const StreamUnit& unit);
+    void PushEndOfStream();
+    // What follows is another stream.
+    void Restart();
+
+    void SetRunning(bool running);
+    void StartFlush();
+    void FinishFlush();
+
+    // No unit where decoding can begin has come since the pin started.
+    bool AwaitsRandomAccess() const { return queue_.AwaitsRandomAccess(); }
+    // Units that were skipped or dropped since the pin became active.
+    std::uint64_t Dropped() const { return queue_.Dropped() + droppedLate_; }
+
+    HRESULT Activate() override;
+    void Deactivate() override;
+    HRESULT CheckMediaType(const MediaType& type) override;
+    std::vector<MediaType> OfferedTypes() override;
+
+protected:
+    ALLOCATOR_PROPERTIES NeededBuffers() override;
+    void TypeAgreed(const MediaType& type) override;
+
+private:
+    enum class Verdict : std::uint8_t { kDeliver, kDrop };
+
+    bool CanBeginWith(const StreamUnit& unit) const;
+    void Work();
+    // When the unit is due; no time: deliver it at once.
+    Verdict Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time);
+    void Send(const QueuedUnit& unit, std::optional<REFERENCE_TIME> time);
+
+    DemuxFilter& owner_;
+    UnitQueue queue_;
+    std::thread worker_;
+    std::mutex deliveryLock_; // held while a unit goes downstream, so that the end of a flush can wait for it
+    std::atomic<Coding> coding_ = Coding::kOther;
+    std::atomic<bool> showAtOnce_ = true; // the next picture is the first of a start
+    std::atomic<std::uint64_t> droppedLate_ = 0;
+    bool broken_ = false; // worker: the next sample does not continue
+
+    mutable std::mutex typesLock_; // leaf; guards types_
+    std::vector<MediaType> types_;
+};
+
+} // namespace vistrame

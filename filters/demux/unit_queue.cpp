@@ -1,0 +1,126 @@
+#include "filters/demux/unit_queue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace vistrame {
+
+void UnitQueue::Open() {
+    const std::lock_guard lock(lock_);
+    units_.clear();
+    bytes_ = 0;
+    dropped_ = 0;
+    open_ = true;
+    held_ = true;
+    awaiting_ = true;
+    cut_ = true;
+}
+
+void UnitQueue::Close() {
+    const std::lock_guard lock(lock_);
+    units_.clear();
+    bytes_ = 0;
+    open_ = false;
+    changed_.notify_all();
+}
+
+void UnitQueue::Hold(bool held) {
+    const std::lock_guard lock(lock_);
+    held_ = held;
+    changed_.notify_all();
+}
+
+void UnitQueue::Clear(bool restart) {
+    const std::lock_guard lock(lock_);
+    cut_ = cut_ || restart || !units_.empty();
+    awaiting_ = awaiting_ || restart;
+    units_.clear();
+    bytes_ = 0;
+    ++generation_;
+}
+
+void UnitQueue::DropFront() {
+    bytes_ -= units_.front().data.size();
+    units_.pop_front();
+    ++dropped_;
+    cut_ = true;
+}
+
+void UnitQueue::DropOldest() {
+    do {
+        DropFront();
+    } while (!units_.empty() && !units_.front().randomAccess);
+    awaiting_ = awaiting_ || units_.empty();
+}
+
+void UnitQueue::Push(QueuedUnit unit) {
+    const std::lock_guard lock(lock_);
+    if (!open_ || (awaiting_ && !unit.randomAccess)) {
+        return;
+    }
+    awaiting_ = false;
+    if (held_ && unit.randomAccess && !unit.endOfStream && !units_.empty()) {
+        units_.clear();
+        bytes_ = 0;
+        cut_ = true;
+    }
+    bytes_ += unit.data.size();
+    unit.generation = generation_;
+    units_.push_back(std::move(unit));
+    while (units_.size() > 1 && (units_.size() > kMaxUnits || bytes_ > kMaxBytes)) {
+        DropOldest();
+    }
+    changed_.notify_all();
+}
+
+std::optional<QueuedUnit> UnitQueue::Take() {
+    std::unique_lock lock(lock_);
+    changed_.wait(lock, [this] { return !open_ || (!held_ && !units_.empty()); });
+    if (!open_) {
+        return std::nullopt;
+    }
+    QueuedUnit unit = std::move(units_.front());
+    units_.pop_front();
+    bytes_ -= unit.data.size();
+    unit.discontinuity = unit.discontinuity || std::exchange(cut_, false);
+    return unit;
+}
+
+bool UnitQueue::Sleep(std::uint32_t milliseconds) {
+    std::unique_lock lock(lock_);
+    (void)changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return !open_; });
+    return open_;
+}
+
+bool UnitQueue::SkipToRandomAccess(std::int64_t latest) {
+    const std::lock_guard lock(lock_);
+    const auto last = std::find_if(units_.rbegin(), units_.rend(), [&](const QueuedUnit& unit) {
+        return unit.randomAccess && unit.pts && *unit.pts <= latest;
+    });
+    if (last == units_.rend()) {
+        return false;
+    }
+    for (auto count = std::distance(last, units_.rend()) - 1; count > 0; --count) {
+        DropFront();
+    }
+    cut_ = true; // the consumer drops the unit it holds
+    return true;
+}
+
+bool UnitQueue::IsCurrent(const QueuedUnit& unit) const {
+    const std::lock_guard lock(lock_);
+    return unit.generation == generation_;
+}
+
+bool UnitQueue::AwaitsRandomAccess() const {
+    const std::lock_guard lock(lock_);
+    return open_ && awaiting_;
+}
+
+std::uint64_t UnitQueue::Dropped() const {
+    const std::lock_guard lock(lock_);
+    return dropped_;
+}
+
+} // namespace vistrame
