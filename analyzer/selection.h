@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+
+#include "transport/programme_table.h"
+
+namespace vistrame {
+
+// Which streams of a programme the player is asked for, and the coding fields it must have been started with.
+struct Selection {
+    std::uint16_t programme = 0;
+    Pid videoPid = kNullPid; // kNullPid: none
+    Pid audioPid = kNullPid;
+    int videoType = 0; // 0 MPEG-1 and MPEG-2, 1 H.264, 2 HEVC
+    int audioType = 0; // 0 MPEG, 1 AC-3, 2 AAC in LATM/LOAS, 3 E-AC-3
+
+    bool SamePlayer(const Selection& other) const {
+        return videoType == other.videoType && audioType == other.audioType;
+    }
+};
+
+// The first video and the first audio (or the one with `audioPid`) whose codings the player knows. Nothing
+// when there is neither, or no audio with that PID.
+std::optional<Selection> SelectStreams(const Programme& programme, std::optional<Pid> audioPid);
+
+// "video 0x0101 MPEG-2 video", one line per stream of the programme, for the table and the window.
+std::string DescribeStream(const ElementaryStream& stream);
+// Name of the service table, or "Programme N".
+std::string ProgrammeTitle(const Programme& programme);
+
+} // namespace vistrame
