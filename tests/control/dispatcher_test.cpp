@@ -1,0 +1,354 @@
+// The analyzer's commands as messages to a real player window. The graph's construction is replaced, at link time,
+// by one that fills PlayerGraph with recording objects; everything else is the player's own code.
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/debug_log.h"
+#include "app/process_state.h"
+#include "control/commands.h"
+#include "graph/audio_volume.h"
+#include "graph/player_graph.h"
+#include "osd/osd_element.h"
+#include "osd/overlay_surface.h"
+#include "tests/support/child_process.h"
+#include "tests/support/files.h"
+#include "tests/support/messages.h"
+#include "tests/support/player_fakes.h"
+#include "tests/support/settings_key.h"
+#include "window/player_window.h"
+
+namespace vistrame {
+namespace {
+
+using Calls = std::vector<std::string>;
+
+std::function<int(HWND)> buildGraph; // what a build does in the running test
+
+} // namespace
+
+int PlayerGraph::BuildGraph(HWND ownerWindow) {
+    return buildGraph ? buildGraph(ownerWindow) : 0;
+}
+
+namespace {
+
+HWND Window() {
+    return ThePlayerWindow().Handle();
+}
+
+bool TimerRuns() { // also stops it
+    return KillTimer(Window(), TIMER_STALL_WATCH) != FALSE;
+}
+
+LRESULT Send(WPARAM code, LPARAM argument) {
+    return SendMessageA(Window(), ControlMessage, code, argument);
+}
+
+LRESULT Send(CommandCode code, std::uint32_t argument) {
+    return Send(static_cast<WPARAM>(code), static_cast<LPARAM>(argument));
+}
+
+class Dispatcher : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (Window() != nullptr) {
+            return;
+        }
+        InstanceHandle = GetModuleHandleA(nullptr);
+        ControlMessage = RegisterWindowMessageA("QVRA Registration");
+        ThePlayerWindow().CreateAndAnnounce();
+        DeleteFileA(test::kDebugLogPath);
+        OpenDebugLog();
+    }
+
+    Dispatcher() {
+        std::ofstream(test::kDebugLogPath, std::ios::trunc).close();
+        volume.AddRef();
+        SetAudioVolume(&volume);
+        TargetVolume = -6000; // fades end at once
+        buildGraph = [this](HWND owner) {
+            const PlayerGraph& graph = ThePlayerGraph();
+            EXPECT_EQ(owner, Window());
+            EXPECT_FALSE(TimerRuns()) << "the watchdog was not stopped first";
+            EXPECT_TRUE(graph.built == 0 && !graph.control && graph.feedData == nullptr)
+                << "not torn down first";
+            journal.Add("build");
+            FillGraph();
+            return 1;
+        };
+    }
+
+    ~Dispatcher() override {
+        test::PumpFor(100); // for the last fade-in thread
+        ThePlayerGraph().ReleaseGraph();
+        SetAudioVolume(nullptr);
+        buildGraph = nullptr;
+        TimerRuns();
+    }
+
+    void FillGraph() {
+        PlayerGraph& graph = ThePlayerGraph();
+        graph.control = &control;
+        graph.videoPidMap = &videoMap;
+        graph.audioPidMap = &audioMap;
+        graph.mixerBitmap = &mixer;
+        feed.AddRef();
+        graph.feedData = &feed;
+        graph.built = 1;
+    }
+
+    // The lines since the last call.
+    static std::string Log() {
+        static std::size_t seen = 0;
+        const std::string all = test::FileContents(test::kDebugLogPath);
+        const std::string fresh = all.substr(std::min(seen, all.size()));
+        seen = all.size();
+        return fresh;
+    }
+
+    test::Journal journal;
+    test::Journal levels;
+    test::FakeControl control{journal};
+    test::FakePidMap videoMap{journal, "video"};
+    test::FakePidMap audioMap{journal, "audio"};
+    test::FakeMixer mixer{journal};
+    test::FakeFeed feed{journal};
+    test::FakeVolume volume{levels};
+};
+
+TEST_F(Dispatcher, EveryCodeWithoutAGraphWritesItsLineAndAnswersZero) {
+    buildGraph = [](HWND) {
+        ADD_FAILURE() << "built";
+        return 1;
+    };
+    const struct {
+        WPARAM code;
+        LPARAM argument;
+        std::string log;
+    } rows[] = {
+        {0, 0x1FFF1FFF, ""},                      // the PIDs at start: no change
+        {0, static_cast<LPARAM>(0xFFFFFFFF), ""}, // the same but for bits that do not count
+        {1, 0x05000001, ""},
+        {2, 0x0A12C0F0, ""},
+        {3, 0, "RUN message: 00000000\r\n"},
+        {4, 0x1234ABCD, "STOP message: 1234ABCD\r\n"},
+        {5, -1, "PAUSE message: FFFFFFFF\r\n"},
+        {6, 7, "SendDisc message: 00000007\r\n"},
+        {7, 0x00121234, "SetPids2: 00121234\r\n"},
+        {9, 1, ""},
+        {10, 1, ""},
+        {12, 1, ""},
+        {13, 1, ""},
+        {14, 1, ""},
+        {0x10003, 1, ""},
+        {static_cast<WPARAM>(-1), 1, ""},
+    };
+    Log();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.code);
+        EXPECT_EQ(Send(row.code, row.argument), 0);
+        EXPECT_EQ(Log(), row.log);
+    }
+    EXPECT_EQ(PendingPids2, 0x1234) << "kept for the next build";
+    EXPECT_FALSE(TimerRuns());
+    for (const OsdElement& element : OsdElements) {
+        EXPECT_EQ(element.x, 0);
+    }
+}
+
+TEST_F(Dispatcher, SelectionsRebuildMapAndRunOnlyWhenSomethingChanges) {
+    const struct {
+        std::uint32_t argument;
+        Calls calls;
+        std::string log;
+    } rows[] = {
+        // Audio none: built and mapped, but stopped until a Run.
+        {0x01001FFF,
+         {"build", "Stop", "video unmap 8191", "video map 256"},
+         "Set Pid message: 01001FFF\r\nSet Video: 0100\r\n"},
+        {0x01001FFF, {}, ""},
+        // Both: the graph runs once both are in place.
+        {0x02000201,
+         {"Stop", "build", "Stop", "video unmap 256", "video map 512", "Stop", "audio unmap 8191",
+          "audio map 513", "Run"},
+         "Set Pid message: 02000201\r\nSet Video: 0200\r\nSet Audio: 0201\r\n"},
+        {0xE200E201, {}, ""}, // bits that do not count
+        // The video alone: the audio PID is the one mapped last, so nothing runs.
+        {0x03000201,
+         {"Stop", "build", "Stop", "video unmap 512", "video map 768"},
+         "Set Pid message: 03000201\r\nSet Video: 0300\r\nSet Audio: 0201\r\n"},
+        {0x03000301,
+         {"Stop", "build", "Stop", "video unmap 768", "video map 768", "Stop", "audio unmap 513",
+          "audio map 769", "Run"},
+         "Set Pid message: 03000301\r\nSet Video: 0300\r\nSet Audio: 0301\r\n"},
+    };
+    Log();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << std::hex << row.argument);
+        const bool rebuilt = !row.calls.empty();
+        SetTimer(Window(), TIMER_STALL_WATCH, 60000, nullptr);
+        EXPECT_EQ(Send(CommandCode::SetPid, row.argument), 0);
+        EXPECT_EQ(journal.Take(), row.calls);
+        EXPECT_EQ(Log(), row.log);
+        EXPECT_TRUE(TimerRuns());
+        test::PumpFor(150);
+        EXPECT_EQ(levels.Take(), rebuilt ? (Calls{"-10000", "-6000"}) : Calls{}) << "the fade-in";
+    }
+}
+
+TEST_F(Dispatcher, ASelectionArmsTheWatchdogAndReadsTheSilenceAfresh) {
+    const test::SettingsKey settings;
+    settings.Set("AudioUnmuteMsec", 250);
+    test::FakeKorvixDemux demux(journal);
+    ThePlayerGraph().korvixDemux = &demux;
+    Send(CommandCode::SetPid, 0x04000401);
+    test::PumpFor(100);
+    EXPECT_EQ(levels.Take(), Calls{"-10000"});
+    EXPECT_TRUE(test::PumpUntil([&] { return demux.asked == 2; }, 5000)) << "no tick within seconds";
+    EXPECT_EQ(levels.Take(), Calls{"-6000"});
+    Send(CommandCode::SetPid, 0x04100411);
+    EXPECT_EQ(ThePlayerGraph().korvixDemux.Get(), &demux) << "survives the teardown";
+    ThePlayerGraph().korvixDemux.Reset();
+}
+
+TEST_F(Dispatcher, PlaybackCommandsReachTheirObjects) {
+    FillGraph();
+    const struct {
+        CommandCode code;
+        std::uint32_t argument;
+        Calls calls;
+        std::string log;
+    } rows[] = {
+        {CommandCode::Run, 1, {"Run"}, "RUN message: 00000001\r\n"},
+        {CommandCode::Stop, 2, {"Stop"}, "STOP message: 00000002\r\n"},
+        {CommandCode::Pause, 3, {"Pause"}, "PAUSE message: 00000003\r\n"},
+        {CommandCode::SendDisc, 4, {"SendDiscontinuity"}, "SendDisc message: 00000004\r\n"},
+        {CommandCode::SetPids2, 0xABCD0102, {"SetPids2 2882339074"}, "SetPids2: ABCD0102\r\n"},
+    };
+    Log();
+    for (const auto& row : rows) {
+        EXPECT_EQ(Send(row.code, row.argument), 0);
+        EXPECT_EQ(journal.Take(), row.calls);
+        EXPECT_EQ(Log(), row.log);
+    }
+    EXPECT_EQ(PendingPids2, 0x0102);
+}
+
+TEST_F(Dispatcher, OverlayCommands) {
+    const auto show = CommandCode::ShowOverlay;
+    const auto move = CommandCode::MoveOsdElement;
+    const auto refresh = CommandCode::RefreshOverlay;
+    FillGraph(); // a mixer, no surface
+    ASSERT_EQ(OverlaySurface, nullptr);
+    Log();
+    Send(move, 0x0A12C0F0);
+    Send(refresh, 0);
+    EXPECT_EQ(journal.Take(), Calls{});
+    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(OsdElements[10].x, 0);
+
+    ASSERT_EQ(SetUpOverlaySurface(Window()), 1);
+    const struct {
+        CommandCode code;
+        std::uint32_t argument;
+        int element;
+        std::int32_t x, y;
+        Calls calls;
+        std::string log;
+    } rows[] = {
+        {move, 0x0A12C0F0, 10, 300, 240, {"SetAlphaBitmap"}, "Redraw Overlay: 0A12C0F0\r\n"},
+        {move, 0xFFFFFFFF, 255, 4095, 4095, {"SetAlphaBitmap"}, "Redraw Overlay: FFFFFFFF\r\n"},
+        {show, 0x0A000001, 10, 300, 240, {"GetAlphaBitmapParameters", "SetAlphaBitmap"}, ""},
+        {show, 0x0A800000, 10, 300, 240, {"GetAlphaBitmapParameters", "SetAlphaBitmap"}, ""},
+        {show, 0x0A000000, 10, -500, 240, {"GetAlphaBitmapParameters"}, ""},
+        {move, 0x0A000000, 10, 0, 0, {"SetAlphaBitmap"}, "Redraw Overlay: 0A000000\r\n"},
+        {refresh, 0xFFFFFFFF, 255, 4095, 4095, {"SetAlphaBitmap"}, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << std::hex << row.argument);
+        mixer.last = nullptr;
+        EXPECT_EQ(Send(row.code, row.argument), 0);
+        EXPECT_EQ(journal.Take(), row.calls);
+        EXPECT_EQ(Log(), row.log);
+        EXPECT_EQ(OsdElements.at(row.element).x, row.x);
+        EXPECT_EQ(OsdElements.at(row.element).y, row.y);
+        EXPECT_EQ(mixer.last, row.calls.back() == "SetAlphaBitmap" ? &OverlayAlphaBitmap : nullptr);
+    }
+
+    ThePlayerGraph().mixerBitmap.Reset(); // a surface, no mixer: after a teardown
+    Send(show, 0x0B000000);
+    Send(refresh, 0);
+    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(OsdElements[11].x, 0);
+    Send(move, 0x0B001002);
+    EXPECT_EQ(Log(), "Redraw Overlay: 0B001002\r\n");
+    EXPECT_EQ(OsdElements[11].x, 1);
+    EXPECT_EQ(journal.Take(), Calls{});
+}
+
+TEST_F(Dispatcher, EachUnmuteCommandStartsOneMoreFade) {
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Send(CommandCode::UnmuteAudio, 200), 0);
+    }
+    test::PumpFor(100);
+    EXPECT_EQ(levels.Take(), (Calls{"-10000", "-10000", "-10000"}));
+    test::PumpFor(300);
+    EXPECT_EQ(levels.Take(), (Calls{"-6000", "-6000", "-6000"}));
+}
+
+TEST_F(Dispatcher, ACommandSentInTheMiddleOfAnotherWaitsForItsEnd) {
+    buildGraph = [this, build = buildGraph, nested = false](HWND owner) mutable {
+        if (!std::exchange(nested, true)) {
+            EXPECT_EQ(Send(CommandCode::Run, 0), 0);
+            EXPECT_EQ(Send(CommandCode::SetPid, 0x06000601), 0);
+            EXPECT_EQ(Send(CommandCode::Pause, 0), 0);
+            EXPECT_EQ(journal.Take(), Calls{}) << "carried out in mid-build";
+        }
+        return build(owner);
+    };
+    Send(CommandCode::SetPid, 0x05000501);
+    Calls calls = journal.Take();
+    std::erase_if(calls, [](const auto& call) { return call.find("map") != std::string::npos; });
+    EXPECT_EQ(calls, (Calls{"build", "Stop", "Stop", "Run",         // the first selection
+                            "Run",                                  // what waited, in order
+                            "Stop", "build", "Stop", "Stop", "Run", //
+                            "Pause"}));
+}
+
+TEST_F(Dispatcher, QuitReleasesTheGraphAndEndsTheMessageLoop) {
+    FillGraph();
+    EXPECT_EQ(Send(CommandCode::Quit, 5), 0);
+    EXPECT_EQ(journal.Take(), Calls{"Stop"});
+    EXPECT_EQ(ThePlayerGraph().built, 0U);
+    for (const ULONG references :
+         {control.references.load(), videoMap.references.load(), audioMap.references.load(),
+          mixer.references.load(), feed.references.load()}) {
+        EXPECT_EQ(references, 0U);
+    }
+    MSG message;
+    do {
+        ASSERT_TRUE(PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) << "no quit message";
+    } while (message.message != WM_QUIT);
+    EXPECT_EQ(message.wParam, 0U);
+}
+
+using DISABLED_DispatcherChild = Dispatcher;
+
+TEST_F(DISABLED_DispatcherChild, FailingBuild) {
+    buildGraph = [](HWND) { return 0; };
+    Send(CommandCode::SetPid, 0x07000701);
+}
+
+TEST(DispatcherEnd, AFailedBuildEndsTheProcess) {
+    EXPECT_EQ(test::RunDisabledTest("DISABLED_DispatcherChild.FailingBuild"), 0xFFFFFFFF);
+}
+
+} // namespace
+} // namespace vistrame

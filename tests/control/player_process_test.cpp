@@ -1,0 +1,228 @@
+// The built player as the analyzer meets it: started with a command line, driven by messages, fed through a pipe, and
+// ended in every way it ends.
+
+#include <array>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "control/commands.h"
+#include "tests/support/child_process.h"
+#include "tests/support/files.h"
+#include "tests/support/message_boxes.h"
+#include "tests/support/messages.h"
+#include "tests/support/settings_key.h"
+
+namespace vistrame {
+namespace {
+
+constexpr DWORD kAbrupt = 0xFFFFFFFF;
+constexpr DWORD kLimitMsec = 10000;
+
+UINT ControlMessageNumber() {
+    return RegisterWindowMessageA("QVRA Registration");
+}
+
+// A window like the analyzer's: the player's parent, which hears its announcement.
+class ParentWindow {
+public:
+    ParentWindow() {
+        WNDCLASSA description{};
+        description.lpfnWndProc = Procedure;
+        description.lpszClassName = "VistrameTestParent";
+        RegisterClassA(&description);
+        handle = CreateWindowExA(0, "VistrameTestParent", "parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
+                                 800, 700, nullptr, nullptr, nullptr, nullptr);
+        announced = {};
+    }
+    ParentWindow(const ParentWindow&) = delete;
+    ParentWindow& operator=(const ParentWindow&) = delete;
+    ~ParentWindow() { DestroyWindow(handle); }
+
+    HWND WaitForPlayer() const {
+        EXPECT_TRUE(test::PumpUntil([] { return !announced.empty(); }, kLimitMsec)) << "no announcement";
+        return announced.empty() ? nullptr : reinterpret_cast<HWND>(announced[0].lParam);
+    }
+
+    HWND handle;
+    static inline std::vector<MSG> announced;
+
+private:
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        if (message == ControlMessageNumber()) {
+            announced.push_back({window, message, wParam, lParam, 0, {}});
+        }
+        return DefWindowProcA(window, message, wParam, lParam);
+    }
+};
+
+// The analyzer's end of the stream pipe.
+class PipeServer {
+public:
+    PipeServer()
+        : handle_(CreateNamedPipeA("\\\\.\\pipe\\QVRA00000042", PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1,
+                                   65536, 65536, 0, nullptr)) {}
+    PipeServer(const PipeServer&) = delete;
+    PipeServer& operator=(const PipeServer&) = delete;
+    ~PipeServer() { Break(); }
+
+    void Break() {
+        if (handle_ != INVALID_HANDLE_VALUE) {
+            CloseHandle(std::exchange(handle_, INVALID_HANDLE_VALUE));
+        }
+    }
+
+    bool IsConnected() const {
+        return ConnectNamedPipe(handle_, nullptr) != FALSE || GetLastError() == ERROR_PIPE_CONNECTED;
+    }
+
+private:
+    HANDLE handle_;
+};
+
+std::string Arguments(HWND parent, bool log = false) {
+    std::array<char, 100> text{};
+    std::snprintf(text.data(), text.size(), "%08X 00000000 00000042 0 0 %d 0 0",
+                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(parent)), log ? 1 : 0);
+    return text.data();
+}
+
+LRESULT Send(HWND player, CommandCode code, std::uint32_t argument) {
+    return SendMessageA(player, ControlMessageNumber(), static_cast<WPARAM>(code),
+                        static_cast<LPARAM>(argument));
+}
+
+TEST(StandAlonePlayer, OpensItsWindowAtHighPriorityAndEndsWithIt) {
+    DeleteFileA(test::kDebugLogPath);
+    const struct {
+        const char* name;
+        UINT message;
+        WPARAM wParam;
+        DWORD exitCode;
+    } rows[] = {
+        {"File/Quit", WM_COMMAND, 40001, kAbrupt},
+        {"close", WM_CLOSE, 0, kAbrupt},
+        {"command Quit", ControlMessageNumber(), static_cast<WPARAM>(CommandCode::Quit), 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        test::ChildProcess player(test::PlayerCommandLine(""));
+        HWND window = player.WaitForWindow("Vistrame", kLimitMsec);
+        ASSERT_NE(window, nullptr);
+        EXPECT_EQ(GetPriorityClass(player.Handle()), DWORD{HIGH_PRIORITY_CLASS});
+        PostMessageA(window, row.message, row.wParam, 0);
+        EXPECT_EQ(player.WaitForExit(kLimitMsec), row.exitCode);
+    }
+    EXPECT_EQ(test::FileContents(test::kDebugLogPath), "(none)") << "a log nobody asked for";
+}
+
+TEST(Player, IsAChildOfItsParentAndLogsEachCommand) {
+    std::ofstream(test::kDebugLogPath, std::ios::binary) << "earlier run\r\n";
+    const ParentWindow parent;
+    PipeServer pipe;
+    test::ChildProcess player(test::PlayerCommandLine(Arguments(parent.handle, true)));
+    HWND window = parent.WaitForPlayer();
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(parent.announced[0].wParam, 0U);
+    EXPECT_TRUE(pipe.IsConnected());
+
+    EXPECT_EQ(GetParent(window), parent.handle);
+    EXPECT_EQ(GetWindowLongA(window, GWL_STYLE) & (WS_CHILD | WS_VISIBLE), LONG{WS_CHILD | WS_VISIBLE});
+    EXPECT_EQ(GetWindowLongA(window, GWL_STYLE) & (WS_CAPTION | WS_THICKFRAME | WS_SYSMENU), 0);
+    RECT client{};
+    GetClientRect(window, &client);
+    EXPECT_EQ(client.right, 720);
+    EXPECT_EQ(client.bottom, 576);
+
+    for (const auto code :
+         {CommandCode::Run, CommandCode::Stop, CommandCode::Pause, CommandCode::SendDisc,
+          CommandCode::SetPids2, CommandCode::MoveOsdElement, CommandCode::RefreshOverlay}) {
+        EXPECT_EQ(Send(window, code, 0xAB), 0);
+    }
+    const std::string log =
+        "earlier run\r\nRUN message: 000000AB\r\nSTOP message: 000000AB\r\nPAUSE message: 000000AB\r\n"
+        "SendDisc message: 000000AB\r\nSetPids2: 000000AB\r\n";
+    EXPECT_EQ(test::FileContents(test::kDebugLogPath), log) << "while the player has it open";
+    EXPECT_EQ(parent.announced.size(), 1U);
+    PostMessageA(window, ControlMessageNumber(), static_cast<WPARAM>(CommandCode::Quit), 0);
+    EXPECT_EQ(player.WaitForExit(kLimitMsec), 0U) << "although its reader waits in the pipe";
+    EXPECT_EQ(test::FileContents(test::kDebugLogPath), log);
+}
+
+TEST(Player, EndsWithThePipe) {
+    const ParentWindow parent;
+    PipeServer pipe;
+    test::ChildProcess player(test::PlayerCommandLine(Arguments(parent.handle)));
+    ASSERT_NE(parent.WaitForPlayer(), nullptr);
+    test::PumpFor(300);
+    EXPECT_TRUE(player.IsRunning());
+    pipe.Break();
+    EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt);
+}
+
+TEST(Player, WithoutAPipeItAnnouncesItselfAfterTwoSecondsAndEnds) {
+    const ParentWindow parent;
+    const DWORD start = GetTickCount();
+    test::ChildProcess player(test::PlayerCommandLine(Arguments(parent.handle)));
+    EXPECT_NE(parent.WaitForPlayer(), nullptr);
+    EXPECT_GE(GetTickCount() - start + 16, 2000U);
+    EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt);
+}
+
+TEST(Player, WithoutAParentItOpensThePipeAndNeverReadsIt) {
+    PipeServer pipe;
+    test::ChildProcess player(test::PlayerCommandLine(Arguments(nullptr)));
+    EXPECT_TRUE(pipe.IsConnected());
+    test::PumpFor(500);
+    pipe.Break();
+    EXPECT_FALSE(player.WaitForExit(500).has_value());
+}
+
+TEST(Player, NoCommandLineMakesItCrash) {
+    const struct {
+        std::string arguments;
+        std::optional<DWORD> exitCode; // none: still runs
+    } rows[] = {
+        {std::string(20000, 'F'), kAbrupt}, // some parent, no pipe
+        {"%s%n%s%n", std::nullopt},
+        {"0 0 42 99999999999999999999 -1 1 \xFF", std::nullopt},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.arguments.substr(0, 20));
+        test::ChildProcess player(test::PlayerCommandLine(row.arguments));
+        EXPECT_EQ(player.WaitForExit(3500), row.exitCode); // past the two seconds it waits for a pipe
+    }
+}
+
+TEST(Player, AGraphThatCannotBeBuiltIsReportedAndEndsIt) {
+    const std::string directory = test::NewDirectory("player");
+    const test::SettingsKey settings;
+    settings.Set("MPEG2Codec", 10); // no such row
+    settings.Set("ErrorLogDir", directory);
+    DeleteFileA(test::kDebugLogPath);
+    const ParentWindow parent;
+    const PipeServer pipe;
+    test::ChildProcess player(test::PlayerCommandLine(Arguments(parent.handle, true)));
+    HWND window = parent.WaitForPlayer();
+    ASSERT_NE(window, nullptr);
+    PostMessageA(window, ControlMessageNumber(), static_cast<WPARAM>(CommandCode::SetPid), 0x01000101);
+    HWND box = player.WaitForWindow("Error", kLimitMsec);
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(test::DescribeMessageBox(box).text,
+              "TV playback failed\nReason: Invalid MPEG2 Codec selected\r\n");
+    EXPECT_TRUE(player.IsRunning()) << "until the user has read it";
+    EXPECT_EQ(test::FileContents(test::kDebugLogPath),
+              "Set Pid message: 01000101\r\nError: 110 Invalid MPEG2 Codec selected\r\n\r\n");
+    const auto files = test::FilesIn(directory);
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_EQ(test::FileContents(directory + files[0]), "110 Invalid MPEG2 Codec selected\r\n");
+    PostMessageA(box, WM_COMMAND, IDOK, 0);
+    EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt);
+}
+
+} // namespace
+} // namespace vistrame
