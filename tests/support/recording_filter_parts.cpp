@@ -71,7 +71,8 @@ private:
 
 class KorvixDemuxPart final : public FakePart<KorvixDemux> {
 public:
-    KorvixDemuxPart(FakeObject& object, RecordingPlatform& platform) : FakePart(object), platform_(platform) {}
+    KorvixDemuxPart(FakeObject& object, RecordingPlatform& platform)
+        : FakePart(object), platform_(platform) {}
     HRESULT STDMETHODCALLTYPE SetAudioType(ULONG type) override {
         return object_.Record(Line("SetAudioType(%ld)", static_cast<long>(type))), S_OK;
     }

@@ -1,0 +1,402 @@
+// The build as a whole: what is created, set and connected in which order, what each failure says and leaves
+// behind, and which references outlive the graph.
+
+#include "tests/graph/build_bench.h"
+
+#include <functional>
+
+#include <gmock/gmock.h>
+
+#include "graph/audio_volume.h"
+#include "graph/com.h"
+#include "osd/overlay_surface.h"
+
+namespace {
+
+bool NoDirect3D = false;
+
+} // namespace
+
+// Takes the place of the import, so that Direct3D can be missing; otherwise the platform's.
+IDirect3D9* WINAPI Direct3DCreate9(UINT version) {
+    if (NoDirect3D) {
+        return nullptr;
+    }
+    const FARPROC real = GetProcAddress(LoadLibraryA("d3d9.dll"), "Direct3DCreate9");
+    return reinterpret_cast<decltype(&Direct3DCreate9)>(reinterpret_cast<void*>(real))(version);
+}
+
+namespace vistrame::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Lines = std::vector<std::string>;
+
+TEST(BuildGraph, PlatformDemultiplexerAndVmr9) {
+    BuildBench bench;
+    PendingPids2 = 0x0123;
+    bench.platform.volume = -1200;
+    ASSERT_EQ(bench.Build(), 1);
+    const auto owner = static_cast<unsigned long>(reinterpret_cast<std::uintptr_t>(bench.window));
+    EXPECT_THAT(bench.platform.record.lines,
+                ElementsAre("create graph", //
+                            "create audio decoder", "create video decoder",
+                            "graph.AddFilter(audio decoder, \"Cyberlink Audio\")",
+                            "graph.AddFilter(video decoder, \"Cyberlink Video\")", //
+                            "create feed", "graph.AddFilter(feed, \"Korvix TS Feed Filter\")",
+                            "feed.SetPids2(00000123)", "feed.SetMode(3, 0)", //
+                            "create demux", "graph.AddFilter(demux, \"MPEG2 Demux\")",
+                            "graph.ConnectDirect(feed/TS Out, demux/MPEG-2 Stream, no type)",
+                            "demux.CreateOutputPin(\"Video Out\", video/MPEG2 MPEG2VIDEOINFO 1136)",
+                            "graph.ConnectDirect(demux/Video Out, video decoder/Video In, no type)", //
+                            "create sound", "sound.get_Volume", "graph.AddFilter(sound, \"Audio Out\")",
+                            "demux.CreateOutputPin(\"Audio Out\", audio/MPEG WAVEFORMATEX 40)",
+                            "graph.ConnectDirect(demux/Audio Out, audio decoder/XForm In, no type)",
+                            "graph.ConnectDirect(audio decoder/Side Out, sound/Audio Input pin, no type)", //
+                            "create VMR9", "graph.AddFilter(VMR9, \"VMR9\")",
+                            "VMR9.QueryInterface(IQualProp)", "VMR9.QueryInterface(IVMRFilterConfig9)",
+                            "VMR9.QueryInterface(0EB1088C)", "VMR9.QueryInterface(IVMRMixerBitmap9)",
+                            "VMR9.QueryInterface(IVMRVideoStreamControl9)", "VMR9.SetNumberOfStreams(1)",
+                            "graph.ConnectDirect(video decoder/Video Out, VMR9/VMR Input0, no type)", //
+                            Line("graph.put_Owner(%08lX)", owner), "graph.put_WindowStyle(44000000)",
+                            Line("graph.put_MessageDrain(%08lX)", owner),
+                            "graph.SetWindowPosition(0, 0, 640, 360)", "graph.put_Caption(\"Caption\")"));
+    EXPECT_EQ(TargetVolume, -1200);
+    EXPECT_EQ(bench.Log(), "");
+    EXPECT_THAT(bench.boxes.shown, IsEmpty());
+
+    // Built once, it is only started again.
+    bench.platform.record.lines.clear();
+    EXPECT_EQ(bench.Build(), 0);
+    EXPECT_THAT(bench.platform.record.lines, ElementsAre("graph.Run"));
+}
+
+TEST(BuildGraph, KorvixDemultiplexerAndOverlayMixer) {
+    BuildBench bench;
+    KorvixCodec = 1;
+    UseVMR9 = 0;
+    ASSERT_EQ(bench.Build(), 1);
+    EXPECT_THAT(Matching(bench.platform.record.lines, {"demux", "overlay", "create", "sound"}),
+                ElementsAre("create graph", "create audio decoder", "create video decoder", "create feed",
+                            "create korvix demux", "korvix demux.SetAudioType(0)",
+                            "korvix demux.SetVideoType(0)", "graph.AddFilter(korvix demux, \"MPEG2 Demux\")",
+                            "graph.ConnectDirect(feed/TS Out, korvix demux/TS In, no type)",
+                            "graph.ConnectDirect(korvix demux/Video Out, video decoder/Video In, no type)",
+                            "create sound", "sound.get_Volume", "graph.AddFilter(sound, \"Audio Out\")",
+                            "graph.ConnectDirect(korvix demux/Audio Out, audio decoder/XForm In, no type)",
+                            "graph.ConnectDirect(audio decoder/Side Out, sound/Audio Input pin, no type)",
+                            "create overlay mixer", "graph.AddFilter(overlay mixer, \"Overlay Mixer\")",
+                            "graph.Render(overlay mixer/Output)",
+                            "graph.ConnectDirect(video decoder/Video Out, overlay mixer/Input0, no type)"));
+}
+
+// How video and audio of each coding leave either demultiplexer.
+TEST(BuildGraph, CodingsDecideTypesAndConnections) {
+    struct Row {
+        std::uint32_t korvix;
+        std::int32_t video;
+        std::int32_t audio;
+        Lines lines;
+    };
+    const std::string toDecoder = ", video decoder/Video In, ";
+    const Row rows[] = {
+        {0,
+         1,
+         1,
+         {"graph.RemoveFilter(audio decoder)", "demux.CreateOutputPin(\"Video Out\", video/H264 none 1136)",
+          "graph.ConnectDirect(demux/Video Out" + toDecoder + "no type)",
+          "demux.CreateOutputPin(\"Audio Out\", audio/AC3 WAVEFORMATEX 18)",
+          "graph.Render(demux/Audio Out)"}},
+        {0,
+         2,
+         2,
+         {"demux.CreateOutputPin(\"Video Out\", video/HEVC none 1136)",
+          "graph.ConnectDirect(demux/Video Out" + toDecoder + "no type)",
+          "demux.CreateOutputPin(\"Audio Out\", audio/LATM WAVEFORMATEX 20)",
+          "graph.Render(demux/Audio Out)"}},
+        {0,
+         -1,
+         3,
+         {"demux.CreateOutputPin(\"Video Out\", video/HEVC none 1136)",
+          "graph.ConnectDirect(demux/Video Out" + toDecoder + "no type)",
+          "demux.CreateOutputPin(\"Audio Out\", audio/EAC3 WAVEFORMATEX 18)",
+          "graph.Render(demux/Audio Out)"}},
+        {1,
+         1,
+         1,
+         {"korvix demux.SetAudioType(1)", "korvix demux.SetVideoType(1)", "graph.RemoveFilter(audio decoder)",
+          "graph.ConnectDirect(korvix demux/Video Out" + toDecoder + "video/H264 MPEG2VIDEOINFO 136)",
+          "graph.Render(korvix demux/Audio Out)"}},
+        {1,
+         7,
+         -1,
+         {"korvix demux.SetAudioType(-1)", "korvix demux.SetVideoType(7)",
+          "graph.ConnectDirect(korvix demux/Video Out" + toDecoder + "video/HEVC)",
+          "graph.Render(korvix demux/Audio Out)"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(Line("korvix %u video %d audio %d", row.korvix, row.video, row.audio));
+        BuildBench bench("93509808-E912-46EF-BB97-0BFFE8655E60", "D12E285B-3B29-4416-BA8E-79BD81D193CC");
+        KorvixCodec = row.korvix;
+        VideoType = row.video;
+        AudioType = row.audio;
+        EXPECT_EQ(bench.Build(), 1);
+        EXPECT_EQ(Matching(bench.platform.record.lines,
+                           {"CreateOutputPin", "ux/Video Out", "ux/Audio Out", "RemoveFilter", "Type("}),
+                  row.lines);
+    }
+}
+
+TEST(BuildGraph, ClockSourceChoosesTheClockAtItsStep) {
+    struct Row {
+        std::int32_t source;
+        Lines lines; // the clock and its neighbours
+    };
+    const Row rows[] = {
+        {0, {"feed.SetMode", "AddFilter(demux", "AddFilter(sound"}},
+        {1, {"feed.SetMode", "AddFilter(demux", "SetSyncSource(demux)", "AddFilter(sound"}},
+        {2, {"feed.SetMode", "AddFilter(demux", "SetSyncSource(sound)", "AddFilter(sound"}},
+        {3, {"SetSyncSource(feed)", "feed.SetMode", "AddFilter(demux", "AddFilter(sound"}},
+        {4, {"feed.SetMode", "AddFilter(demux", "AddFilter(sound"}},
+        {-1, {"feed.SetMode", "AddFilter(demux", "AddFilter(sound"}},
+    };
+    for (const Row& row : rows) {
+        for (const bool clocks : {true, false}) {
+            SCOPED_TRACE(Line("ClockSource %d, clocks offered: %d", row.source, clocks));
+            BuildBench bench;
+            ClockSource = row.source;
+            if (!clocks) {
+                for (const char* const name : {"feed", "demux", "sound"}) {
+                    bench.platform.withheld.emplace_back(name, __uuidof(IReferenceClock));
+                }
+            }
+            EXPECT_EQ(bench.Build(), 1);
+            const Lines lines = Matching(bench.platform.record.lines,
+                                         {"SetMode", "SetSyncSource", "AddFilter(demux", "AddFilter(sound"});
+            Lines expected = row.lines;
+            if (!clocks) {
+                std::erase_if(expected, [](const std::string& line) { return line.starts_with("SetSync"); });
+            }
+            ASSERT_EQ(lines.size(), expected.size());
+            for (std::size_t i = 0; i < lines.size(); ++i) {
+                EXPECT_THAT(lines[i], ::testing::HasSubstr(expected[i]));
+            }
+        }
+    }
+}
+
+TEST(BuildGraph, DebugOsdFeedsTheSecondInput) {
+    for (const std::uint32_t korvix : {0U, 1U}) {
+        SCOPED_TRACE(korvix);
+        BuildBench bench;
+        KorvixCodec = korvix;
+        DebugOSD = 1;
+        EXPECT_EQ(bench.Build(), 1);
+        EXPECT_THAT(
+            Matching(bench.platform.record.lines, {"SetNumber", "OSD", "Input1"}),
+            ElementsAre("VMR9.SetNumberOfStreams(2)", "create OSD source",
+                        korvix != 0 ? "korvix demux.AttachOsd(OSD source)" : "OSD source.SetText",
+                        "OSD source.SetSize(1920, 1080, 1)", "graph.AddFilter(OSD source, \"OSD Generator\")",
+                        "graph.ConnectDirect(OSD source/1, VMR9/VMR Input1, no type)"));
+    }
+}
+
+// The maker's demultiplexer without its interface, and renderers and decoders that lack the usual pins.
+TEST(BuildGraph, GoesOnWithoutWhatIsNotNeeded) {
+    struct Row {
+        const char* missing;
+        std::function<void(BuildBench&)> arrange;
+        const char* line;
+    };
+    const Row rows[] = {
+        {"KorvixDemux",
+         [](BuildBench& bench) {
+             KorvixCodec = 1;
+             DebugOSD = 1;
+             bench.platform.withheld.emplace_back("korvix demux", __uuidof(KorvixDemux));
+         },
+         "OSD source.SetText"},
+        {"VMR Input0", [](BuildBench& bench) { bench.platform.missingPins = {"VMR9/VMR Input0"}; },
+         "graph.ConnectDirect(video decoder/Video Out, VMR9/Other Input, no type)"},
+        {"Video Out", [](BuildBench& bench) { bench.platform.missingPins = {"video decoder/Video Out"}; },
+         "graph.ConnectDirect(video decoder/Side Out, VMR9/VMR Input0, no type)"},
+        {"Video Out, with the Overlay Mixer",
+         [](BuildBench& bench) {
+             UseVMR9 = 0;
+             bench.platform.missingPins = {"video decoder/Video Out"};
+         },
+         "graph.ConnectDirect(video decoder/Side Out, overlay mixer/Input0, no type)"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.missing);
+        BuildBench bench;
+        row.arrange(bench);
+        EXPECT_EQ(bench.Build(), 1);
+        EXPECT_THAT(bench.platform.record.lines, ::testing::Contains(row.line));
+    }
+}
+
+TEST(BuildGraph, NoSoundIsShownAndNotFatal) {
+    BuildBench bench;
+    ClockSource = 2;
+    ASSERT_EQ(bench.Build(), 1);
+    ASSERT_NE(AudioVolume(), nullptr);
+    bench.player.ReleaseGraph();
+
+    bench.platform.record.lines.clear();
+    bench.platform.broken = {"sound"};
+    ASSERT_EQ(bench.Build(), 1);
+    const MessageBoxRecord box = {"Unable to load sound output filter.", "Error", MB_ICONERROR | MB_OK,
+                                  bench.window};
+    EXPECT_THAT(bench.boxes.shown, ElementsAre(box));
+    EXPECT_EQ(bench.Log(), "");
+    EXPECT_EQ(AudioVolume(), nullptr) << "the earlier renderer's volume is gone";
+    EXPECT_NE(bench.player.audioPidMap, nullptr);
+    EXPECT_THAT(
+        Matching(bench.platform.record.lines, {"sound", "Audio Out"}),
+        ElementsAre("cannot create sound", "demux.CreateOutputPin(\"Audio Out\", audio/MPEG WAVEFORMATEX 40)",
+                    "graph.ConnectDirect(demux/Audio Out, audio decoder/XForm In, no type)"));
+}
+
+TEST(BuildGraph, EachFailureSaysWhatItIsAndLeavesNothingBehind) {
+    using Platform = RecordingPlatform&;
+    struct Row {
+        const char* log;
+        std::function<void(Platform)> arrange;
+        Lines kept; // after the teardown
+    };
+    const auto breaks = [](const char* name) { return [name](Platform p) { p.broken = {name}; }; };
+    const auto withholds = [](const char* name, REFIID iid) {
+        return [name, iid](Platform p) { p.withheld.emplace_back(name, iid); };
+    };
+    const std::string noPins =
+        "Error: 111 The video Directshow decoder filter did not expose the expected input/output pins.\r\n";
+    const char* const noFeed = "Error: 112 Korvix TS Feedfilter could not be loaded\r\n";
+    const char* const noDemux =
+        "Error: 130 Unable to load MPEG2 Demux\r\nError: 113 Unable to load DirectX MPEG2 Demultiplexer\r\n";
+    const Row rows[] = {
+        {"Error: 101 Unable to create graph builder\r\n", breaks("graph"), {}},
+        {"Error: 102 Unable to get media control interface\r\n",
+         withholds("graph", __uuidof(IMediaControl)),
+         {}},
+        {noPins.c_str(), [](Platform p) { p.missingPins = {"video decoder/Video In"}; }, {}},
+        {noFeed, breaks("feed"), {}},
+        {noFeed, withholds("feed", __uuidof(FeedControl)), {}},
+        {noFeed, withholds("feed", __uuidof(FeedData)), {}},
+        {noDemux, breaks("demux"), {}},
+        {noDemux, [](Platform p) { KorvixCodec = 1, p.broken = {"korvix demux"}; }, {}},
+        {"Error: 113 Unable to load DirectX MPEG2 Demultiplexer\r\n",
+         withholds("demux", __uuidof(IMpeg2Demultiplexer)),
+         {}},
+        {"Error: 115 Unable to create VMR9 filter\r\n", breaks("VMR9"), {"sound 1"}},
+        {"Error: 116 Unable to query VMR9 interface(s)\r\n",
+         withholds("VMR9", __uuidof(IVMRFilterConfig9)),
+         {"sound 1", "VMR9 1"}},
+        {"Error: -1 Unable to create OSD filter\r\n",
+         [](Platform p) { DebugOSD = 1, p.broken = {"OSD source"}; },
+         {"sound 1", "VMR9 1"}},
+        {noPins.c_str(),
+         [](Platform p) {
+             p.missingPins = {"VMR9/Other Input", "VMR9/VMR Input0", "VMR9/VMR Input1"};
+         },
+         {"sound 1", "VMR9 1"}},
+        {noPins.c_str(), [](Platform p) { UseVMR9 = 0, p.broken = {"overlay mixer"}; }, {"sound 1"}},
+        {noPins.c_str(),
+         [](Platform p) { UseVMR9 = 0, p.missingPins = {"overlay mixer/Input0"}; },
+         {"sound 1"}},
+        {noPins.c_str(),
+         [](Platform p) {
+             p.missingPins = {"video decoder/Side Out", "video decoder/Video Output",
+                              "video decoder/Video Out", "video decoder/Out"};
+         },
+         {"sound 1", "VMR9 1"}},
+    };
+    for (const Row& row : rows) {
+        BuildBench bench;
+        row.arrange(bench.platform);
+        SCOPED_TRACE(row.log);
+        EXPECT_EQ(bench.Build(), 0);
+        EXPECT_EQ(bench.player.built, 0U);
+        EXPECT_EQ(bench.Log(), row.log);
+        EXPECT_EQ(bench.boxes.shown.size(), row.log == noDemux ? 2U : 1U);
+        bench.player.ReleaseGraph();
+        EXPECT_EQ(bench.platform.References(), row.kept);
+    }
+}
+
+TEST(BuildGraph, OverlaySurfaceIsMadeWhenTheRendererMixesBitmaps) {
+    OverlaySurface = nullptr;
+    {
+        BuildBench bench;
+        bench.OfferMixer();
+        ASSERT_EQ(bench.Build(), 1);
+        EXPECT_NE(bench.player.mixerBitmap, nullptr);
+        EXPECT_NE(OverlaySurface, nullptr);
+    }
+    BuildBench bench;
+    bench.OfferMixer();
+    NoDirect3D = true;
+    EXPECT_EQ(bench.Build(), 0);
+    NoDirect3D = false;
+    EXPECT_EQ(bench.Log(), "Error: 117 Unable to create Direct3D Device instance\r\n\r\n");
+    EXPECT_THAT(bench.platform.record.lines.back(), ::testing::HasSubstr("SetNumberOfStreams"));
+}
+
+TEST(BuildGraph, ReferencesThroughTwoGraphs) {
+    BuildBench bench;
+    bench.OfferMixer();
+    ASSERT_EQ(bench.Build(), 1);
+    // Of each filter one reference is the graph's. Demultiplexer: its control interface. Audio pin: pin and map.
+    // Sound: filter and volume. VMR9: filter, statistics, mixer. Graph: builder, control, window.
+    EXPECT_THAT(bench.platform.References(),
+                ElementsAre("graph 3", "audio decoder 2", "video decoder 2", "feed 4", "demux 2",
+                            "demux/Video Out 1", "sound 3", "demux/Audio Out 2", "VMR9 4"));
+
+    auto& record = bench.platform.record;
+    record = {{}, true};
+    bench.player.ReleaseGraph();
+    record.releases = false;
+    const auto emptied = std::ranges::find(record.lines, "filters.Release");
+    ASSERT_NE(emptied, record.lines.end());
+    EXPECT_THAT(Lines(emptied + 1, record.lines.end()),
+                ElementsAre("audio decoder.Release", "video decoder.Release", "feed.Release", "sound.Release",
+                            "VMR9.Release", "demux.Release", "demux/Audio Out.Release",
+                            "demux/Video Out.Release", "demux/Audio Out.Release", "VMR9.Release",
+                            "feed.Release", "feed.Release", "graph.Release"));
+    EXPECT_THAT(
+        Matching(Lines(record.lines.begin(), emptied), {"graph."}),
+        ElementsAre("graph.Stop", "graph.Release", "graph.RemoveFilter(audio decoder)",
+                    "graph.RemoveFilter(video decoder)", "graph.RemoveFilter(feed)",
+                    "graph.RemoveFilter(demux)", "graph.RemoveFilter(sound)", "graph.RemoveFilter(VMR9)"));
+    // The window's reference is dropped without a release; volume and statistics wait for the next build.
+    EXPECT_THAT(bench.platform.References(), ElementsAre("graph 1", "sound 1", "VMR9 1"));
+
+    bench.platform.removeResult = E_FAIL; // a teardown that cannot empty the graph ends all the same
+    ASSERT_EQ(bench.Build(), 1);
+    record.lines.clear();
+    bench.player.ReleaseGraph();
+    EXPECT_THAT(record.lines, ElementsAre("graph.Stop", "graph.RemoveFilter(audio decoder)"));
+    EXPECT_THAT(bench.platform.References(),
+                ElementsAre("graph 1", "graph 1", "audio decoder 1", "video decoder 1", "feed 1", "demux 1",
+                            "sound 2", "VMR9 2"))
+        << "only the second graph's volume and statistics are left, beside what its graph could not let go";
+}
+
+TEST(BuildGraph, KorvixDemuxLivesUntilTheNextBuild) {
+    BuildBench bench;
+    KorvixCodec = 1;
+    ASSERT_EQ(bench.Build(), 1);
+    const auto* const first = bench.player.korvixDemux.Get();
+    bench.player.ReleaseGraph();
+    EXPECT_EQ(bench.player.korvixDemux.Get(), first);
+    EXPECT_THAT(bench.platform.References(), ElementsAre("graph 1", "korvix demux 1", "sound 1", "VMR9 1"));
+    ASSERT_EQ(bench.Build(), 1);
+    EXPECT_NE(bench.player.korvixDemux.Get(), first);
+    bench.player.ReleaseGraph();
+    EXPECT_THAT(bench.platform.References(),
+                ElementsAre("graph 1", "graph 1", "korvix demux 1", "sound 1", "VMR9 1"));
+}
+
+} // namespace
+} // namespace vistrame::test
