@@ -117,6 +117,9 @@ std::size_t PacketCutter::Search(ByteSpan bytes) {
     for (; at < bytes.size(); ++at) {
         const auto next = std::find(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(), kSyncByte);
         at = static_cast<std::size_t>(next - bytes.begin());
+        if (next == bytes.end()) {
+            break;
+        }
         bool possible = false;
         for (const Layout& layout : kLayouts) {
             const std::size_t wanted = layout.stride == stride_ ? kSyncsToRelock : kSyncsToLock;
