@@ -34,7 +34,11 @@ HRESULT OutputPin::Connect(IPin* peer, const AM_MEDIA_TYPE* type) {
     }
     HRESULT result = TryOwnTypes(peer, pattern);
     if (FAILED(result)) {
+        const HRESULT own = result;
         result = TryPeerTypes(peer, pattern);
+        if (FAILED(result) && own != VFW_E_NO_ACCEPTABLE_TYPES) {
+            result = own; // why the peer refused what this pin would rather send
+        }
     }
     if (FAILED(result) && pattern.majortype != GUID_NULL && pattern.subtype != GUID_NULL) {
         result = TryType(peer, MediaType(pattern));
