@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/log.h>
+}
+
+namespace vistrame {
+
+// Owners of libavcodec's objects.
+struct AvDeleter {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+    void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+template <class Object>
+using AvPtr = std::unique_ptr<Object, AvDeleter>;
+
+} // namespace vistrame

@@ -1,0 +1,183 @@
+#include "filters/decoders/video_decoder.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "filters/decoders/access_unit_splitter.h"
+#include "filters/decoders/av_handles.h"
+#include "transport/access_unit.h"
+
+namespace vistrame {
+
+namespace {
+
+AVCodecID CodecOf(Coding coding) {
+    switch (coding) {
+        case Coding::kMpeg1Video:
+        case Coding::kMpeg2Video:
+            return AV_CODEC_ID_MPEG2VIDEO; // decodes the older coding too
+        case Coding::kH264:
+            return AV_CODEC_ID_H264;
+        case Coding::kHevc:
+            return AV_CODEC_ID_HEVC;
+        default:
+            return AV_CODEC_ID_NONE;
+    }
+}
+
+constexpr std::int64_t kUsualDuration = 400'000; // 25 pictures/s, while the stream does not tell
+
+class AvVideoDecoder final : public VideoDecoder {
+public:
+    AvVideoDecoder(Coding coding, PictureSink& sink)
+        : coding_(coding),
+          sink_(sink),
+          splitter_(coding, [this](const AccessUnit& unit) { DecodeUnit(unit); }) {}
+
+    bool Open() {
+        const AVCodec* codec = avcodec_find_decoder(CodecOf(coding_));
+        if (codec == nullptr) {
+            return false;
+        }
+        av_log_set_level(AV_LOG_QUIET); // damage is what this is made for, and there is no console
+        context_.reset(avcodec_alloc_context3(codec));
+        packet_.reset(av_packet_alloc());
+        frame_.reset(av_frame_alloc());
+        if (context_ == nullptr || packet_ == nullptr || frame_ == nullptr) {
+            return false;
+        }
+        // By slices: threads that take a whole picture each would add a picture of delay apiece.
+        context_->thread_count = 2;
+        context_->thread_type = FF_THREAD_SLICE;
+        context_->pkt_timebase = {1, 10'000'000};
+        return avcodec_open2(context_.get(), codec, nullptr) >= 0;
+    }
+
+    void Decode(ByteSpan payload, std::optional<std::int64_t> time) override {
+        splitter_.Feed(payload, time);
+    }
+
+    void Gap() override { splitter_.Flush(); }
+
+    void Drain() override {
+        splitter_.Flush();
+        DrainCodec();
+        BeginAnew();
+    }
+
+    void Flush() override {
+        splitter_.Reset();
+        BeginAnew();
+        nextStart_.reset();
+    }
+
+    void SetSkip(VideoSkip skip) override {
+        constexpr AVDiscard kDiscard[] = {AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_NONKEY};
+        context_->skip_frame = kDiscard[static_cast<int>(skip)];
+    }
+
+private:
+    void BeginAnew() {
+        avcodec_flush_buffers(context_.get());
+        context_->flags &= ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
+        firstShown_ = false;
+    }
+
+    void DecodeUnit(const AccessUnit& unit) {
+        buffer_.assign(unit.data.begin(), unit.data.end());
+        buffer_.resize(unit.data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+        if (!firstShown_ && IsRandomAccessPoint(coding_, unit.data)) {
+            preview_ = true;
+            SendUnit(unit);
+            DrainCodec();
+            preview_ = false;
+            avcodec_flush_buffers(context_.get());
+        }
+        SendUnit(unit);
+    }
+
+    void SendUnit(const AccessUnit& unit) {
+        packet_->data = buffer_.data();
+        packet_->size = static_cast<int>(unit.data.size());
+        packet_->pts = unit.time.value_or(AV_NOPTS_VALUE);
+        packet_->dts = AV_NOPTS_VALUE;
+        // A unit that is too damaged to decode yields no picture; the next one may.
+        (void)avcodec_send_packet(context_.get(), packet_.get());
+        ReceivePictures();
+    }
+
+    void DrainCodec() {
+        (void)avcodec_send_packet(context_.get(), nullptr);
+        ReceivePictures();
+    }
+
+    void ReceivePictures() {
+        while (avcodec_receive_frame(context_.get(), frame_.get()) >= 0) {
+            ShowFrame();
+            av_frame_unref(frame_.get());
+        }
+    }
+
+    void ShowFrame() {
+        firstShown_ = true;
+        // From the first whole picture on a damaged one is better than none.
+        context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+
+        Picture picture;
+        std::copy_n(frame_->data, picture.planes.size(), picture.planes.begin());
+        std::copy_n(frame_->linesize, picture.strides.size(), picture.strides.begin());
+        picture.format = frame_->format;
+        picture.width = frame_->width;
+        picture.height = frame_->height;
+        // An HEVC field is a picture of its own with half the lines.
+        const bool field = coding_ == Coding::kHevc && frame_->interlaced_frame != 0;
+        picture.interlaced = frame_->interlaced_frame != 0 && !field;
+        picture.topFieldFirst = frame_->top_field_first != 0;
+        const AVRational shape = frame_->sample_aspect_ratio;
+        const std::int64_t lines = std::int64_t{picture.height} * (field ? 2 : 1);
+        picture.aspect = shape.num > 0 && shape.den > 0
+                             ? Aspect::Reduced(std::int64_t{picture.width} * shape.num, lines * shape.den)
+                             : Aspect::Reduced(picture.width, lines);
+        picture.colourSpace = frame_->colorspace;
+        picture.fullRange = frame_->color_range == AVCOL_RANGE_JPEG;
+        picture.duration = Duration();
+        if (!preview_) {
+            if (frame_->pts != AV_NOPTS_VALUE) {
+                nextStart_ = frame_->pts;
+            }
+            picture.start = nextStart_;
+            if (nextStart_) {
+                *nextStart_ += picture.duration;
+            }
+        }
+        sink_.OnPicture(picture);
+    }
+
+    std::int64_t Duration() const {
+        const AVRational rate = context_->framerate;
+        const bool sensible =
+            rate.num > 0 && rate.den > 0 && rate.num >= 5LL * rate.den && rate.num <= 240LL * rate.den;
+        const std::int64_t one = sensible ? 10'000'000LL * rate.den / rate.num : kUsualDuration;
+        return one + one * frame_->repeat_pict / 2;
+    }
+
+    const Coding coding_;
+    PictureSink& sink_;
+    AccessUnitSplitter splitter_;
+    AvPtr<AVCodecContext> context_;
+    AvPtr<AVPacket> packet_;
+    AvPtr<AVFrame> frame_;
+    std::vector<std::uint8_t> buffer_; // the unit with the padding that libavcodec reads into
+    bool firstShown_ = false;
+    bool preview_ = false;
+    std::optional<std::int64_t> nextStart_; // of a picture without a time of its own
+};
+
+} // namespace
+
+std::unique_ptr<VideoDecoder> MakeVideoDecoder(Coding coding, PictureSink& sink) {
+    auto decoder = std::make_unique<AvVideoDecoder>(coding, sink);
+    return decoder->Open() ? std::move(decoder) : nullptr;
+}
+
+} // namespace vistrame

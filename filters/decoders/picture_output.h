@@ -1,0 +1,85 @@
+#pragma once
+
+#include <optional>
+
+#include "filters/base/output_pin.h"
+#include "filters/base/work_queue.h"
+#include "filters/decoders/deinterlacer.h"
+#include "filters/decoders/picture_types.h"
+#include "filters/decoders/picture_writer.h"
+#include "filters/decoders/video_decoder.h"
+
+namespace vistrame {
+
+// Brings decoded pictures to the renderer: deinterlaces them, agrees on their size, writes them into the
+// renderer's buffers and hands those over on a thread of its own, so that decoding runs ahead of the picture on
+// the screen.
+//
+// The pin is connected before the stream is known, as a picture of kConnectWidth x kConnectHeight. When the
+// first picture comes, and whenever size or aspect change, the renderer is asked:
+//   1. to reconnect with the picture's own size (IPin::ReceiveConnection while running);
+//   2. to take the new aspect with the size that was connected; the picture is scaled to that.
+// Where it refuses both, the picture is scaled and keeps its aspect between black bars. A renderer's yes to another
+// size (QueryAccept) is not relied upon: some accept any size and go on reading the buffer with the old one.
+//
+// Units      times 100 ns.
+// Threads    Show, Drain, Flush: the streaming thread (stream lock). Start and Stop: the filter's state changes.
+// Errors     a picture that cannot be delivered is dropped.
+class PictureOutput final : public PictureSink {
+public:
+    static constexpr int kConnectWidth = 1920; // the largest picture of broadcast below UHD
+    static constexpr int kConnectHeight = 1080;
+    static constexpr int kBuffers = 4; // one at the renderer, the rest decoded ahead
+
+    PictureOutput(BaseFilter& filter, OutputPin& pin);
+
+    // What the pin offers before anything is known of the stream.
+    static std::vector<MediaType> OfferedTypes();
+    // Whatever type the pin is connected with.
+    void Connected(const MediaType& type);
+
+    void Start();
+    void Stop();
+
+    void OnPicture(const Picture& picture) override;
+    // The next picture does not follow the one before.
+    void MarkDiscontinuity() { discontinuity_ = true; }
+    // Waits until the renderer has everything.
+    void Drain() { queue_.WaitIdle(); }
+    // Drops what the renderer does not have yet. The renderer must be flushing.
+    void Flush();
+
+    // What the decoder should leave out, from how late the pictures came.
+    VideoSkip WantedSkip() const { return skip_; }
+
+private:
+    struct Shape {
+        int width = 0;
+        int height = 0;
+        Aspect aspect;
+        bool operator==(const Shape&) const = default;
+    };
+
+    bool IsTooLate(const Picture& picture);
+    void Agree(const Picture& picture);
+    bool TryType(const MediaType& type);
+    bool TryReconnect(const MediaType& type, const Shape& shape);
+
+    BaseFilter& filter_;
+    OutputPin& pin_;
+    Deinterlacer deinterlacer_;
+    PictureWriter writer_;
+    WorkQueue<ComPtr<IMediaSample>> queue_;
+
+    // Streaming thread, or connecting while there is none.
+    GUID formatType_{};
+    Shape connected_;                // the size the renderer's surfaces were made for
+    PictureType target_;             // how the buffers are laid out now
+    std::optional<Shape> agreedFor_; // the pictures that target_ was agreed for
+    PictureWriter::Fit fit_ = PictureWriter::Fit::kFill;
+    bool discontinuity_ = true;
+    VideoSkip skip_ = VideoSkip::kNothing;
+    REFERENCE_TIME lastShown_ = 0;
+};
+
+} // namespace vistrame

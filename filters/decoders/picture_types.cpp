@@ -1,0 +1,119 @@
+#include "filters/decoders/picture_types.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
+
+namespace vistrame {
+
+namespace {
+
+constexpr DWORD FourCc(const char (&name)[5]) {
+    return MAKEFOURCC(name[0], name[1], name[2], name[3]);
+}
+
+const PixelLayout kLayouts[] = {
+    {&MEDIASUBTYPE_NV12, FourCc("NV12"), 12, AV_PIX_FMT_NV12, false, false},
+    {&MEDIASUBTYPE_YV12, FourCc("YV12"), 12, AV_PIX_FMT_YUV420P, false, true},
+    {&MEDIASUBTYPE_YUY2, FourCc("YUY2"), 16, AV_PIX_FMT_YUYV422, false, false},
+    {&MEDIASUBTYPE_RGB32, BI_RGB, 32, AV_PIX_FMT_BGR0, true, false},
+    {&MEDIASUBTYPE_RGB24, BI_RGB, 24, AV_PIX_FMT_BGR24, true, false},
+};
+
+// Bytes of `stride` x `lines` pixels; lines of RGB are padded to four bytes.
+long BufferBytes(const PixelLayout& layout, int stride, int lines) {
+    if (layout.compression == BI_RGB) {
+        return ((stride * layout.bits / 8 + 3) & ~3) * lines;
+    }
+    return static_cast<long>(std::int64_t{stride} * lines * layout.bits / 8);
+}
+
+template <class Header>
+Header FilledHeader(const PixelLayout& layout, int width, int height, std::int64_t duration) {
+    Header header{};
+    header.rcSource = header.rcTarget = {0, 0, width, height};
+    header.AvgTimePerFrame = duration;
+    header.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
+    header.bmiHeader.biWidth = width;
+    header.bmiHeader.biHeight = height;
+    header.bmiHeader.biPlanes = 1;
+    header.bmiHeader.biBitCount = layout.bits;
+    header.bmiHeader.biCompression = layout.compression;
+    header.bmiHeader.biSizeImage = static_cast<DWORD>(BufferBytes(layout, width, height));
+    if (duration > 0) {
+        header.dwBitRate = static_cast<DWORD>(std::min<std::int64_t>(
+            std::int64_t{header.bmiHeader.biSizeImage} * 8 * 10'000'000 / duration, MAXDWORD));
+    }
+    return header;
+}
+
+template <class Header>
+void ReadHeader(const Header& header, PictureType* type) {
+    type->stride = header.bmiHeader.biWidth;
+    type->lines = std::abs(header.bmiHeader.biHeight);
+    const RECT& target = header.rcTarget;
+    const bool rectangle = target.left == 0 && target.top == 0 && target.right > 0 && target.bottom > 0;
+    type->width = rectangle ? std::min<int>(target.right, type->stride) : type->stride;
+    type->height = rectangle ? std::min<int>(target.bottom, type->lines) : type->lines;
+    type->topDown = !type->layout->bottomUp || header.bmiHeader.biHeight < 0;
+    type->aspect = Aspect::Reduced(type->width, type->height);
+}
+
+} // namespace
+
+std::span<const PixelLayout> PixelLayouts() {
+    return kLayouts;
+}
+
+const PixelLayout* FindPixelLayout(const GUID& subtype) {
+    const auto* found =
+        std::ranges::find_if(kLayouts, [&](const PixelLayout& row) { return *row.subtype == subtype; });
+    return found != std::end(kLayouts) ? found : nullptr;
+}
+
+long PictureType::Bytes() const {
+    return BufferBytes(*layout, stride, lines);
+}
+
+std::optional<PictureType> ReadPictureType(const MediaType& type) {
+    PictureType read;
+    read.layout = FindPixelLayout(type->subtype);
+    if (type->majortype != MEDIATYPE_Video || read.layout == nullptr) {
+        return std::nullopt;
+    }
+    if (const auto* first = type.FormatAs<VIDEOINFOHEADER>(FORMAT_VideoInfo)) {
+        ReadHeader(*first, &read);
+    } else if (const auto* second = type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2)) {
+        ReadHeader(*second, &read);
+        if (second->dwPictAspectRatioX != 0 && second->dwPictAspectRatioY != 0) {
+            read.aspect = Aspect::Reduced(second->dwPictAspectRatioX, second->dwPictAspectRatioY);
+        }
+    }
+    constexpr int kLargest = 16384; // far above any level; keeps sizes in bytes within a long
+    const bool sensible =
+        read.width > 0 && read.height > 0 && read.stride <= kLargest && read.lines <= kLargest;
+    return sensible ? std::optional(read) : std::nullopt;
+}
+
+MediaType MakePictureType(const PixelLayout& layout, int width, int height, Aspect aspect,
+                          std::int64_t duration, const GUID& formatType) {
+    MediaType type(MEDIATYPE_Video, *layout.subtype);
+    type.Fields().bFixedSizeSamples = TRUE;
+    type.Fields().bTemporalCompression = FALSE;
+    type.Fields().lSampleSize = static_cast<ULONG>(BufferBytes(layout, width, height));
+    if (formatType == FORMAT_VideoInfo2) {
+        auto header = FilledHeader<VIDEOINFOHEADER2>(layout, width, height, duration);
+        header.dwPictAspectRatioX = static_cast<DWORD>(aspect.x);
+        header.dwPictAspectRatioY = static_cast<DWORD>(aspect.y);
+        type.SetFormat(formatType, header);
+    } else {
+        type.SetFormat(formatType, FilledHeader<VIDEOINFOHEADER>(layout, width, height, duration));
+    }
+    return type;
+}
+
+} // namespace vistrame

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+
+#include "filters/decoders/picture.h"
+#include "filters/decoders/picture_types.h"
+
+struct SwsContext;
+
+namespace vistrame {
+
+// Writes pictures into a renderer's buffer: another pixel layout, another size, both or neither.
+//
+// Units      pixels.
+// Threads    one at a time.
+// Ownership  borrows picture and buffer for the call; keeps the scaler for pictures of the same kind.
+// Errors     false when the scaler does not know the format or the buffer is too small; nothing is written then.
+class PictureWriter {
+public:
+    // How a picture fills a buffer of another shape.
+    enum class Fit {
+        kFill,      // the buffer's aspect follows the picture's
+        kLetterbox, // the buffer's aspect is fixed: black at two sides
+    };
+
+    PictureWriter();
+    PictureWriter(const PictureWriter&) = delete;
+    PictureWriter& operator=(const PictureWriter&) = delete;
+    ~PictureWriter();
+
+    bool Write(const Picture& picture, const PictureType& target, Fit fit, std::uint8_t* buffer, long bytes);
+
+private:
+    struct Area {
+        int x, y, width, height;
+        bool operator==(const Area&) const = default;
+    };
+    static Area FitInto(const PictureType& target, Aspect aspect);
+    // What the scaler is set up for.
+    struct Job {
+        int width, height, format, matrix, fullRange;
+        int targetWidth, targetHeight, targetFormat;
+        bool operator==(const Job&) const = default;
+    };
+    bool Prepare(const Job& job);
+
+    SwsContext* scaler_ = nullptr;
+    Job prepared_{};
+};
+
+} // namespace vistrame

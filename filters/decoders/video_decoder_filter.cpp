@@ -1,0 +1,90 @@
+#include "filters/decoders/video_decoder_filter.h"
+
+#include "filters/decoders/stream_types.h"
+
+namespace vistrame {
+
+VideoDecoderFilter::VideoDecoderFilter()
+    : TransformFilter(CLSID_VistrameVideoDecoder, L"In", L"Out"), pictures_(*this, Output()) {}
+
+HRESULT VideoDecoderFilter::CheckInputType(const MediaType& type) {
+    return VideoCodingOf(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+std::vector<MediaType> VideoDecoderFilter::InputTypes() {
+    std::vector<MediaType> types;
+    for (const REGPINTYPES& type : VideoStreamTypes()) {
+        types.emplace_back(*type.clsMajorType, *type.clsMinorType);
+    }
+    return types;
+}
+
+HRESULT VideoDecoderFilter::CheckOutputType(const MediaType& type) {
+    return ReadPictureType(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+ALLOCATOR_PROPERTIES VideoDecoderFilter::NeededBuffers(const MediaType& outputType) {
+    const auto picture = ReadPictureType(outputType);
+    return {PictureOutput::kBuffers, picture ? picture->Bytes() : 0, 1, 0};
+}
+
+// At connecting, or in mid-stream under the stream lock.
+void VideoDecoderFilter::InputTypeAgreed(const MediaType& type) {
+    const Coding coding = VideoCodingOf(type).value_or(Coding::kOther);
+    if (coding != coding_) {
+        decoder_ = MakeVideoDecoder(coding, pictures_);
+        coding_ = coding;
+    }
+}
+
+void VideoDecoderFilter::OutputTypeAgreed(const MediaType& type) {
+    if (State() == State_Stopped) { // later changes are of pictures_' own making
+        pictures_.Connected(type);
+    }
+}
+
+HRESULT VideoDecoderFilter::Starting() {
+    pictures_.Start();
+    return S_OK;
+}
+
+void VideoDecoderFilter::Stopped() {
+    pictures_.Stop();
+    if (decoder_ != nullptr) {
+        decoder_->Flush();
+    }
+}
+
+HRESULT VideoDecoderFilter::Transform(IMediaSample* sample) {
+    BYTE* data = nullptr;
+    if (decoder_ == nullptr || FAILED(sample->GetPointer(&data)) || data == nullptr) {
+        return S_OK;
+    }
+    if (sample->IsDiscontinuity() == S_OK) {
+        decoder_->Gap();
+        pictures_.MarkDiscontinuity();
+    }
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    const bool timed = SUCCEEDED(sample->GetTime(&start, &stop));
+    decoder_->SetSkip(pictures_.WantedSkip());
+    decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())},
+                     timed ? std::optional<std::int64_t>(start) : std::nullopt);
+    return S_OK;
+}
+
+void VideoDecoderFilter::Drain() {
+    if (decoder_ != nullptr) {
+        decoder_->Drain();
+    }
+    pictures_.Drain();
+}
+
+void VideoDecoderFilter::FlushDone() {
+    if (decoder_ != nullptr) {
+        decoder_->Flush();
+    }
+    pictures_.Flush();
+}
+
+} // namespace vistrame

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "filters/base/transform_filter.h"
+#include "filters/decoders/picture_output.h"
+#include "filters/decoders/video_decoder.h"
+
+namespace vistrame {
+
+// Decodes a video elementary stream: MPEG-2 video, H.264 or HEVC (see stream_types.h), and H.264 only as a byte
+// stream with start codes, whatever FourCC it comes under.
+//
+// Samples hold stretches of the stream cut anywhere; whole PES payloads are quickest. A sample's time is that of
+// the first picture that starts in it. Missing times are counted on from the picture before.
+//
+// Pins       "In", "Out".
+// Errors     damaged data never comes back as an error: the graph goes on.
+class VideoDecoderFilter final : public TransformFilter {
+public:
+    VideoDecoderFilter();
+
+protected:
+    HRESULT CheckInputType(const MediaType& type) override;
+    std::vector<MediaType> InputTypes() override;
+    std::vector<MediaType> OutputTypes() override { return PictureOutput::OfferedTypes(); }
+    HRESULT CheckOutputType(const MediaType& type) override;
+    ALLOCATOR_PROPERTIES NeededBuffers(const MediaType& outputType) override;
+    void InputTypeAgreed(const MediaType& type) override;
+    void OutputTypeAgreed(const MediaType& type) override;
+
+    HRESULT Starting() override;
+    void Stopped() override;
+    HRESULT Transform(IMediaSample* sample) override;
+    void Drain() override;
+    void FlushDone() override;
+
+private:
+    ~VideoDecoderFilter() override = default;
+
+    PictureOutput pictures_;
+    std::unique_ptr<VideoDecoder> decoder_; // for coding_; gives its pictures to pictures_
+    Coding coding_ = Coding::kOther;
+};
+
+} // namespace vistrame
