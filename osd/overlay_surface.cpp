@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "app/error_report.h"
+#include "graph/build_errors.h"
 #include "osd/overlay_size.h"
 
 namespace vistrame {
@@ -54,7 +55,7 @@ int SetUpOverlaySurface(HWND focusWindow) {
     IDirect3D9* direct3d = Direct3DCreate9(D3D_SDK_VERSION);
     IDirect3DDevice9* device = nullptr;
     if (FAILED(CreateOverlayDevice(direct3d, focusWindow, &device))) {
-        (void)ReportError(117, "Unable to create Direct3D Device instance\r\n"); // always 0
+        (void)ReportError(kNoDirect3DDevice.code, kNoDirect3DDevice.text); // always 0
         if (direct3d != nullptr) {
             direct3d->Release();
         }
@@ -63,7 +64,7 @@ int SetUpOverlaySurface(HWND focusWindow) {
     IDirect3DSurface9* surface = nullptr;
     if (FAILED(device->CreateOffscreenPlainSurface(kOverlayWidth, kOverlayHeight, D3DFMT_A8R8G8B8,
                                                    D3DPOOL_SYSTEMMEM, &surface, nullptr))) {
-        (void)ReportError(118, "Unable to create Direct3D surface\r\n"); // always 0
+        (void)ReportError(kNoDirect3DSurface.code, kNoDirect3DSurface.text); // always 0
         device->Release();
         direct3d->Release();
         return 0;

@@ -181,8 +181,7 @@ TEST(FontMetrics, AscentsAreCorrectedAndDescentsRoundedUp) {
         {1000, -250, 1000, 25, 25, 7},   // 6.25
         {-100, -1, 1000, 25, -2, 1},     // truncated towards 0
         {999, 250, 1000, 10, 9, -1},     // a box above the baseline: -2.5 truncated, and one more
-        {999, 100, 1000, 10, 9, -1},
-        {32000, -32000, 1000, 100000, -1094967, -1094966}, // beyond 32 bits
+        {999, 100, 1000, 10, 9, -1},     {32000, -32000, 1000, 100000, -1094967, -1094966}, // beyond 32 bits
     };
     for (const Row& row : rows) {
         FT_FaceRec face{};
