@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "filters/decoders/audio_decoder_filter.h"
+#include "filters/decoders/stream_types.h"
+#include "filters/decoders/video_decoder_filter.h"
 #include "filters/demux/korvix_demux.h"
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "filters/feed/feed_filter.h"
@@ -18,6 +21,16 @@ const ClassRow kClasses[] = {
      .name = L"MPEG-2 Demultiplexer",
      .create = CreateFilter<Mpeg2Demultiplexer>,
      .standIn = true},
+    {.id = &CLSID_VistrameVideoDecoder,
+     .name = L"Vistrame Video Decoder",
+     .create = CreateFilter<VideoDecoderFilter>,
+     .merit = MERIT_NORMAL,
+     .pins = VideoDecoderPins()},
+    {.id = &CLSID_VistrameAudioDecoder,
+     .name = L"Vistrame Audio Decoder",
+     .create = CreateFilter<AudioDecoderFilter>,
+     .merit = MERIT_NORMAL,
+     .pins = AudioDecoderPins()},
 };
 
 } // namespace

@@ -1,0 +1,174 @@
+#include "filters/decoders/audio_decoder_filter.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include <mmreg.h>
+
+#include "filters/base/reference_time.h"
+#include "filters/decoders/stream_types.h"
+
+namespace vistrame {
+
+namespace {
+
+constexpr int kBufferMilliseconds = 100; // several frames of any coding
+constexpr int kBuffers = 8;
+constexpr int kSampleBytes = 2;
+
+WAVEFORMATEX WaveFormatOf(SoundFormat format) {
+    WAVEFORMATEX wave{};
+    wave.wFormatTag = WAVE_FORMAT_PCM;
+    wave.nChannels = static_cast<WORD>(format.channels);
+    wave.nSamplesPerSec = static_cast<DWORD>(format.rate);
+    wave.wBitsPerSample = kSampleBytes * 8;
+    wave.nBlockAlign = static_cast<WORD>(format.channels * kSampleBytes);
+    wave.nAvgBytesPerSec = wave.nSamplesPerSec * wave.nBlockAlign;
+    return wave;
+}
+
+std::optional<SoundFormat> SoundFormatOf(const MediaType& type) {
+    const auto* wave = type.FormatAs<WAVEFORMATEX>(FORMAT_WaveFormatEx);
+    if (type->majortype != MEDIATYPE_Audio || type->subtype != MEDIASUBTYPE_PCM || wave == nullptr ||
+        wave->wFormatTag != WAVE_FORMAT_PCM || wave->wBitsPerSample != kSampleBytes * 8 ||
+        wave->nChannels < 1 || wave->nChannels > 2 || wave->nSamplesPerSec < 8'000 ||
+        wave->nSamplesPerSec > 192'000) {
+        return std::nullopt;
+    }
+    return SoundFormat{static_cast<int>(wave->nSamplesPerSec), wave->nChannels};
+}
+
+} // namespace
+
+AudioDecoderFilter::AudioDecoderFilter() : TransformFilter(CLSID_VistrameAudioDecoder, L"In", L"Out") {}
+
+HRESULT AudioDecoderFilter::CheckInputType(const MediaType& type) {
+    return AudioCodingOf(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+std::vector<MediaType> AudioDecoderFilter::InputTypes() {
+    std::vector<MediaType> types;
+    for (const REGPINTYPES& type : AudioStreamTypes()) {
+        types.emplace_back(*type.clsMajorType, *type.clsMinorType);
+    }
+    return types;
+}
+
+std::vector<MediaType> AudioDecoderFilter::OutputTypes() {
+    std::vector<MediaType> types;
+    for (const SoundFormat format : {SoundFormat{48'000, 2}, SoundFormat{44'100, 2}}) {
+        MediaType& type = types.emplace_back(MEDIATYPE_Audio, MEDIASUBTYPE_PCM);
+        type.Fields().bFixedSizeSamples = TRUE;
+        type.Fields().lSampleSize = WaveFormatOf(format).nBlockAlign;
+        type.SetFormat(FORMAT_WaveFormatEx, WaveFormatOf(format));
+    }
+    return types;
+}
+
+HRESULT AudioDecoderFilter::CheckOutputType(const MediaType& type) {
+    return SoundFormatOf(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+ALLOCATOR_PROPERTIES AudioDecoderFilter::NeededBuffers(const MediaType& outputType) {
+    const SoundFormat format = SoundFormatOf(outputType).value_or(SoundFormat{});
+    const long samples = format.rate * kBufferMilliseconds / 1000;
+    return {kBuffers, samples * format.channels * kSampleBytes, 1, 0};
+}
+
+// At connecting, or in mid-stream under the stream lock.
+void AudioDecoderFilter::InputTypeAgreed(const MediaType& type) {
+    const Coding coding = AudioCodingOf(type).value_or(Coding::kOther);
+    if (coding != coding_) {
+        decoder_ = MakeAudioDecoder(coding, *this);
+        coding_ = coding;
+    }
+    if (decoder_ != nullptr) {
+        decoder_->SetFormat(format_);
+    }
+}
+
+void AudioDecoderFilter::OutputTypeAgreed(const MediaType& type) {
+    format_ = SoundFormatOf(type).value_or(format_);
+    if (decoder_ != nullptr) {
+        decoder_->SetFormat(format_);
+    }
+}
+
+HRESULT AudioDecoderFilter::Starting() {
+    Restart();
+    return S_OK;
+}
+
+void AudioDecoderFilter::FlushDone() {
+    Restart();
+}
+
+void AudioDecoderFilter::Restart() {
+    if (decoder_ != nullptr) {
+        decoder_->Flush();
+    }
+    base_.reset();
+    discontinuity_ = true;
+}
+
+HRESULT AudioDecoderFilter::Transform(IMediaSample* sample) {
+    BYTE* data = nullptr;
+    if (decoder_ == nullptr || FAILED(sample->GetPointer(&data)) || data == nullptr) {
+        return S_OK;
+    }
+    if (sample->IsDiscontinuity() == S_OK) {
+        decoder_->Flush();
+        discontinuity_ = true;
+    }
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    const bool timed = SUCCEEDED(sample->GetTime(&start, &stop));
+    decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())},
+                     timed ? std::optional<std::int64_t>(start) : std::nullopt);
+    return S_OK;
+}
+
+void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) {
+    if (time) {
+        const REFERENCE_TIME expected = base_.value_or(0) + counted_ * kUnitsPerSecond / format_.rate;
+        if (!base_ || std::abs(*time - expected) > kTolerance) {
+            discontinuity_ |= base_.has_value();
+            base_ = time;
+            counted_ = 0;
+        }
+    }
+    if (!base_) {
+        return; // sound that nothing tells the time of cannot be kept with the picture
+    }
+    const std::size_t room = static_cast<std::size_t>(Output().BufferBytes()) / kSampleBytes /
+                             static_cast<std::size_t>(format_.channels) *
+                             static_cast<std::size_t>(format_.channels);
+    while (!samples.empty() && room > 0) {
+        const auto part = samples.first(std::min(room, samples.size()));
+        Deliver(part);
+        samples = samples.subspan(part.size());
+        counted_ += static_cast<std::int64_t>(part.size()) / format_.channels;
+    }
+}
+
+void AudioDecoderFilter::Deliver(std::span<const std::int16_t> samples) {
+    ComPtr<IMediaSample> sample;
+    BYTE* buffer = nullptr;
+    if (FAILED(Output().GetBuffer(&sample)) || FAILED(sample->GetPointer(&buffer))) {
+        return; // not connected, stopping or flushing
+    }
+    std::memcpy(buffer, samples.data(), samples.size_bytes());
+    const std::int64_t end = counted_ + static_cast<std::int64_t>(samples.size()) / format_.channels;
+    REFERENCE_TIME start = *base_ + counted_ * kUnitsPerSecond / format_.rate;
+    REFERENCE_TIME stop = *base_ + end * kUnitsPerSecond / format_.rate;
+    // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
+    (void)sample->SetActualDataLength(static_cast<long>(samples.size_bytes()));
+    (void)sample->SetTime(&start, &stop);
+    (void)sample->SetSyncPoint(TRUE);
+    (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
+    (void)Output().Deliver(sample.Get()); // a renderer that refuses does not stop the stream
+}
+
+} // namespace vistrame

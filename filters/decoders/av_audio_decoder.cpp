@@ -1,0 +1,181 @@
+#include "filters/decoders/audio_decoder.h"
+
+#include <vector>
+
+#include "filters/decoders/av_handles.h"
+
+extern "C" {
+#include <libswresample/swresample.h>
+}
+
+namespace vistrame {
+
+namespace {
+
+AVCodecID CodecOf(Coding coding) {
+    switch (coding) {
+        case Coding::kMpegAudio:
+            return AV_CODEC_ID_MP2; // any layer
+        case Coding::kAc3:
+        case Coding::kEac3:
+            return AV_CODEC_ID_EAC3; // and its predecessor
+        case Coding::kAacLatm:
+            return AV_CODEC_ID_AAC_LATM;
+        case Coding::kAacAdts:
+            return AV_CODEC_ID_AAC;
+        default:
+            return AV_CODEC_ID_NONE;
+    }
+}
+
+class AvAudioDecoder final : public AudioDecoder {
+public:
+    AvAudioDecoder(Coding coding, SoundSink& sink) : codec_(CodecOf(coding)), sink_(sink) {}
+    ~AvAudioDecoder() override {
+        swr_free(&resampler_);
+        av_channel_layout_uninit(&source_.layout);
+    }
+
+    bool Open() {
+        const AVCodec* codec = avcodec_find_decoder(codec_);
+        if (codec == nullptr) {
+            return false;
+        }
+        av_log_set_level(AV_LOG_QUIET); // damage is what this is made for, and there is no console
+        context_.reset(avcodec_alloc_context3(codec));
+        packet_.reset(av_packet_alloc());
+        frame_.reset(av_frame_alloc());
+        if (context_ == nullptr || packet_ == nullptr || frame_ == nullptr) {
+            return false;
+        }
+        context_->pkt_timebase = {1, 10'000'000};
+        context_->err_recognition = AV_EF_CRCCHECK; // a damaged frame is concealed rather than heard
+        AVDictionary* options = nullptr;
+        av_dict_set(&options, "downmix", "stereo",
+                    0); // where the coding says how: by the stream's own levels
+        const int opened = avcodec_open2(context_.get(), codec, &options);
+        av_dict_free(&options);
+        Flush();
+        return opened >= 0 && parser_ != nullptr;
+    }
+
+    void SetFormat(SoundFormat format) override {
+        if (format != format_) {
+            format_ = format;
+            swr_free(&resampler_);
+        }
+    }
+
+    void Decode(ByteSpan payload, std::optional<std::int64_t> time) override {
+        std::int64_t pts = time.value_or(AV_NOPTS_VALUE);
+        while (!payload.empty() && parser_ != nullptr) {
+            std::uint8_t* frame = nullptr;
+            int bytes = 0;
+            const int used = av_parser_parse2(parser_.get(), context_.get(), &frame, &bytes, payload.data(),
+                                              static_cast<int>(payload.size()), pts, AV_NOPTS_VALUE, 0);
+            if (used < 0 || (used == 0 && bytes == 0)) {
+                return;
+            }
+            pts = AV_NOPTS_VALUE; // the parser has noted where it belongs
+            payload = payload.subspan(static_cast<std::size_t>(used));
+            if (bytes > 0) {
+                DecodeFrame({frame, static_cast<std::size_t>(bytes)});
+            }
+        }
+    }
+
+    void Flush() override {
+        parser_.reset(av_parser_init(codec_)); // there is no way to empty one
+        avcodec_flush_buffers(context_.get());
+    }
+
+private:
+    // What the resampler was set up for.
+    struct Source {
+        int rate = 0;
+        int format = -1;
+        AVChannelLayout layout{};
+    };
+
+    void DecodeFrame(ByteSpan bytes) {
+        buffer_.assign(bytes.begin(), bytes.end());
+        buffer_.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+        packet_->data = buffer_.data();
+        packet_->size = static_cast<int>(bytes.size());
+        packet_->pts = parser_->pts;
+        packet_->dts = AV_NOPTS_VALUE;
+        (void)avcodec_send_packet(context_.get(), packet_.get()); // what cannot be decoded yields no sound
+        while (avcodec_receive_frame(context_.get(), frame_.get()) >= 0) {
+            Resample();
+            av_frame_unref(frame_.get());
+        }
+    }
+
+    void Resample() {
+        if (!PrepareResampler()) {
+            return;
+        }
+        // Samples that the resampler still holds come first, and theirs is the earlier time.
+        const std::int64_t held = swr_get_delay(resampler_, 10'000'000);
+        const int room = swr_get_out_samples(resampler_, frame_->nb_samples);
+        if (room <= 0) {
+            return;
+        }
+        const auto channels = static_cast<std::size_t>(format_.channels);
+        sound_.resize(static_cast<std::size_t>(room) * channels);
+        auto* target = reinterpret_cast<std::uint8_t*>(sound_.data());
+        const int made =
+            swr_convert(resampler_, &target, room, const_cast<const std::uint8_t**>(frame_->extended_data),
+                        frame_->nb_samples);
+        if (made > 0) {
+            const bool timed = frame_->pts != AV_NOPTS_VALUE;
+            sink_.OnSound(std::span(sound_).first(static_cast<std::size_t>(made) * channels),
+                          timed ? std::optional<std::int64_t>(frame_->pts - held) : std::nullopt);
+        }
+    }
+
+    // Sets the resampler up anew when the frame's format is another than before.
+    bool PrepareResampler() {
+        const bool same = resampler_ != nullptr && source_.rate == frame_->sample_rate &&
+                          source_.format == frame_->format &&
+                          av_channel_layout_compare(&source_.layout, &frame_->ch_layout) == 0;
+        if (same) {
+            return true;
+        }
+        swr_free(&resampler_);
+        source_.rate = frame_->sample_rate;
+        source_.format = frame_->format;
+        AVChannelLayout target{};
+        av_channel_layout_default(&target, format_.channels);
+        const bool ready =
+            av_channel_layout_copy(&source_.layout, &frame_->ch_layout) >= 0 &&
+            swr_alloc_set_opts2(&resampler_, &target, AV_SAMPLE_FMT_S16, format_.rate, &source_.layout,
+                                static_cast<AVSampleFormat>(source_.format), source_.rate, 0, nullptr) >= 0 &&
+            swr_init(resampler_) >= 0;
+        if (!ready) {
+            swr_free(&resampler_);
+        }
+        return ready;
+    }
+
+    const AVCodecID codec_;
+    SoundSink& sink_;
+    SoundFormat format_;
+    AvPtr<AVCodecContext> context_;
+    AvPtr<AVCodecParserContext> parser_;
+    AvPtr<AVPacket> packet_;
+    AvPtr<AVFrame> frame_;
+    std::vector<std::uint8_t> buffer_; // the frame with the padding that libavcodec reads into
+    SwrContext* resampler_ = nullptr;
+    Source source_;
+    std::vector<std::int16_t> sound_;
+};
+
+} // namespace
+
+std::unique_ptr<AudioDecoder> MakeAudioDecoder(Coding coding, SoundSink& sink) {
+    auto decoder = std::make_unique<AvAudioDecoder>(coding, sink);
+    return decoder->Open() ? std::move(decoder) : nullptr;
+}
+
+} // namespace vistrame
