@@ -19,11 +19,11 @@ std::size_t BytesBefore(std::size_t stride) {
     return found != kLayouts.end() ? found->before : 0;
 }
 
-// How many of `wanted` packets, one each stride, begin with a sync byte as far as the data reaches; nothing when one
-// does not.
-std::size_t CountSyncs(ByteSpan bytes, std::size_t stride, std::size_t wanted) {
+// How many packets, one each stride, begin with a sync byte as far as the data reaches and a lock needs; 0 when one of
+// them does not.
+std::size_t CountSyncs(ByteSpan bytes, std::size_t stride) {
     std::size_t found = 0;
-    for (std::size_t at = 0; found < wanted && at < bytes.size(); at += stride, ++found) {
+    for (std::size_t at = 0; found < PacketCutter::kSyncsToLock && at < bytes.size(); at += stride, ++found) {
         if (bytes[at] != kSyncByte) {
             return 0;
         }
@@ -101,15 +101,25 @@ std::size_t PacketCutter::ConsumeLocked(ByteSpan bytes) {
     if (bytes.size() < kPacketSize) {
         return 0;
     }
-    if (bytes.size() > 2 * stride_ && !syncAt(stride_) && !syncAt(2 * stride_)) {
-        // Cut short: what follows is not where it should be, so this packet's end is another one's beginning.
-        locked_ = false;
-        Drop(1);
-        return 1;
+    if (const std::size_t next = CutShortAt(bytes); next != 0) {
+        Drop(next);
+        return next;
     }
     skip_ = stride_ - kPacketSize;
     Emit(bytes.first(kPacketSize));
     return kPacketSize;
+}
+
+std::size_t PacketCutter::CutShortAt(ByteSpan bytes) const {
+    if (bytes.size() <= stride_ || bytes[stride_] == kSyncByte) {
+        return 0;
+    }
+    for (std::size_t at = 1; at < kPacketSize; ++at) {
+        if (CountSyncs(bytes.subspan(at), stride_) == kSyncsToLock) {
+            return at;
+        }
+    }
+    return 0;
 }
 
 std::size_t PacketCutter::Search(ByteSpan bytes) {
@@ -122,9 +132,8 @@ std::size_t PacketCutter::Search(ByteSpan bytes) {
         }
         bool possible = false;
         for (const Layout& layout : kLayouts) {
-            const std::size_t wanted = layout.stride == stride_ ? kSyncsToRelock : kSyncsToLock;
-            const std::size_t found = CountSyncs(bytes.subspan(at), layout.stride, wanted);
-            if (found == wanted) {
+            const std::size_t found = CountSyncs(bytes.subspan(at), layout.stride);
+            if (found == kSyncsToLock) {
                 Drop(at);
                 Lock(layout.stride);
                 return at > 0 ? at : ConsumeLocked(bytes);
@@ -169,7 +178,7 @@ void PacketCutter::Flush() {
     if (!locked_) {
         for (const Layout& layout : kLayouts) {
             const ByteSpan packets = rest.subspan(std::min(layout.before, rest.size()));
-            if (packets.size() < kPacketSize || CountSyncs(packets, layout.stride, kSyncsToLock) == 0) {
+            if (packets.size() < kPacketSize || CountSyncs(packets, layout.stride) == 0) {
                 continue;
             }
             Drop(layout.before);

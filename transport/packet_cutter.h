@@ -21,10 +21,9 @@ class PacketCutter {
 public:
     using Sink = std::function<void(const PacketView&)>;
 
-    // Enough syncs in a row that payload is not mistaken for one (below one in ten million), little enough
-    // data (under 4 ms at 2 Mbit/s) that nobody waits for it. Once the distance is known, fewer do.
+    // Enough syncs in a row that payload is not mistaken for them (below one in ten million), little enough data (under
+    // 4 ms at 2 Mbit/s) that nobody waits for it.
     static constexpr std::size_t kSyncsToLock = 5;
-    static constexpr std::size_t kSyncsToRelock = 3;
 
     explicit PacketCutter(Sink sink);
 
@@ -52,6 +51,9 @@ private:
     std::size_t Consume(ByteSpan bytes);
     std::size_t ConsumeLocked(ByteSpan bytes);
     std::size_t Search(ByteSpan bytes);
+    // Where in the packet at the front another one begins, because bytes are missing; 0 when none does as far as the
+    // data reaches.
+    std::size_t CutShortAt(ByteSpan bytes) const;
     // Returns what is left of the chunk when the tail has been used up or the chunk has.
     ByteSpan ConsumeTail(ByteSpan chunk);
     void Lock(std::size_t stride);

@@ -14,13 +14,13 @@ PcrClock::Reading PcrClock::OnPcr(std::uint64_t pcr, std::uint64_t packet) {
         const bool continues = (advance >= 0 && advance <= kJump) || std::abs(advance - expected) <= kJump;
         // When only a time stamp gave the base, the PCR may lie as far before it as pictures are sent ahead.
         const bool fits = known_ && !running_ ? LeadFits(-advance) : continues;
+        timeline = fits ? timeline_ + advance : ExpectedAt(packet);
         if (running_) {
             Learn(advance, packet);
         }
         if (known_ && (announced_ || !fits)) {
             StartSegment();
         }
-        timeline = fits ? timeline_ + advance : ExpectedAt(packet);
     }
     Place(pcr, timeline, packet);
     const bool jump = everRan_ && segment_ != lastPcrSegment_;

@@ -25,7 +25,7 @@ StampPlacer::Placement StampPlacer::Place(History& history, const PesHeader& hea
     placement.pts = TimeStamp{.raw = *header.pts};
     placement.dts = TimeStamp{.raw = *header.dts};
     // Behind one that waits for a PCR all wait for it.
-    const bool waiting = history.unsettledAt == readings_;
+    const bool waiting = clock_.Running() && history.unsettledAt == readings_;
     if (pcrExpected && (waiting || (!clock_.Known() && clock_.EverRan()))) {
         placement.settled = false;
         return placement;
