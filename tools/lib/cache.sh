@@ -31,7 +31,7 @@ build_entry() {
     if [ ! -d "$path" ]; then
         rm -rf "$path".part.*
         local part
-        part=$(mktemp -d "$path.part.XXXXXX")
+        part=$(mktemp -d "$path.part.$$.XXXXXX")
         mkdir "$part/out" "$part/work"
         # A process of its own: bash ignores "set -e" in functions whose result somebody looks at.
         repo=$repo out=$part/out work=$part/work bash -c '

@@ -18,13 +18,13 @@ die() {
     exit 1
 }
 
-# heartbeat LOG: every ten seconds the last thing a long step said.
+# heartbeat LOG TITLE: every ten seconds the last thing a long step said.
 heartbeat() {
-    local seconds=0 last
-    while sleep 10; do
+    local seconds=0 last title=$2
+    while sleep 10 && kill -0 $$ 2>/dev/null; do
         seconds=$((seconds + 10))
         last=$(tail -c 400 "$1" | tr '\r' '\n' | sed '/^ *$/d' | tail -n 1 | cut -c1-90)
-        doing "($seconds s) $last"
+        doing "$title ($seconds s): $last"
     done
 }
 
@@ -35,11 +35,13 @@ step() {
     log=$logs/$(tr -cs 'a-zA-Z0-9\n' '-' <<<"$title").log
     printf '  -> %s\n' "$title" >&3
     : >"$log"
-    heartbeat "$log" &
+    heartbeat "$log" "$title" &
     watcher=$!
-    "$@" >"$log" 2>&1 || status=$?
+    ("$@") >"$log" 2>&1 || status=$?
     kill "$watcher" && wait "$watcher" 2>/dev/null || true
     if [ "$status" -ne 0 ]; then
+        # Of steps side by side that fail for one reason, the first tells it.
+        [ -z "${told_once:-}" ] || mkdir "$told_once" 2>/dev/null || exit 1
         # A one-line reason from die() is told as it is; anything else with the log's end.
         if ! grep '^vistrame set-up: ' "$log" >&2; then
             tail -n "${failure_lines:-25}" "$log" | sed 's/^/     | /' >&2

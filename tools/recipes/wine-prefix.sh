@@ -7,6 +7,7 @@ unset DISPLAY
 wine_environment
 run() { "${in_wine[@]}" "$wine_loader" "$@"; }
 doing "Wine: making a prefix"
+trap '"${in_wine[@]}" "$wine_server" -k || true' EXIT
 "${in_wine[@]}" "$wine_server" -p30
 run wineboot -i
 run cmd /c "exit 7" && code=0 || code=$?
