@@ -22,9 +22,8 @@ struct Transfer {
 // below 0, which a caller must not pass, hold no pixels either.
 void CutTransferAxis(int& from, int& to, int& length, int sourceExtent, int extent) {
     const std::int64_t shift = std::int64_t{to} - from;
-    const std::int64_t first = std::max<std::int64_t>({from, 0, -shift});
-    const std::int64_t end =
-        std::min<std::int64_t>({std::int64_t{from} + length, sourceExtent, extent - shift});
+    const auto first = std::max<std::int64_t>({from, 0, -shift});
+    const auto end = std::min<std::int64_t>({std::int64_t{from} + length, sourceExtent, extent - shift});
     if (first >= end) {
         length = 0;
         return;
@@ -122,7 +121,7 @@ bool OsdCanvasArgb32::sharesMemoryWith(const OsdCanvasArgb32& other) const {
     const auto endOf = [](const OsdCanvasArgb32& canvas) {
         return canvas.at(canvas.width_, canvas.height_ - 1);
     };
-    const std::less<const std::uint8_t*> before;
+    const std::less<> before;
     return before(pixels_, endOf(other)) && before(other.pixels_, endOf(*this));
 }
 

@@ -7,6 +7,6 @@ namespace vistrame {
 
 inline constexpr int kOverlayWidth = 1920; // pixels
 inline constexpr int kOverlayHeight = 1080;
-inline constexpr std::size_t kOverlayStride = kOverlayWidth * 4; // bytes of a row, A8R8G8B8
+inline constexpr std::size_t kOverlayStride = std::size_t{kOverlayWidth} * 4; // bytes of a row, A8R8G8B8
 
 } // namespace vistrame

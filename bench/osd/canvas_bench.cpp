@@ -80,15 +80,16 @@ void BenchOpaque(OsdCanvasArgb32& canvas, std::vector<std::uint8_t>& block) {
         const RoundTimes times = TakeTurns(
             kRounds, [&] { canvas.fillRectAlpha(area.x, area.y, area.w, area.h, 10, 20, 30, 255); },
             [&] { std::memset(block.data(), 0x5A, bytes); });
-        std::printf("%-14s %12.2f %12.2f %.2f\n", area.name, bytes / times.ours * 1e-9,
-                    bytes / times.peer * 1e-9, times.peer / times.ours);
+        const double gigabytes = static_cast<double>(bytes) * 1e-9;
+        std::printf("%-14s %12.2f %12.2f %.2f\n", area.name, gigabytes / times.ours, gigabytes / times.peer,
+                    times.peer / times.ours);
     }
 }
 
-// Not zero when the bytes differ.
-int BenchBlend(OsdCanvasArgb32& canvas, OsdCanvasArgb32& reference) {
+// Whether the bytes are the same.
+bool BenchBlend(OsdCanvasArgb32& canvas, OsdCanvasArgb32& reference) {
     PlainCanvas plain(reference);
-    int different = 0;
+    bool same = true;
     std::printf("%-14s %9s %9s %9s %12s %12s\n", "blended fill", "Mpixel/s", "plain", "tight", "ours / plain",
                 "ours / tight");
     for (const Area& area : kAreas) {
@@ -105,10 +106,10 @@ int BenchBlend(OsdCanvasArgb32& canvas, OsdCanvasArgb32& reference) {
             std::printf("%-14s %9.0f %9.0f %9.0f %12.1f %12.1f\n", area.name, pixels / times.ours,
                         pixels / times.peer, pixels / tight.peer, times.peer / times.ours,
                         tight.peer / tight.ours);
-            different |= std::memcmp(canvas.pixelsPtr(), reference.pixelsPtr(), canvas.bufferSize());
+            same = same && std::memcmp(canvas.pixelsPtr(), reference.pixelsPtr(), canvas.bufferSize()) == 0;
         }
     }
-    return different;
+    return same;
 }
 
 int Run() {
@@ -123,9 +124,9 @@ int Run() {
         noise = noise * 1664525 + 1013904223;
         canvas.pixelsPtr()[i] = plain.pixelsPtr()[i] = static_cast<std::uint8_t>(noise >> 24);
     }
-    const int different = BenchBlend(canvas, plain);
-    std::printf("%s\n", different == 0 ? "same bytes" : "DIFFERENT BYTES");
-    return different == 0 ? 0 : 1;
+    const bool same = BenchBlend(canvas, plain);
+    std::printf("%s\n", same ? "same bytes" : "DIFFERENT BYTES");
+    return same ? 0 : 1;
 }
 
 } // namespace

@@ -33,7 +33,8 @@ int Run() {
     }
     ThePlayerGraph().mixerBitmap = &mixer;
     RedrawOverlay();
-    OverlayCanvas.fillRect(0, 0, kOverlayWidth, kOverlayHeight, 1, 2, 3, 4); // memory of its own in every page
+    OverlayCanvas.fillRect(0, 0, kOverlayWidth, kOverlayHeight, 1, 2, 3,
+                           4); // memory of its own in every page
     const std::size_t bytes = OverlayCanvas.bufferSize();
     std::vector<std::uint8_t> block(bytes, 1);
     const RoundTimes times =

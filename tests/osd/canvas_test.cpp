@@ -202,7 +202,8 @@ TEST(Canvas, WorkedExamples) {
     for (const Blend& row : blends) {
         canvas.setPixel(3, 4, row.old);
         canvas.blendPixel(3, 4, row.colour);
-        EXPECT_EQ(LoadPixel(canvas.pixelsPtr() + 4 * 7680 + 3 * 4), row.result) << std::hex << row.colour;
+        EXPECT_EQ(LoadPixel(canvas.pixelsPtr() + std::size_t{4 * 7680 + 3 * 4}), row.result)
+            << std::hex << row.colour;
     }
 
     struct Clip {
@@ -258,14 +259,14 @@ TEST(Canvas, TakesPixelsOfAnotherFormat) {
     for (int i = 0; i < 15; ++i) {
         source.setPixel(i % 5, i / 5, static_cast<std::uint32_t>(i * 16));
     }
-    std::vector<std::uint32_t> pixels(4 * 4, 0x40302010);
+    std::vector<std::uint32_t> pixels(16, 0x40302010);
     OsdCanvasArgb32 canvas;
     canvas.attach(4, 4, 16, pixels.data());
     canvas.copyFrom(source, -1, 2, 0, 1, 9, 9); // rows 1 and 2 of the source, its first column off the canvas
     canvas.blendFrom(source, 3, 0, 4, 0, 1, 1);
-    EXPECT_EQ(pixels[2 * 4], 0x80606060);     // (1, 1) of the source
-    EXPECT_EQ(pixels[3 * 4 + 3], 0x80E0E0E0); // (4, 2)
-    EXPECT_EQ(pixels[1 * 4], 0x40302010U);    // above: untouched
+    EXPECT_EQ(pixels[8], 0x80606060);  // (1, 1) of the source
+    EXPECT_EQ(pixels[15], 0x80E0E0E0); // (4, 2)
+    EXPECT_EQ(pixels[4], 0x40302010U); // above: untouched
     EXPECT_EQ(pixels[3], PlainCanvas::Blended(0x40302010, 0x80404040));
 }
 

@@ -118,15 +118,17 @@ TEST_F(Delivery, SetUpMakesATransparentSurfaceAndTheRecord) {
     EXPECT_EQ(description.Pool, D3DPOOL_SYSTEMMEM);
     EXPECT_EQ(Bytes(OverlaySurface), std::vector<std::uint8_t>(8294400));
 
-    VMR9AlphaBitmap expected{};
-    expected.dwFlags = 4;
-    expected.pDDS = OverlaySurface;
-    expected.rSrc = {0, 0, 1920, 1080};
-    expected.rDest = {0, 0, 1, 1};
-    expected.fAlpha = 1;
-    expected.clrSrcKey = 0x00FF0000;
-    expected.dwFilterMode = 0x100;
-    EXPECT_EQ(std::memcmp(&OverlayAlphaBitmap, &expected, sizeof expected), 0);
+    const VMR9AlphaBitmap& record = OverlayAlphaBitmap;
+    EXPECT_EQ(record.dwFlags, 4U); // the whole surface, no colour key
+    EXPECT_EQ(record.hdc, nullptr);
+    EXPECT_EQ(record.pDDS, OverlaySurface);
+    EXPECT_EQ((std::array{record.rSrc.left, record.rSrc.top, record.rSrc.right, record.rSrc.bottom}),
+              (std::array{0L, 0L, 1920L, 1080L}));
+    EXPECT_EQ((std::array{record.rDest.left, record.rDest.top, record.rDest.right, record.rDest.bottom}),
+              (std::array{0.0F, 0.0F, 1.0F, 1.0F}));
+    EXPECT_EQ(record.fAlpha, 1.0F);
+    EXPECT_EQ(record.clrSrcKey, 0x00FF0000U);
+    EXPECT_EQ(record.dwFilterMode, 0x100U);
 
     ComPtr<IDirect3DDevice9> device;
     ASSERT_EQ(OverlaySurface->GetDevice(&device), D3D_OK);
