@@ -28,7 +28,10 @@ constexpr int kStatusHeight = 20;
 // Where the player opens its window; SD television.
 constexpr int kAreaWidth = 720;
 constexpr int kAreaHeight = 576;
-constexpr DWORD kStyle = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
+constexpr DWORD kFramed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
+// Wine without a window manager draws the frame itself and then forgets it when the player, another process, draws
+// into its window: the picture would be shifted by the frame's size.
+constexpr DWORD kFrameless = WS_POPUP | WS_CLIPCHILDREN;
 
 struct Button {
     const wchar_t* text;
@@ -65,7 +68,8 @@ MainWindow::MainWindow(const StreamFile& file, const Options& options, EventLog&
       options_(options),
       log_(log),
       controlMessage_(RegisterWindowMessageA(kControlMessageName)),
-      font_(MessageFont()) {}
+      font_(MessageFont()),
+      style_(options.WindowMode() || options.stayOpen ? kFramed : kFrameless) {}
 
 MainWindow::~MainWindow() {
     if (window_ != nullptr) {
@@ -110,7 +114,7 @@ bool MainWindow::Create() {
     own(Thunk, reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1), L"VistrameAnalyzer");
     own(AreaThunk, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)), L"VistrameAnalyzerArea");
     const std::wstring title = FilePath(file_.Path()).filename().wstring() + L" - Vistrame analyzer";
-    if (CreateWindowExW(0, L"VistrameAnalyzer", title.c_str(), kStyle, CW_USEDEFAULT, CW_USEDEFAULT, 800, 600,
+    if (CreateWindowExW(0, L"VistrameAnalyzer", title.c_str(), style_, CW_USEDEFAULT, CW_USEDEFAULT, 800, 600,
                         nullptr, nullptr, instance, this) == nullptr) {
         return false;
     }
@@ -162,7 +166,7 @@ void MainWindow::Layout() {
 
 void MainWindow::SizeArea(int width, int height) {
     RECT outer{0, 0, width + kLeftWidth + 3 * kGap, height + kButtonHeight + kStatusHeight + 4 * kGap};
-    (void)AdjustWindowRect(&outer, kStyle, FALSE); // at worst the frame eats from the area
+    (void)AdjustWindowRect(&outer, style_, FALSE); // at worst the frame eats from the area
     (void)SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
                        SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }

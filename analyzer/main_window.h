@@ -54,6 +54,7 @@ private:
     EventLog& log_;
     const UINT controlMessage_;
     HFONT font_;
+    const DWORD style_; // of the window; no frame when only a script looks at it
     HWND window_ = nullptr;
     HWND area_ = nullptr;
     HWND status_ = nullptr;

@@ -55,7 +55,10 @@ void Session::OnAnnounced(HWND player) {
 }
 
 void Session::LookForBox() {
-    const auto text = PlayerBoxText(player_.ProcessId());
+    auto text = PlayerBoxText(player_.ProcessId());
+    if (text) {
+        std::ranges::replace(*text, '\n', ' '); // one line in the log
+    }
     const std::scoped_lock hold(lock_);
     if (text && *text != box_) {
         log_.Line("player box \"" + *text + "\"");
