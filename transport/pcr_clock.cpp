@@ -7,7 +7,7 @@ namespace vistrame {
 
 PcrClock::Reading PcrClock::OnPcr(std::uint64_t pcr, std::uint64_t packet) {
     pcr %= static_cast<std::uint64_t>(kPcrWrap);
-    std::int64_t timeline = static_cast<std::int64_t>(pcr);
+    auto timeline = static_cast<std::int64_t>(pcr);
     if (everPlaced_) {
         const std::int64_t advance = PcrDifference(pcr, raw_);
         const std::int64_t expected = ExpectedAdvance(packet);

@@ -180,6 +180,6 @@ const ElementaryStream* ProgrammeTable::FindStream(Pid elementary) const {
 }
 
 ProgrammeScanner::ProgrammeScanner()
-    : cutter_([this](const PacketView& packet) { (void)table_.Push(packet); }) {}
+    : cutter_([this](const PacketView& packet) { static_cast<void>(table_.Push(packet)); }) {}
 
 } // namespace vistrame

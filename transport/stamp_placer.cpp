@@ -65,8 +65,10 @@ void StampPlacer::Settle(Placement& placement) const {
     placement.segment = clock_.Segment();
     placement.settled = true;
     if (placement.dts && clock_.Known()) {
-        placement.pts->timeline = clock_.TimelineTicks(placement.pts->raw);
+        // The PTS by its DTS: half a wrap from the clock each by itself could go another way round.
         placement.dts->timeline = clock_.TimelineTicks(placement.dts->raw);
+        placement.pts->timeline =
+            placement.dts->timeline + TickDifference(placement.pts->raw, placement.dts->raw);
     }
 }
 

@@ -22,8 +22,8 @@ TEST(AccessUnit, RandomAccessPoints) {
     struct Row {
         const char* name;
         Coding coding;
-        Bytes bytes;
         bool start;
+        Bytes bytes;
     };
     const Bytes sequence{0xB3, 0x2D, 0x02, 0x40, 0x33};
     const Bytes intra{0x00, 0x00, 0x0F, 0xFF}; // temporal reference 0, coding type 1
@@ -39,26 +39,26 @@ TEST(AccessUnit, RandomAccessPoints) {
     const Bytes sliceP{0x41, 0x9A, 0x00}; // first macroblock 0, type 5
     const Bytes vps{0x40, 0x01};
     const Row rows[] = {
-        {"MPEG-2 sequence and I", Coding::kMpeg2Video, Units({sequence, intra}), true},
-        {"MPEG-1 likewise", Coding::kMpeg1Video, Units({sequence, {0xB8, 0, 0, 0, 0}, intra}), true},
-        {"MPEG-2 I alone", Coding::kMpeg2Video, Units({intra}), false},
-        {"MPEG-2 sequence and P", Coding::kMpeg2Video, Units({sequence, inter, sequence, intra}), false},
-        {"MPEG-2 cut in the picture header", Coding::kMpeg2Video, Units({sequence, {0x00, 0x00}}), false},
-        {"H.264 IDR", Coding::kH264, Units({aud, sps, idr}), true},
-        {"H.264 recovery point", Coding::kH264, Units({aud, recovery, sliceP}), true},
-        {"H.264 recovery point as second message", Coding::kH264, Units({longThenRecovery, sliceP}), true},
-        {"H.264 other message", Coding::kH264, Units({aud, timing, sliceP}), false},
-        {"H.264 parameters and I slice", Coding::kH264, Units({aud, sps, sliceI}), true},
-        {"H.264 I slice alone", Coding::kH264, Units({aud, sliceI}), false},
-        {"H.264 parameters and P slice", Coding::kH264, Units({aud, sps, sliceP, idr}), false},
-        {"H.264 parameters alone", Coding::kH264, Units({aud, sps}), false},
-        {"HEVC IDR (19)", Coding::kHevc, Units({vps, {0x26, 0x01, 0xAF}}), true},
-        {"HEVC CRA (21)", Coding::kHevc, Units({{0x2A, 0x01, 0xAF}}), true},
-        {"HEVC trailing (1)", Coding::kHevc, Units({vps, {0x02, 0x01, 0xD0}, {0x26, 0x01}}), false},
-        {"audio", Coding::kAc3, {0x0B, 0x77}, true},
-        {"unknown", Coding::kOther, Units({aud, sps, idr}), false},
-        {"nothing", Coding::kH264, {}, false},
-        {"start code at the very end", Coding::kMpeg2Video, {0, 0, 1}, false},
+        {"MPEG-2 sequence and I", Coding::kMpeg2Video, true, Units({sequence, intra})},
+        {"MPEG-1 likewise", Coding::kMpeg1Video, true, Units({sequence, {0xB8, 0, 0, 0, 0}, intra})},
+        {"MPEG-2 I alone", Coding::kMpeg2Video, false, Units({intra})},
+        {"MPEG-2 sequence and P", Coding::kMpeg2Video, false, Units({sequence, inter, sequence, intra})},
+        {"MPEG-2 cut in the picture header", Coding::kMpeg2Video, false, Units({sequence, {0x00, 0x00}})},
+        {"H.264 IDR", Coding::kH264, true, Units({aud, sps, idr})},
+        {"H.264 recovery point", Coding::kH264, true, Units({aud, recovery, sliceP})},
+        {"H.264 recovery point as second message", Coding::kH264, true, Units({longThenRecovery, sliceP})},
+        {"H.264 other message", Coding::kH264, false, Units({aud, timing, sliceP})},
+        {"H.264 parameters and I slice", Coding::kH264, true, Units({aud, sps, sliceI})},
+        {"H.264 I slice alone", Coding::kH264, false, Units({aud, sliceI})},
+        {"H.264 parameters and P slice", Coding::kH264, false, Units({aud, sps, sliceP, idr})},
+        {"H.264 parameters alone", Coding::kH264, false, Units({aud, sps})},
+        {"HEVC IDR (19)", Coding::kHevc, true, Units({vps, {0x26, 0x01, 0xAF}})},
+        {"HEVC CRA (21)", Coding::kHevc, true, Units({{0x2A, 0x01, 0xAF}})},
+        {"HEVC trailing (1)", Coding::kHevc, false, Units({vps, {0x02, 0x01, 0xD0}, {0x26, 0x01}})},
+        {"audio", Coding::kAc3, true, {0x0B, 0x77}},
+        {"unknown", Coding::kOther, false, Units({aud, sps, idr})},
+        {"nothing", Coding::kH264, false, {}},
+        {"start code at the very end", Coding::kMpeg2Video, false, {0, 0, 1}},
     };
     for (const Row& row : rows) {
         EXPECT_EQ(IsRandomAccessPoint(row.coding, row.bytes), row.start) << row.name;

@@ -36,29 +36,29 @@ void Feed(ProgrammeTable& table, const std::vector<TsBuilder::Packet>& packets) 
 TEST(ProgrammeTable, CodingsByStreamTypeAndDescriptors) {
     struct Row {
         std::uint8_t streamType;
-        Bytes descriptors;
         Coding coding;
+        Bytes descriptors;
     };
     const Row rows[] = {
-        {0x01, {}, Coding::kMpeg1Video},
-        {0x02, {}, Coding::kMpeg2Video},
-        {0x1B, {}, Coding::kH264},
-        {0x24, {}, Coding::kHevc},
-        {0x03, {}, Coding::kMpegAudio},
-        {0x04, {}, Coding::kMpegAudio},
-        {0x0F, {}, Coding::kAacAdts},
-        {0x11, {}, Coding::kAacLatm},
-        {0x81, {}, Coding::kAc3},
-        {0x87, {}, Coding::kEac3},
-        {0x06, {}, Coding::kOther},
-        {0x06, {0x0A, 4, 'd', 'e', 'u', 0, 0x6A, 1, 0}, Coding::kAc3},
-        {0x06, {0x7A, 1, 0}, Coding::kEac3},
-        {0x06, {0x05, 4, 'A', 'C', '-', '3'}, Coding::kAc3},
-        {0x06, {0x05, 4, 'E', 'A', 'C', '3'}, Coding::kEac3},
-        {0x06, {0x05, 4, 'E', 'A', 'C', '3', 0x6A, 1, 0}, Coding::kAc3}, // the descriptor counts more
-        {0x06, {0x6A, 9, 0}, Coding::kOther},                            // does not fit
-        {0x06, {0x56, 0}, Coding::kOther},
-        {0x05, {0x6A, 1, 0}, Coding::kOther},
+        {0x01, Coding::kMpeg1Video, {}},
+        {0x02, Coding::kMpeg2Video, {}},
+        {0x1B, Coding::kH264, {}},
+        {0x24, Coding::kHevc, {}},
+        {0x03, Coding::kMpegAudio, {}},
+        {0x04, Coding::kMpegAudio, {}},
+        {0x0F, Coding::kAacAdts, {}},
+        {0x11, Coding::kAacLatm, {}},
+        {0x81, Coding::kAc3, {}},
+        {0x87, Coding::kEac3, {}},
+        {0x06, Coding::kOther, {}},
+        {0x06, Coding::kAc3, {0x0A, 4, 'd', 'e', 'u', 0, 0x6A, 1, 0}},
+        {0x06, Coding::kEac3, {0x7A, 1, 0}},
+        {0x06, Coding::kAc3, {0x05, 4, 'A', 'C', '-', '3'}},
+        {0x06, Coding::kEac3, {0x05, 4, 'E', 'A', 'C', '3'}},
+        {0x06, Coding::kAc3, {0x05, 4, 'E', 'A', 'C', '3', 0x6A, 1, 0}}, // the descriptor counts more
+        {0x06, Coding::kOther, {0x6A, 9, 0}},                            // does not fit
+        {0x06, Coding::kOther, {0x56, 0}},
+        {0x05, Coding::kOther, {0x6A, 1, 0}},
     };
     for (const Row& row : rows) {
         EXPECT_EQ(CodingOf(row.streamType, row.descriptors), row.coding) << int(row.streamType);
@@ -167,7 +167,7 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
              pmt = MakeTable(0x02, 1, pmt);
              both.insert(both.end(), other.begin(), other.end());
              both.insert(both.end(), pmt.begin(), pmt.end());
-             both.resize(2 * 184, 0xFF);
+             both.resize(std::size_t{2} * 184, 0xFF);
              b.AddPacket(0x100, true, both);
              b.AddPacket(0x100, false, ByteSpan(both).subspan(184));
          },

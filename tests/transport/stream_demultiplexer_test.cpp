@@ -171,16 +171,16 @@ TEST(StreamDemultiplexer, DeliversAsSoonAsAUnitIsCertain) {
     struct Row {
         const char* name;
         bool bounded;
-        std::size_t payload; // 170 fill a packet behind the header of 14
         bool early;
+        std::size_t payload;                       // 170 fill a packet behind the header of 14
         std::vector<std::size_t> unitsAfterPacket; // two units, then flush
     };
     const Row rows[] = {
-        {"bounded", true, 300, true, {0, 1, 1, 2, 2}},
-        {"bounded, exactly full", true, 170, true, {1, 2, 2}},
-        {"unbounded, padded", false, 300, true, {0, 1, 1, 2, 2}},
-        {"unbounded, padded, not early", false, 300, false, {0, 0, 1, 1, 2}},
-        {"unbounded, exactly full", false, 170 + 184, true, {0, 0, 1, 1, 2}},
+        {"bounded", true, true, 300, {0, 1, 1, 2, 2}},
+        {"bounded, exactly full", true, true, 170, {1, 2, 2}},
+        {"unbounded, padded", false, true, 300, {0, 1, 1, 2, 2}},
+        {"unbounded, padded, not early", false, false, 300, {0, 0, 1, 1, 2}},
+        {"unbounded, exactly full", false, true, 170 + 184, {0, 0, 1, 1, 2}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

@@ -172,6 +172,22 @@ TEST(StreamTimeline, DoesWithoutPcrs) {
     EXPECT_LE(most, 2 * kPictureTicks);
 }
 
+// Stamps half a wrap off the clock, DTS on one side and PTS on the other: they keep their distance.
+TEST(StreamTimeline, KeepsPtsAndDtsTogether) {
+    TsBuilder builder;
+    for (int i = 0; i < 3; ++i) {
+        const std::int64_t now = i * kPictureTicks;
+        const std::int64_t dts = now + kTickWrap / 2 - 1000;
+        builder.AddPes(kVideo, {.pts = dts + kPictureTicks, .dts = dts, .pcr = now * kPcrPerTick},
+                       PicturePayload(i));
+    }
+    const Play run(Render(builder.packets));
+    ASSERT_EQ(run.recorder.units.size(), 3U);
+    for (const UnitRecorder::Unit& u : run.recorder.units) {
+        EXPECT_EQ(u.unit.pts->timeline - u.unit.dts->timeline, kPictureTicks);
+    }
+}
+
 // PCRs end, and then the stream jumps: units are held only so long, then go by their own stamps.
 TEST(StreamTimeline, WaitsForAPcrOnlySoLong) {
     ProgrammeRecipe recipe{.pictures = 20};
