@@ -9,7 +9,7 @@
 namespace vistrame {
 
 // Under HKEY_CURRENT_USER. Every value is a REG_DWORD except ErrorLogDir.
-inline constexpr char kSettingsKey[] = "Software\\Korvix\\QVRA\\Config";
+inline constexpr char kSettingsKey[] = R"(Software\Korvix\QVRA\Config)";
 
 extern std::uint32_t UseVMR9;     // non-zero: VMR9 renders the video; 0: the Overlay Mixer
 extern std::uint32_t MPEG2Codec;  // catalogue row for MPEG-2 video

@@ -59,6 +59,10 @@ TEST(ErrorLog, OneFileASecondHoldsTheLaterText) {
     const auto names = test::FilesIn(directory);
     ASSERT_EQ(names.size(), 1U);
     EXPECT_EQ(FileContents(directory + names[0]), "110 second\r\n");
+    EXPECT_EQ(
+        CreateFileA((directory + names[0]).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
+        INVALID_HANDLE_VALUE)
+        << "the report keeps its file open";
     SYSTEMTIME now;
     GetLocalTime(&now);
     EXPECT_EQ(names[0].substr(19), " " + std::to_string(now.wYear) + "  VistrameError.txt");

@@ -108,7 +108,7 @@ protected:
     static std::string Log() {
         static std::size_t seen = 0;
         const std::string all = test::FileContents(test::kDebugLogPath);
-        const std::string fresh = all.substr(std::min(seen, all.size()));
+        std::string fresh = all.substr(std::min(seen, all.size()));
         seen = all.size();
         return fresh;
     }

@@ -18,7 +18,7 @@ namespace vistrame {
 namespace {
 
 constexpr std::uint32_t kPipeId = 0xABC;
-constexpr char kPipeName[] = "\\\\.\\pipe\\QVRA00000ABC";
+constexpr char kPipeName[] = R"(\\.\pipe\QVRA00000ABC)";
 
 HANDLE CreateServer(DWORD type) {
     return CreateNamedPipeA(kPipeName, PIPE_ACCESS_OUTBOUND, type | PIPE_WAIT, 1, 1 << 20, 1 << 20, 0,
@@ -157,7 +157,7 @@ TEST_F(PipeReader, FeedLockIsFreeBetweenDeliveries) {
 
 TEST(StreamPipe, IsWaitedForAndOpenedForReadingOnly) {
     // Another name than the reader's: eight digits, upper case, leading zeros.
-    static constexpr char kName[] = "\\\\.\\pipe\\QVRA00DEADBE";
+    static constexpr char kName[] = R"(\\.\pipe\QVRA00DEADBE)";
     HANDLE server = INVALID_HANDLE_VALUE;
     std::thread late([&server] {
         Sleep(300);

@@ -64,8 +64,8 @@ private:
 class PipeServer {
 public:
     PipeServer()
-        : handle_(CreateNamedPipeA("\\\\.\\pipe\\QVRA00000042", PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1,
-                                   65536, 65536, 0, nullptr)) {}
+        : handle_(CreateNamedPipeA(R"(\\.\pipe\QVRA00000042)", PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 65536,
+                                   65536, 0, nullptr)) {}
     PipeServer(const PipeServer&) = delete;
     PipeServer& operator=(const PipeServer&) = delete;
     ~PipeServer() { Break(); }

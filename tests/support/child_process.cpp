@@ -80,7 +80,7 @@ HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
 std::string PlayerCommandLine(const std::string& arguments) {
     // Tests lie in tests/<area>/ of the build, the player in app/.
     const std::string program = ThisProgram();
-    return '"' + program.substr(0, program.rfind('\\')) + "\\..\\..\\app\\vistrame.exe\" " + arguments;
+    return '"' + program.substr(0, program.rfind('\\')) + R"(\..\..\app\vistrame.exe" )" + arguments;
 }
 
 std::optional<DWORD> RunDisabledTest(const std::string& name) {

@@ -32,7 +32,7 @@ UINT IconFlag(HWND box) {
     if (control == nullptr) {
         return 0;
     }
-    const auto icon = reinterpret_cast<HICON>(SendMessageA(control, STM_GETICON, 0, 0));
+    auto* const icon = reinterpret_cast<HICON>(SendMessageA(control, STM_GETICON, 0, 0));
     const std::array<std::pair<LPCSTR, UINT>, 4> icons = {{{IDI_HAND, MB_ICONERROR},
                                                            {IDI_EXCLAMATION, MB_ICONWARNING},
                                                            {IDI_ASTERISK, MB_ICONINFORMATION},

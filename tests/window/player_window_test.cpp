@@ -10,8 +10,11 @@
 
 #include "app/launch_fields.h"
 #include "app/process_state.h"
+#include "graph/com.h"
 #include "graph/player_graph.h"
 #include "osd/overlay_surface.h"
+#include "tests/support/com_fake.h"
+#include "tests/support/directshow_stubs.h"
 #include "tests/support/message_boxes.h"
 #include "tests/support/messages.h"
 #include "tests/support/player_fakes.h"
@@ -207,6 +210,35 @@ TEST_F(PlayerWindowTest, PaintAndRefreshTimerRedrawTheOverlay) {
         EXPECT_EQ(SendMessageA(Window(), WM_TIMER, other, 0), 0);
     }
     EXPECT_EQ(journal.Take(), Calls{});
+}
+
+class RecordingVideoWindow final : public test::StubVideoWindow {
+public:
+    using StubVideoWindow::StubVideoWindow;
+    HRESULT STDMETHODCALLTYPE SetWindowPosition(long left, long top, long width, long height) override {
+        object_.Record(test::Line("SetWindowPosition %ld %ld %ld %ld", left, top, width, height));
+        return E_FAIL;
+    }
+};
+
+TEST_F(PlayerWindowTest, TheVideoFollowsTheClientArea) {
+    test::CallRecord record;
+    test::FakeObject video(record, "video");
+    ThePlayerGraph().videoWindow = &video.Offer<RecordingVideoWindow>();
+    const RECT client = Client();
+    ValidateRect(Window(), nullptr);
+    EXPECT_EQ(SendMessageA(Window(), WM_SIZE, SIZE_RESTORED, MAKELPARAM(1, 2)),
+              0); // the rectangle is asked for
+    EXPECT_EQ(record.lines,
+              Calls{test::Line("video.SetWindowPosition 0 0 %ld %ld", client.right, client.bottom)});
+    RECT invalid{};
+    EXPECT_TRUE(GetUpdateRect(Window(), &invalid, FALSE));
+    EXPECT_TRUE(EqualRect(&invalid, &client));
+    ThePlayerGraph().videoWindow.Reset();
+
+    ValidateRect(Window(), nullptr);
+    EXPECT_EQ(SendMessageA(Window(), WM_SIZE, SIZE_RESTORED, 0), 0);
+    EXPECT_TRUE(GetUpdateRect(Window(), nullptr, FALSE)) << "invalidated without a graph, too";
 }
 
 TEST_F(PlayerWindowTest, TheStartupTimerEndsItselfAtItsFirstTick) {
