@@ -81,10 +81,8 @@ void PcrClock::Learn(std::int64_t advance, std::uint64_t packet) {
 }
 
 void PcrClock::Place(std::uint64_t raw, std::int64_t timeline, std::uint64_t packet) {
-    // Whole ticks between raw and timeline keep differences of time stamps exact.
-    const std::int64_t offset = timeline - static_cast<std::int64_t>(raw);
-    timeline_ = timeline - offset % kPcrPerTick;
     raw_ = raw;
+    timeline_ = timeline;
     packet_ = packet;
     known_ = true;
     everPlaced_ = true;

@@ -100,7 +100,6 @@ void PidStream::OnTransportError(const PacketView& packet) {
     // Counted once: where its counter is the expected one, the next packet is no continuity error.
     if (packet.HasPayload() && packet.ContinuityCounter() == ((counter_ + 1) & 0x0F)) {
         counter_ = packet.ContinuityCounter();
-        lastPayloadSize_ = 0;
     }
 }
 

@@ -85,6 +85,12 @@ TEST(PacketCutter, CutsDamagedStreamsInAnyChunks) {
         {"sync byte flipped",
          [&](Bytes& b, std::size_t s) { b[static_cast<std::size_t>(position(20, s))] ^= 0x20; }, AllBut({20}),
          188},
+        {"two sync bytes flipped, closer than a lock is long",
+         [&](Bytes& b, std::size_t s) {
+             b[static_cast<std::size_t>(position(20, s))] ^= 0x20;
+             b[static_cast<std::size_t>(position(23, s))] ^= 0x20;
+         },
+         AllBut({20, 23}), 376},
         {"packet cut",
          [&](Bytes& b, std::size_t s) {
              b.erase(b.begin() + position(20, s) + 50, b.begin() + position(20, s) + 80);

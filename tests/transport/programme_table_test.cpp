@@ -108,7 +108,7 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
         {"PMT with a wrong CRC",
          [&](TsBuilder& b) {
              b.AddPmt(0x100, 1, 0x111, {{0x111, 0x1B, {}}});
-             flip(b, 20);
+             flip(b, 17); // the stream type
          },
          before},
         {"PMT with a transport error",
@@ -182,6 +182,22 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
         ProgrammeTable table;
         Feed(table, builder.packets);
         EXPECT_EQ(Describe(table), row.expected);
+    }
+}
+
+// Names in two sections are waited for once the first is there.
+TEST(ProgrammeTable, IsCompleteWithAllNames) {
+    TsBuilder builder;
+    builder.AddPat({{1, 0x100}});
+    builder.AddPmt(0x100, 1, 0x101, {});
+    ProgrammeTable table;
+    Feed(table, builder.packets);
+    EXPECT_TRUE(table.Complete());
+    for (const std::uint8_t number : {0, 1}) {
+        builder.packets.clear();
+        builder.AddSection(kSdtPid, MakeTable(0x42, 1, {0, 1, 0xFF}, number, 1));
+        Feed(table, builder.packets);
+        EXPECT_EQ(table.Complete(), number == 1);
     }
 }
 

@@ -117,24 +117,28 @@ TEST(StreamDemultiplexer, FindsTheClock) {
 // are laid by that.
 TEST(StreamDemultiplexer, ChangesProgrammeWhileRunning) {
     TsBuilder builder;
+    std::size_t change = 0;
     for (int i = 0; i < 30; ++i) {
         builder.AddPat({{1, 0x100}, {2, 0x200}});
         builder.AddPmt(0x100, 1, 0x101, {{0x101, 0x02, {}}});
-        builder.AddPmt(0x200, 2, 0x201, {{0x201, 0x1B, {}}});
-        for (const Pid pid : {Pid{0x101}, Pid{0x201}}) {
-            const std::int64_t now = (pid == 0x101 ? 90'000 : 270'000'000) + i * kPictureTicks;
-            builder.AddPes(pid, {.pts = now + kSendAhead, .pcr = now * kPcrPerTick}, PicturePayload(i));
-        }
+        builder.AddPmt(0x200, 2, 0x2F0, {{0x201, 0x1B, {}}});
+        const std::int64_t now = 90'000 + i * kPictureTicks;
+        builder.AddPes(0x101, {.pts = now + kSendAhead, .pcr = now * kPcrPerTick}, PicturePayload(i));
+        change = i == 15 ? builder.packets.size() * kPacketSize : change;
+        // 3 s on, and the PCR behind the picture: what is there before it could belong to the other clock.
+        const std::int64_t other = now + 3 * kTicksPerSecond;
+        builder.AddPes(0x201, {.pts = other + kSendAhead}, PicturePayload(i));
+        builder.AddPcr(0x2F0, other * kPcrPerTick);
     }
     const Bytes bytes = Render(builder.packets);
     UnitRecorder recorder;
     StreamDemultiplexer demultiplexer(recorder);
     demultiplexer.AddStream(0x101, StreamKind::kElementary);
-    demultiplexer.Feed(ByteSpan(bytes).first(bytes.size() / 2));
+    demultiplexer.Feed(ByteSpan(bytes).first(change));
     demultiplexer.RemoveStream(0x101);
     demultiplexer.AddStream(0x201, StreamKind::kElementary);
-    demultiplexer.Feed(ByteSpan(bytes).subspan(bytes.size() / 2));
-    EXPECT_EQ(demultiplexer.ClockPid(), 0x201);
+    demultiplexer.Feed(ByteSpan(bytes).subspan(change));
+    EXPECT_EQ(demultiplexer.ClockPid(), 0x2F0);
     EXPECT_EQ(std::ranges::count_if(recorder.clocks, &ClockReference::jump), 1);
     const auto before = recorder.Of(0x101);
     const auto after = recorder.Of(0x201);
@@ -263,6 +267,25 @@ TEST(StreamDemultiplexer, AnnouncedDiscontinuityMarksWhatItTouches) {
         }
         EXPECT_EQ(flags, (std::vector{true, false})) << pid;
     }
+}
+
+// Wherever the break falls, an audio frame that lost its end to it says so.
+TEST(StreamDemultiplexer, AnnouncedDiscontinuityMarksCutFrames) {
+    const Bytes bytes = Programme(3);
+    std::size_t cut = 0;
+    for (std::size_t seam = PacketCutter::kSyncsToLock * kPacketSize; seam < bytes.size();
+         seam += kPacketSize) {
+        UnitRecorder recorder;
+        StreamDemultiplexer demultiplexer(recorder);
+        demultiplexer.AddStream(kAudio, StreamKind::kElementary);
+        demultiplexer.Feed(ByteSpan(bytes).first(seam));
+        demultiplexer.AnnounceDiscontinuity();
+        for (const UnitRecorder::Unit& u : recorder.units) {
+            EXPECT_EQ(u.unit.discontinuity, u.data.size() < AudioPayload(0).size()) << seam;
+            cut += u.unit.discontinuity ? 1 : 0;
+        }
+    }
+    EXPECT_GT(cut, 0U);
 }
 
 // What a handler asks for happens when it has returned, and nothing delivered is taken from under it.

@@ -172,6 +172,29 @@ TEST(StreamTimeline, DoesWithoutPcrs) {
     EXPECT_LE(most, 2 * kPictureTicks);
 }
 
+// A unit that waits for the PCR of a jump is not overtaken by one without stamps behind it.
+TEST(StreamTimeline, KeepsTheOrderOfAPid) {
+    TsBuilder builder;
+    const ProgrammeRecipe recipe{.pictures = 10};
+    AddProgramme(builder, recipe);
+    const std::int64_t behind = recipe.start + kHour;
+    for (int i = 0; i < 4; ++i) {
+        TsBuilder::Pes pes{.streamId = 0xC0, .bounded = true};
+        if (i % 2 == 0) {
+            pes.pts = behind + kSendAhead + i * 2160;
+        }
+        builder.AddPes(kAudio, pes, Bytes(50, static_cast<std::uint8_t>(0x80 + i)));
+    }
+    builder.AddPcr(kVideo, behind * kPcrPerTick);
+    const Play run(Render(builder.packets));
+    const auto audio = run.recorder.Of(kAudio);
+    ASSERT_GE(audio.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(audio[audio.size() - 4 + i].data.at(0), 0x80 + i);
+    }
+    EXPECT_EQ(run.beforeFlush, run.recorder.units.size());
+}
+
 // Stamps half a wrap off the clock, DTS on one side and PTS on the other: they keep their distance.
 TEST(StreamTimeline, KeepsPtsAndDtsTogether) {
     TsBuilder builder;
