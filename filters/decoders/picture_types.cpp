@@ -16,11 +16,13 @@ constexpr DWORD FourCc(const char (&name)[5]) {
     return MAKEFOURCC(name[0], name[1], name[2], name[3]);
 }
 
+// RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport of the
+// window's size instead of its own surface's, so that a window smaller than the surface shows a corner of the picture.
 const PixelLayout kLayouts[] = {
+    {&MEDIASUBTYPE_RGB32, BI_RGB, 32, AV_PIX_FMT_BGR0, true, false},
     {&MEDIASUBTYPE_NV12, FourCc("NV12"), 12, AV_PIX_FMT_NV12, false, false},
     {&MEDIASUBTYPE_YV12, FourCc("YV12"), 12, AV_PIX_FMT_YUV420P, false, true},
     {&MEDIASUBTYPE_YUY2, FourCc("YUY2"), 16, AV_PIX_FMT_YUYV422, false, false},
-    {&MEDIASUBTYPE_RGB32, BI_RGB, 32, AV_PIX_FMT_BGR0, true, false},
     {&MEDIASUBTYPE_RGB24, BI_RGB, 24, AV_PIX_FMT_BGR24, true, false},
 };
 

@@ -22,7 +22,7 @@ struct PixelLayout {
     bool swapsChroma;  // V before U
 };
 
-// Best first: what costs least from decoder to screen.
+// Best first: what every renderer shows whole, then what costs least from decoder to screen.
 std::span<const PixelLayout> PixelLayouts();
 const PixelLayout* FindPixelLayout(const GUID& subtype);
 
