@@ -28,6 +28,7 @@ void AccessUnitSplitter::Feed(ByteSpan piece, std::optional<std::int64_t> time) 
     bytes_.insert(bytes_.end(), piece.begin(), piece.end());
     if (time) {
         pieceTime_ = time;
+        pieceTimeAt_ = pieceStart;
     }
     pieceStartsUnit_ = false;
     Scan(pieceStart);
@@ -47,6 +48,7 @@ void AccessUnitSplitter::Flush() {
 void AccessUnitSplitter::Reset() {
     bytes_.clear();
     scanned_ = 0;
+    pieceTimeAt_ = 0;
     started_ = false;
     hasPicture_ = false;
     secondFieldDue_ = false;
@@ -67,22 +69,20 @@ void AccessUnitSplitter::Scan(std::size_t pieceStart) {
         scanned_ = at + 3;
         // Zeros before a start code belong to it, as far as they came with it.
         std::size_t start = at;
-        while (start > 0 && start != pieceStart && bytes_[start - 1] == 0) {
+        while (start > 0 && start != pieceStart && start != pieceTimeAt_ && bytes_[start - 1] == 0) {
             --start;
         }
         const Element element = Classify(at);
         const bool mayStart = element == Element::kHeader || element == Element::kPicture;
         pieceStartsUnit_ |= start == pieceStart && (mayStart || element == Element::kSecondField);
         if (mayStart && (!started_ || hasPicture_)) {
-            StartUnit(start, start >= pieceStart);
+            StartUnit(start);
             pieceStart -= std::min(pieceStart, start);
         }
         hasPicture_ |= started_ && (element == Element::kPicture || element == Element::kSlice);
     }
-    if (!started_) { // nothing begins in here but perhaps the start code at the very end
-        const std::size_t kept = bytes_.size() - std::min(bytes_.size(), scanned_);
-        bytes_.erase(bytes_.begin(), bytes_.end() - static_cast<std::ptrdiff_t>(kept));
-        scanned_ = 0;
+    if (!started_) {
+        Drop(scanned_); // nothing begins in here
     }
 }
 
@@ -134,19 +134,24 @@ AccessUnitSplitter::Element AccessUnitSplitter::ClassifyMpeg(ByteSpan code) {
     }
 }
 
-void AccessUnitSplitter::StartUnit(std::size_t at, bool inPiece) {
+void AccessUnitSplitter::StartUnit(std::size_t at) {
     if (started_) {
         Emit(at);
     }
-    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(at));
-    scanned_ -= at;
+    unitTime_.reset();
+    if (at >= pieceTimeAt_) {
+        unitTime_.swap(pieceTime_);
+    }
+    Drop(at);
     started_ = true;
     hasPicture_ = false;
     secondFieldDue_ = false;
-    unitTime_.reset();
-    if (inPiece) {
-        unitTime_.swap(pieceTime_);
-    }
+}
+
+void AccessUnitSplitter::Drop(std::size_t bytes) {
+    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(bytes));
+    scanned_ -= bytes;
+    pieceTimeAt_ -= std::min(pieceTimeAt_, bytes);
 }
 
 void AccessUnitSplitter::Emit(std::size_t end) {

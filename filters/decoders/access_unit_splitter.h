@@ -56,8 +56,9 @@ private:
     Element Classify(std::size_t at);
     Element ClassifyMpeg(ByteSpan code);
     void Scan(std::size_t pieceStart);
-    void StartUnit(std::size_t at, bool inPiece);
+    void StartUnit(std::size_t at);
     void Emit(std::size_t end);
+    void Drop(std::size_t bytes);
     bool IsWhole() const { return started_ && hasPicture_ && !secondFieldDue_; }
 
     const Coding coding_;
@@ -71,6 +72,7 @@ private:
     std::uint32_t temporalReference_ = 0;
     std::optional<std::int64_t> unitTime_;
     std::optional<std::int64_t> pieceTime_; // until a unit takes it
+    std::size_t pieceTimeAt_ = 0;           // where its piece begins in bytes_
     bool pieceStartsUnit_ = false;
     int trust_ = kTrustAfter; // pieces in a row that started with a unit
 };

@@ -105,7 +105,7 @@ void Deinterlacer::Describe(const Picture& picture) {
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
     constexpr std::uint64_t kUnfit = AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_PAL;
     if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0 || (format->flags & kUnfit) != 0 ||
-        format->comp[0].depth > 15) {
+        format->nb_components != 3 || format->comp[2].plane != 2 || format->comp[0].depth > 15) {
         return;
     }
     sampleBytes_ = format->comp[0].depth > 8 ? 2 : 1;

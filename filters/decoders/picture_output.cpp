@@ -64,6 +64,9 @@ void PictureOutput::Flush() {
 
 void PictureOutput::OnPicture(const Picture& decoded) {
     const Picture picture = deinterlacer_.Process(decoded);
+    if (!picture.start) {
+        deinterlacer_.Reset(); // the same picture comes again, and nothing in it will have moved
+    }
     if (!pin_.IsConnected() || IsTooLate(picture)) {
         return;
     }
@@ -91,6 +94,14 @@ void PictureOutput::OnPicture(const Picture& decoded) {
     (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
     (void)sample->SetPreroll(FALSE);
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
+}
+
+VideoSkip PictureOutput::WantedSkip(std::optional<REFERENCE_TIME> data) {
+    REFERENCE_TIME now = 0;
+    if (skip_ != VideoSkip::kNothing && data && filter_.StreamTime(&now) && now - *data < kInTime) {
+        skip_ = VideoSkip::kNothing;
+    }
+    return skip_;
 }
 
 bool PictureOutput::IsTooLate(const Picture& picture) {

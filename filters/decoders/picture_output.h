@@ -49,8 +49,9 @@ public:
     // Drops what the renderer does not have yet. The renderer must be flushing.
     void Flush();
 
-    // What the decoder should leave out, from how late the pictures came.
-    VideoSkip WantedSkip() const { return skip_; }
+    // What the decoder should leave out now that it gets data of this time: from how late the pictures came, but
+    // nothing once the data itself is in time.
+    VideoSkip WantedSkip(std::optional<REFERENCE_TIME> data);
 
 private:
     struct Shape {

@@ -66,10 +66,9 @@ HRESULT VideoDecoderFilter::Transform(IMediaSample* sample) {
     }
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
-    const bool timed = SUCCEEDED(sample->GetTime(&start, &stop));
-    decoder_->SetSkip(pictures_.WantedSkip());
-    decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())},
-                     timed ? std::optional<std::int64_t>(start) : std::nullopt);
+    const auto time = SUCCEEDED(sample->GetTime(&start, &stop)) ? std::optional(start) : std::nullopt;
+    decoder_->SetSkip(pictures_.WantedSkip(time));
+    decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())}, time);
     return S_OK;
 }
 

@@ -10,7 +10,7 @@
 #include "transport/packet.h"
 #include "transport/stream_demultiplexer.h"
 
-namespace vistrame {
+namespace vistrame::test {
 
 namespace {
 
@@ -55,7 +55,7 @@ private:
 } // namespace
 
 std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int lossPerMille) {
-    std::ifstream input(file, std::ios::binary);
+    std::ifstream input(VISTRAME_STREAMS + file, std::ios::binary);
     EXPECT_TRUE(input.is_open()) << file;
     const std::vector<char> bytes((std::istreambuf_iterator<char>(input)), {});
     Collector collector(video);
@@ -73,4 +73,4 @@ std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int los
     return pieces;
 }
 
-} // namespace vistrame
+} // namespace vistrame::test

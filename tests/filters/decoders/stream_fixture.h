@@ -7,7 +7,7 @@
 
 #include "transport/coding.h"
 
-namespace vistrame {
+namespace vistrame::test {
 
 // One unit of an elementary stream as a demultiplexer gives it out: a PES payload with its time.
 struct StreamPiece {
@@ -20,4 +20,4 @@ struct StreamPiece {
 // Units: every `lossPerMille`-th of a thousand transport packets is left out at random, from a fixed seed.
 std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int lossPerMille = 0);
 
-} // namespace vistrame
+} // namespace vistrame::test

@@ -1,0 +1,157 @@
+// Whole units come out of pieces however these are cut.
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "filters/decoders/access_unit_splitter.h"
+#include "tests/filters/decoders/stream_fixture.h"
+
+namespace vistrame::test {
+
+namespace {
+
+struct Unit {
+    std::vector<std::uint8_t> data;
+    std::optional<std::int64_t> time;
+    bool operator==(const Unit&) const = default;
+};
+
+// Zeros between units may go with either.
+void StripZeros(std::vector<Unit>* units) {
+    for (Unit& unit : *units) {
+        const auto isData = [](std::uint8_t byte) { return byte != 0; };
+        unit.data.erase(unit.data.begin(), std::ranges::find_if(unit.data, isData));
+        unit.data.erase(std::find_if(unit.data.rbegin(), unit.data.rend(), isData).base(), unit.data.end());
+    }
+}
+
+class Collector {
+public:
+    explicit Collector(Coding coding)
+        : splitter(coding, [this](const AccessUnit& unit) {
+              units.push_back({{unit.data.begin(), unit.data.end()}, unit.time});
+          }) {}
+    std::vector<Unit> units;
+    AccessUnitSplitter splitter;
+};
+
+} // namespace
+
+TEST(AccessUnitSplitter, PiecesCutAnywhereGiveTheUnitsOfWholePackets) {
+    struct Row {
+        const char* file;
+        Coding coding;
+        std::size_t units;
+    };
+    const Row rows[] = {
+        {"mpeg2_576i.ts", Coding::kMpeg2Video, 75},
+        {"h264_1080i.ts", Coding::kH264, 50}, // frames of both fields together
+        {"h264_720p.ts", Coding::kH264, 100},
+        {"hevc_1080p.ts", Coding::kHevc, 50},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.file);
+        const std::vector<StreamPiece> pieces = ReadStream(row.file, true);
+        Collector whole(row.coding);
+        std::size_t late = 0;
+        for (const StreamPiece& piece : pieces) {
+            whole.splitter.Feed(piece.data, piece.time);
+            late += whole.units.size() < static_cast<std::size_t>(&piece - pieces.data()) + 1 ? 1 : 0;
+        }
+        EXPECT_EQ(late, 0u) << "a whole packet gives its unit at once";
+        EXPECT_EQ(whole.units.size(), row.units);
+
+        std::minstd_rand random(7); // NOLINT(cert-msc51-cpp): the same cuts in every run
+        for (const std::size_t longest : {9u, 184u, 5000u}) {
+            Collector cut(row.coding);
+            for (const StreamPiece& piece : pieces) {
+                ByteSpan rest = piece.data;
+                for (auto time = piece.time; !rest.empty(); time.reset()) {
+                    const std::size_t bytes = std::min(rest.size(), 1 + random() % longest);
+                    cut.splitter.Feed(rest.first(bytes), time);
+                    rest = rest.subspan(bytes);
+                }
+            }
+            cut.splitter.Flush();
+            // Until a piece has shown that pieces are no packets, the first one passes for a whole unit.
+            std::vector<Unit> expected = whole.units;
+            ASSERT_GE(cut.units.size() + 1, expected.size());
+            std::vector<Unit> tail(cut.units.end() - static_cast<std::ptrdiff_t>(expected.size() - 1),
+                                   cut.units.end());
+            expected.erase(expected.begin());
+            StripZeros(&tail);
+            StripZeros(&expected);
+            EXPECT_EQ(tail.size(), expected.size());
+            EXPECT_TRUE(tail == expected) << "pieces of up to " << longest << " bytes";
+        }
+    }
+}
+
+// 0x00 pictures with structure top, bottom, frame: two fields are one unit, also across pieces.
+TEST(AccessUnitSplitter, FieldsOfAnMpegFrameStayTogether) {
+    const auto picture = [](int reference, int structure) {
+        const std::vector<std::uint8_t> bytes{0,
+                                              0,
+                                              1,
+                                              0x00,
+                                              static_cast<std::uint8_t>(reference >> 2),
+                                              static_cast<std::uint8_t>(reference << 6 | 8),
+                                              0xFF,
+                                              0xF8,
+                                              0,
+                                              0,
+                                              1,
+                                              0xB5,
+                                              0x8F,
+                                              0xFF,
+                                              static_cast<std::uint8_t>(0xF0 | structure),
+                                              0x80,
+                                              0,
+                                              0,
+                                              1,
+                                              0x01,
+                                              0x12,
+                                              0x34,
+                                              0x56,
+                                              0x78};
+        return bytes;
+    };
+    const auto both = [](std::vector<std::uint8_t> a, const std::vector<std::uint8_t>& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    };
+    Collector collector(Coding::kMpeg2Video);
+    collector.splitter.Feed(both(picture(0, 1), picture(0, 2)), 100); // both fields in one piece
+    EXPECT_EQ(collector.units.size(), 1u);
+    collector.splitter.Feed(picture(1, 2), 200); // one each
+    EXPECT_EQ(collector.units.size(), 1u);
+    collector.splitter.Feed(picture(1, 1), 220);
+    ASSERT_EQ(collector.units.size(), 2u);
+    EXPECT_EQ(collector.units[1].time, 200);
+    EXPECT_EQ(collector.units[1].data.size(), 2 * picture(1, 1).size());
+    collector.splitter.Feed(picture(2, 1), 300); // its second field is lost
+    collector.splitter.Feed(picture(3, 3), 340);
+    ASSERT_EQ(collector.units.size(), 4u);
+    EXPECT_EQ(collector.units[2].data.size(), picture(2, 1).size());
+    EXPECT_EQ(collector.units[3].time, 340);
+}
+
+// A unit whose first slice is lost still ends where the next one starts.
+TEST(AccessUnitSplitter, AUnitWithoutItsBeginningDoesNotSwallowTheNext) {
+    const std::vector<std::uint8_t> delimiter{0, 0, 0, 1, 0x09, 0xF0};
+    const std::vector<std::uint8_t> first{0, 0, 1, 0x41, 0x9A, 0x22, 0x33};
+    const std::vector<std::uint8_t> later{0, 0, 1, 0x41, 0x04, 0x22, 0x33}; // not at macroblock 0
+    const auto joined = [](std::vector<std::uint8_t> a, const std::vector<std::uint8_t>& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    };
+    Collector collector(Coding::kH264);
+    collector.splitter.Feed(joined(delimiter, later), 10);
+    collector.splitter.Feed(joined(delimiter, first), 20);
+    ASSERT_EQ(collector.units.size(), 2u);
+    EXPECT_EQ(collector.units[1].time, 20);
+    EXPECT_EQ(collector.units[1].data, joined(delimiter, first));
+}
+
+} // namespace vistrame::test

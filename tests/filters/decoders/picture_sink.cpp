@@ -1,0 +1,115 @@
+#include "tests/filters/decoders/picture_sink.h"
+
+#include <cstdlib>
+
+namespace vistrame::test {
+
+namespace {
+
+constexpr CLSID kPictureSink = {0x0a51e0c1, 0x77b2, 0x4c0e, {0x90, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x02}};
+
+} // namespace
+
+bool IsNear(Rgb a, Rgb b, int tolerance) {
+    return std::abs(a.r - b.r) <= tolerance && std::abs(a.g - b.g) <= tolerance &&
+           std::abs(a.b - b.b) <= tolerance;
+}
+
+Rgb PictureView::At(int x, int y) const {
+    const std::uint8_t* pixel =
+        data + (static_cast<std::ptrdiff_t>(bottomUp ? height - 1 - y : y) * width + x) * 4;
+    return {pixel[2], pixel[1], pixel[0]};
+}
+
+int PictureView::BarEdge(int y) const {
+    for (int x = 0; x < width; ++x) {
+        const Rgb pixel = At(x, y);
+        if (pixel.r > 150 && pixel.g > 150 && pixel.b > 150) {
+            return x;
+        }
+    }
+    return -1;
+}
+
+int PictureView::CombedLines() const {
+    int combed = 0;
+    for (int y = height * 13 / 16; y < height * 15 / 16; ++y) {
+        const int own = BarEdge(y);
+        combed += std::abs(own - BarEdge(y - 1)) > 3 && std::abs(own - BarEdge(y + 1)) > 3 ? 1 : 0;
+    }
+    return combed;
+}
+
+bool PictureView::HasColumns() const {
+    for (int i = 0; i < 3; ++i) {
+        if (!IsNear(At(width * (2 * i + 1) / 6, height / 2), kColumns[static_cast<std::size_t>(i)])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+class PictureSinkFilter::Pin final : public InputPin {
+public:
+    explicit Pin(PictureSinkFilter& owner) : InputPin(owner, L"In"), owner_(owner) {}
+
+    HRESULT CheckMediaType(const MediaType& type) override {
+        const auto picture = ReadPictureType(type);
+        if (!picture || type->subtype != MEDIASUBTYPE_RGB32 || type->formattype != FORMAT_VideoInfo2) {
+            return VFW_E_TYPE_NOT_ACCEPTED;
+        }
+        const auto now = IsConnected() ? ReadPictureType(Type()) : std::nullopt;
+        return !now || owner_.acceptsAspect || now->aspect == picture->aspect ? S_OK
+                                                                              : VFW_E_TYPE_NOT_ACCEPTED;
+    }
+
+protected:
+    bool AcceptsTypeChange() const override { return owner_.reconnects; }
+
+    HRESULT OnReceive(IMediaSample* sample) override {
+        const auto type = ReadPictureType(Type());
+        BYTE* data = nullptr;
+        EXPECT_HRESULT_SUCCEEDED(sample->GetPointer(&data));
+        EXPECT_TRUE(type.has_value());
+        if (!type || data == nullptr) {
+            return E_UNEXPECTED;
+        }
+        EXPECT_EQ(sample->GetActualDataLength(), type->Bytes());
+        const PictureView view{data, type->width, type->height, !type->topDown};
+        SeenPicture seen;
+        REFERENCE_TIME start = 0;
+        if (SUCCEEDED(sample->GetTime(&start, &seen.stop))) {
+            seen.start = start;
+        }
+        seen.discontinuity = sample->IsDiscontinuity() == S_OK;
+        seen.width = type->width;
+        seen.height = type->height;
+        seen.aspect = type->aspect;
+        seen.columns = view.HasColumns();
+        seen.bar = view.BarEdge(view.height * 7 / 8);
+        seen.combed = view.CombedLines();
+        seen.top = view.At(view.width / 2, 1);
+        seen.left = view.At(1, view.height / 2);
+        const std::lock_guard lock(owner_.lock_);
+        owner_.seen_.push_back(seen);
+        return S_OK;
+    }
+
+private:
+    PictureSinkFilter& owner_;
+};
+
+PictureSinkFilter::PictureSinkFilter()
+    : BaseFilter(kPictureSink), pin_(&AddPin(std::make_unique<Pin>(*this))) {}
+
+std::vector<SeenPicture> PictureSinkFilter::Seen() const {
+    const std::lock_guard lock(lock_);
+    return seen_;
+}
+
+std::size_t PictureSinkFilter::Count() const {
+    const std::lock_guard lock(lock_);
+    return seen_.size();
+}
+
+} // namespace vistrame::test

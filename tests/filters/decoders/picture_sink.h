@@ -1,0 +1,75 @@
+// A renderer that looks at pictures instead of showing them.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "filters/decoders/picture_types.h"
+#include "tests/filters/filter_fakes.h"
+
+namespace vistrame::test {
+
+struct Rgb {
+    int r = 0, g = 0, b = 0;
+};
+bool IsNear(Rgb a, Rgb b, int tolerance = 12);
+
+inline constexpr std::array kColumns{Rgb{0xC0, 0, 0}, Rgb{0, 0xC0, 0},
+                                     Rgb{0, 0, 0xC0}}; // see make_streams.sh
+inline constexpr Rgb kBlack{0, 0, 0};
+
+// An RGB32 buffer as it should appear.
+struct PictureView {
+    const std::uint8_t* data;
+    int width;
+    int height;
+    bool bottomUp;
+
+    Rgb At(int x, int y) const;
+    // Left edge of the white bar in this line; -1 without one.
+    int BarEdge(int y) const;
+    // Lines of the bar whose edge stands off from both neighbours'.
+    int CombedLines() const;
+    bool HasColumns() const;
+};
+
+struct SeenPicture {
+    std::optional<REFERENCE_TIME> start;
+    REFERENCE_TIME stop = 0;
+    bool discontinuity = false;
+    int width = 0;
+    int height = 0;
+    Aspect aspect;
+    bool columns = false; // all three have their colours
+    int bar = -1;
+    int combed = 0;
+    Rgb top;  // middle of the top line
+    Rgb left; // middle of the left edge
+};
+
+// Takes RGB32 with a VIDEOINFOHEADER2, never waits for a picture's time.
+class PictureSinkFilter final : public BaseFilter {
+public:
+    PictureSinkFilter();
+
+    InputPin& Input() const { return *pin_; }
+
+    // Set before running. A running renderer's answers to another type:
+    bool reconnects = true;    // ReceiveConnection
+    bool acceptsAspect = true; // QueryAccept of another aspect
+
+    std::vector<SeenPicture> Seen() const;
+    std::size_t Count() const;
+
+private:
+    class Pin;
+    ~PictureSinkFilter() override = default;
+
+    InputPin* pin_;
+    mutable std::mutex lock_; // guards seen_
+    std::vector<SeenPicture> seen_;
+};
+
+} // namespace vistrame::test

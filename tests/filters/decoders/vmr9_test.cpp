@@ -1,0 +1,92 @@
+// The decoder at the system's own video renderer, and found by the system's own filter mapper.
+#include <cstring>
+#include <thread>
+
+#include <windows.h>
+#include <dshow.h>
+#include <d3d9.h>
+#include <vmr9.h>
+
+#include "filters/decoders/video_decoder_filter.h"
+#include "tests/filters/decoders/picture_sink.h"
+#include "tests/filters/decoders/stream_fixture.h"
+
+namespace vistrame::test {
+
+namespace {
+
+constexpr REFERENCE_TIME kHour = 36'000'000'000;
+
+// What is on the screen at a share of the renderer's window.
+Rgb OnScreen(IVideoWindow* window, double across, double down) {
+    long x = 0, y = 0, width = 0, height = 0;
+    EXPECT_HRESULT_SUCCEEDED(window->GetWindowPosition(&x, &y, &width, &height));
+    const HDC screen = GetDC(nullptr);
+    const COLORREF pixel =
+        GetPixel(screen, x + static_cast<int>(width * across), y + static_cast<int>(height * down));
+    ReleaseDC(nullptr, screen);
+    return {GetRValue(pixel), GetGValue(pixel), GetBValue(pixel)};
+}
+
+} // namespace
+
+TEST(VideoDecoderAtVmr9, ShowsThePictureAndStopsWhileRendererAndQueueAreFull) {
+    TestGraph graph;
+    const CoInitialized com;
+    SourceFilter* source = graph.Add(MakeObject<SourceFilter>(), L"source");
+    auto* decoder = graph.Add(MakeObject<VideoDecoderFilter>(), L"decoder");
+    source->offered = {MediaType(MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO)};
+    source->bufferBytes = 1 << 20;
+    ComPtr<IBaseFilter> renderer;
+    ASSERT_EQ(
+        CoCreateInstance(CLSID_VideoMixingRenderer9, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&renderer)),
+        S_OK);
+    ASSERT_EQ(graph.graph->AddFilter(renderer.Get(), L"renderer"), S_OK);
+    ASSERT_EQ(graph.Connect(&source->Output(), &decoder->Input()), S_OK);
+    ASSERT_EQ(graph.Connect(&decoder->Output(), PinOf(renderer.Get(), L"VMR Input0").Get()), S_OK);
+
+    const std::vector<StreamPiece> pieces = ReadStream("mpeg2_576i.ts", true);
+    ComPtr<IVideoWindow> window;
+    ASSERT_EQ(renderer->QueryInterface(IID_IVideoWindow, reinterpret_cast<void**>(window.GetAddressOf())),
+              S_OK);
+    EXPECT_HRESULT_SUCCEEDED(window->put_WindowStyle(WS_POPUP));
+    EXPECT_HRESULT_SUCCEEDED(window->SetWindowPosition(40, 40, 640, 480));
+    ASSERT_HRESULT_SUCCEEDED(graph.control->Run());
+    for (std::size_t i = 0; i < 10; ++i) {
+        ASSERT_EQ(source->Send(pieces[i].data, pieces[i].time), S_OK);
+    }
+    Sleep(500); // until they have been shown
+    for (int i = 0; i < 3; ++i) {
+        const Rgb column = OnScreen(window.Get(), (2 * i + 1) / 6.0, 0.5);
+        EXPECT_TRUE(IsNear(column, kColumns[static_cast<std::size_t>(i)]))
+            << column.r << " " << column.g << " " << column.b;
+    }
+    const auto barAt = [&](double down) {
+        for (double across = 0; across < 1; across += 0.02) { // the bar is 0.04 wide
+            if (IsNear(OnScreen(window.Get(), across, down), {255, 255, 255}, 40)) {
+                return true;
+            }
+        }
+        return false;
+    };
+    EXPECT_TRUE(barAt(0.95));
+    EXPECT_FALSE(barAt(0.25)) << "upside down";
+
+    // The renderer waits for an hour that never comes, the queue fills, the source is blocked.
+    std::thread stream([&] {
+        for (std::size_t i = 10;
+             i < pieces.size() && source->Send(pieces[i].data, *pieces[i].time + kHour) == S_OK;) {
+            ++i;
+        }
+    });
+    Sleep(500);
+    const DWORD start = GetTickCount();
+    EXPECT_HRESULT_SUCCEEDED(graph.control->Stop());
+    stream.join();
+    EXPECT_LT(GetTickCount() - start, 2000u);
+    EXPECT_HRESULT_SUCCEEDED(window->put_Visible(OAFALSE));
+    window.Reset();
+    EXPECT_EQ(graph.graph->RemoveFilter(renderer.Get()), S_OK);
+}
+
+} // namespace vistrame::test
