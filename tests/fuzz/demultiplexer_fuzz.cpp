@@ -53,7 +53,7 @@ public:
 
     StreamDemultiplexer* demultiplexer = nullptr;
     std::size_t bytes = 0;
-    std::uint8_t sum = 0;
+    volatile std::uint8_t sum = 0; // so that every byte really is read
 
 private:
     void Change(Pid pid) {
@@ -111,5 +111,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     demultiplexer.Flush();
     Require(demultiplexer.Packets() * kPacketSize + demultiplexer.DroppedBytes() <= stream.size());
     Require(checker.bytes <= stream.size());
-    return checker.sum == 0 ? 0 : 0;
+    return 0;
 }

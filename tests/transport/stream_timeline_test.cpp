@@ -181,7 +181,7 @@ TEST(StreamTimeline, KeepsTheOrderOfAPid) {
     for (int i = 0; i < 4; ++i) {
         TsBuilder::Pes pes{.streamId = 0xC0, .bounded = true};
         if (i % 2 == 0) {
-            pes.pts = behind + kSendAhead + i * 2160;
+            pes.pts = behind + kSendAhead + std::int64_t{i} * 2160;
         }
         builder.AddPes(kAudio, pes, Bytes(50, static_cast<std::uint8_t>(0x80 + i)));
     }
