@@ -7,6 +7,15 @@
 
 namespace vistrame {
 
+namespace {
+
+// What is not known to be video counts as sound: something must be timed by it when there is nothing else.
+unsigned TimingStream(const StreamPin& pin) {
+    return IsVideo(pin.Carries()) ? LiveTiming::kVideo : LiveTiming::kAudio;
+}
+
+} // namespace
+
 class DemuxFilter::TsInputPin final : public InputPin {
 public:
     TsInputPin(DemuxFilter& owner, const wchar_t* name) : InputPin(owner, name), owner_(owner) {}
@@ -92,12 +101,13 @@ void DemuxFilter::ApplyRoutes(Pid pid) {
     } else if (pid != kNullPid) {
         core_.AddStream(pid, found->kind);
     }
-    const auto routed = [&](bool (*fits)(Coding)) {
-        return std::ranges::any_of(
-            routes_, [&](const Route& route) { return route.pid != kNullPid && fits(route.pin->Carries()); });
+    const auto routed = [&](unsigned stream) {
+        return std::ranges::any_of(routes_, [&](const Route& route) {
+            return route.pid != kNullPid && TimingStream(*route.pin) == stream;
+        });
     };
-    timing_.Expect(LiveTiming::kVideo, routed(IsVideo));
-    timing_.Expect(LiveTiming::kAudio, routed(IsAudio));
+    timing_.Expect(LiveTiming::kVideo, routed(LiveTiming::kVideo));
+    timing_.Expect(LiveTiming::kAudio, routed(LiveTiming::kAudio));
 }
 
 void DemuxFilter::AddRoute(const Route& route) {
@@ -168,10 +178,8 @@ void DemuxFilter::OnUnit(const StreamUnit& unit) {
         if (route.pid != unit.pid) {
             continue;
         }
-        const Coding coding = route.pin->Carries();
-        if (now && decodeTime && !unit.continued && (IsVideo(coding) || IsAudio(coding))) {
-            timing_.Arrive(IsVideo(coding) ? LiveTiming::kVideo : LiveTiming::kAudio,
-                           ReferenceFromTicks(decodeTime->timeline), *now);
+        if (now && decodeTime && !unit.continued) {
+            timing_.Arrive(TimingStream(*route.pin), ReferenceFromTicks(decodeTime->timeline), *now);
         }
         route.pin->Push(unit);
         UnitArrived(*route.pin);
@@ -182,7 +190,7 @@ void DemuxFilter::OnClock(const ClockReference& clock) {
     const std::int64_t pcr = ReferenceFromPcr(clock.timeline);
     clock_.PcrArrived(pcr);
     if (const std::optional<REFERENCE_TIME> now = Now()) {
-        timing_.ClockArrived(pcr, *now);
+        timing_.ClockArrived(pcr, *now, clock.jump);
     }
 }
 

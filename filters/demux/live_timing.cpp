@@ -42,6 +42,7 @@ bool LiveTiming::Believe(Stream& stream, std::int64_t decodeTime) {
 
 void LiveTiming::Settle(std::int64_t now) {
     offset_.reset();
+    delay_.reset();
     settlingSince_ = now;
     windowStart_.reset();
     for (Stream& stream : streams_) {
@@ -111,10 +112,20 @@ void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t n
     }
 }
 
-void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now) {
+void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now, bool jump) {
+    constexpr std::int64_t kSmoothing = 8; // PCRs, a third of a second
     const std::lock_guard lock(lock_);
-    if (running_ && offset_) {
-        delay_ = pcr + *offset_ - now;
+    if (!running_ || !offset_) {
+        return;
+    }
+    const std::int64_t delay = pcr + *offset_ - now;
+    const std::int64_t off = delay_ ? delay - *delay_ : 0;
+    if (!delay_ || std::abs(off) > kGap) {
+        delay_ = delay;
+    } else if (jump && std::abs(off) > kSeam) {
+        *offset_ -= off;
+    } else {
+        *delay_ += off / kSmoothing;
     }
 }
 

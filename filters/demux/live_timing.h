@@ -21,7 +21,9 @@ namespace vistrame {
 //                                            since a gap is usually followed by its backlog.
 //              always too early              by more than kEarly for a whole window: settle anew (the source ran
 //                                            ahead); by more than kComfort: move back at 1 % of the speed.
-//            A jump of the PCR or its wrap changes nothing: the timeline goes on across it.
+//            A jump of the PCR or its wrap changes next to nothing: the timeline goes on across it. Where exactly can
+//            only be guessed there, from the packets since the last PCR; the arrival of the first PCR behind the jump
+//            tells how far the guess was off, and the offset takes that back.
 // Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
 // Threads    any; one leaf lock inside.
 // Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
@@ -39,6 +41,7 @@ public:
     static constexpr std::int64_t kEarly = 700 * kMillisecond;
     static constexpr std::int64_t kComfort = 100 * kMillisecond;
     static constexpr std::int64_t kSlew = kWindow / 100;
+    static constexpr std::int64_t kSeam = 20 * kMillisecond; // smaller differences are jitter
     static constexpr std::int64_t kImplausible = 5000 * kMillisecond;
 
     static constexpr unsigned kStreams = 2; // video, audio
@@ -54,8 +57,8 @@ public:
 
     // A unit of the stream came in at `now`; `decodeTime` is its DTS on the timeline.
     void Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t now);
-    // Where the PCR stands, for Delay().
-    void ClockArrived(std::int64_t pcr, std::int64_t now);
+    // A PCR came in at `now`; `jump`: the first behind a jump of the clock.
+    void ClockArrived(std::int64_t pcr, std::int64_t now, bool jump);
 
     // Stream time minus timeline; nothing while settling.
     std::optional<std::int64_t> Offset(std::int64_t now);
@@ -83,8 +86,8 @@ private:
     std::optional<std::int64_t> settlingSince_; // first arrival since settling began
     std::optional<std::int64_t> offset_;
     std::optional<std::int64_t> windowStart_;
-    std::int64_t windowLead_ = 0; // smallest of the window
-    std::optional<std::int64_t> delay_;
+    std::int64_t windowLead_ = 0;       // smallest of the window
+    std::optional<std::int64_t> delay_; // smoothed over a few PCRs
     unsigned rebases_ = 0;
 };
 

@@ -26,10 +26,6 @@ std::optional<std::int64_t> TimelineReference(const std::optional<TimeStamp>& st
 StreamPin::StreamPin(DemuxFilter& owner, std::wstring name)
     : OutputPin(owner, std::move(name)), owner_(owner) {}
 
-StreamPin::~StreamPin() {
-    Deactivate();
-}
-
 void StreamPin::OfferTypes(std::vector<MediaType> types) {
     coding_ = types.empty() ? Coding::kOther : CodingOfPin(types.front());
     const std::lock_guard lock(typesLock_);

@@ -33,7 +33,7 @@ public:
     static constexpr REFERENCE_TIME kFarAhead = 50'000'000;
 
     StreamPin(DemuxFilter& owner, std::wstring name);
-    ~StreamPin() override;
+    ~StreamPin() override = default; // inactive by then: the filter has stopped itself
 
     // What the pin offers, best first; it takes these and others of the same coding.
     void OfferTypes(std::vector<MediaType> types);

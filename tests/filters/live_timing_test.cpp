@@ -1,6 +1,8 @@
 // Where the streams of a programme are laid on stream time.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "filters/demux/live_timing.h"
 #include "filters/demux/stall_counter.h"
 #include "filters/demux/status_text.h"
@@ -24,6 +26,7 @@ public:
     std::int64_t audioAhead = 200 * kMs;
     bool video = true;
     bool audio = true;
+    bool jump = false; // the next PCR is the first behind a jump
 
     // Sends this much of the programme within this much time.
     void Send(std::int64_t length, std::int64_t within) {
@@ -31,7 +34,7 @@ public:
         for (std::int64_t done = 0; done < length; done += kStep) {
             sent += kStep;
             now += within * kStep / length;
-            timing_.ClockArrived(sent, now);
+            timing_.ClockArrived(sent, now, std::exchange(jump, false));
             if (video) {
                 timing_.Arrive(kVideo, sent + videoAhead, now);
             }
@@ -156,6 +159,19 @@ TEST(LiveTiming, ASourceThatRanAheadIsFollowed) {
     live.sender.Send(5000 * kMs, 50 * kMs);
     live.sender.Send(LiveTiming::kWindow + 400 * kMs);
     EXPECT_EQ(live.sender.Lead(), LiveTiming::kLatency);
+}
+
+// The parser guesses where the timeline goes on; the arrival says better, unless a gap came with the jump.
+TEST(LiveTiming, AWrongGuessAtAJumpIsTakenBack) {
+    for (const std::int64_t guess : {-300 * kMs, -70 * kMs, 0 * kMs, 70 * kMs, 300 * kMs}) {
+        SCOPED_TRACE(guess / kMs);
+        Live live;
+        live.sender.Send(2000 * kMs);
+        live.sender.sent += guess;
+        live.sender.jump = true;
+        live.sender.Send(200 * kMs);
+        EXPECT_EQ(live.sender.Lead(), LiveTiming::kLatency);
+    }
 }
 
 TEST(LiveTiming, ADamagedStampIsNotBelieved) {
