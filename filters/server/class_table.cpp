@@ -8,6 +8,7 @@
 #include "filters/demux/korvix_demux.h"
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "filters/feed/feed_filter.h"
+#include "filters/overlay/overlay_mixer.h"
 #include "graph/maker_interfaces.h"
 
 namespace vistrame {
@@ -20,6 +21,10 @@ const ClassRow kClasses[] = {
     {.id = &CLSID_MPEG2Demultiplexer,
      .name = L"MPEG-2 Demultiplexer",
      .create = CreateFilter<Mpeg2Demultiplexer>,
+     .standIn = true},
+    {.id = &CLSID_OverlayMixer,
+     .name = L"Overlay Mixer",
+     .create = CreateFilter<OverlayMixer>,
      .standIn = true},
     {.id = &CLSID_VistrameVideoDecoder,
      .name = L"Vistrame Video Decoder",
