@@ -13,48 +13,41 @@ using ::testing::IsEmpty;
 // Two selections on a fresh graph, as the analyzer's commands make them, then the repeats that do less.
 TEST(StreamSelection, PlatformDemultiplexer) {
     struct Row {
-        bool video;
-        std::uint32_t pid;
-        std::uint32_t keepStopped;
+        void (*select)(PlayerGraph& player);
         std::string log;
         std::vector<std::string> calls;
     };
+    using Player = PlayerGraph&;
     const std::string video = "demux/Video Out.";
     const std::string audio = "demux/Audio Out.";
     const Row rows[] = {
-        {true,
-         0x0100,
-         1,
+        {[](Player player) { player.SetVideoPid(0x0100, 1); },
          "Set Video: 0100\r\n",
          {"graph.Stop", video + "UnmapPID(1FFF)", video + "MapPID(0100)"}},
-        {false,
-         0x0101,
-         0,
+        {[](Player player) { player.SetAudioPid(0x0101, 0); },
          "Set Audio: 0101\r\n",
          {"graph.Stop", audio + "UnmapPID(1FFF)", audio + "MapPID(0101)", "graph.Run"}},
-        {true,
-         0xABCD0100,
-         0,
+        // Only the low 16 bits count; a repeated video PID is mapped anew, a repeated audio PID is not.
+        {[](Player player) { player.SetVideoPid(0xABCD0100, 0); },
          "Set Video: 0100\r\n",
          {"graph.Stop", video + "UnmapPID(0100)", video + "MapPID(0100)", "graph.Run"}},
-        {false, 0xABCD0101, 0, "Set Audio: 0101\r\n", {}},
-        {false, 0x1FFF, 0, "", {}},
-        {false, 0xFFFF1FFF, 0, "", {}},
-        {true, 0, 1, "Set Video: 0000\r\n", {"graph.Stop", video + "UnmapPID(0100)", video + "MapPID(0000)"}},
-        {true, 0x0200, 1, "Set Video: 0200\r\n", {"graph.Stop", video + "MapPID(0200)"}},
-        {false,
-         0,
-         1,
+        {[](Player player) { player.SetAudioPid(0xABCD0101, 0); }, "Set Audio: 0101\r\n", {}},
+        {[](Player player) { player.SetAudioPid(0x1FFF, 0); }, "", {}},
+        {[](Player player) { player.SetAudioPid(0xFFFF1FFF, 0); }, "", {}},
+        // A stored video PID of 0 is not unmapped, a stored audio PID of 0 is.
+        {[](Player player) { player.SetVideoPid(0, 1); },
+         "Set Video: 0000\r\n",
+         {"graph.Stop", video + "UnmapPID(0100)", video + "MapPID(0000)"}},
+        {[](Player player) { player.SetVideoPid(0x0200, 1); },
+         "Set Video: 0200\r\n",
+         {"graph.Stop", video + "MapPID(0200)"}},
+        {[](Player player) { player.SetAudioPid(0, 1); },
          "Set Audio: 0000\r\n",
          {"graph.Stop", audio + "UnmapPID(0101)", audio + "MapPID(0000)"}},
-        {false,
-         0x0201,
-         1,
+        {[](Player player) { player.SetAudioPid(0x0201, 1); },
          "Set Audio: 0201\r\n",
          {"graph.Stop", audio + "UnmapPID(0000)", audio + "MapPID(0201)"}},
-        {true,
-         0x1FFF,
-         0,
+        {[](Player player) { player.SetVideoPid(0x1FFF, 0); },
          "Set Video: 1FFF\r\n",
          {"graph.Stop", video + "UnmapPID(0200)", video + "MapPID(1FFF)", "graph.Run"}},
     };
@@ -62,13 +55,9 @@ TEST(StreamSelection, PlatformDemultiplexer) {
     ASSERT_EQ(bench.Build(), 1);
     std::string log;
     for (const Row& row : rows) {
-        SCOPED_TRACE(Line("%s %08X", row.video ? "video" : "audio", row.pid));
+        SCOPED_TRACE(&row - rows);
         bench.platform.record.lines.clear();
-        if (row.video) {
-            bench.player.SetVideoPid(row.pid, row.keepStopped);
-        } else {
-            bench.player.SetAudioPid(row.pid, row.keepStopped);
-        }
+        row.select(bench.player);
         EXPECT_EQ(bench.platform.record.lines, row.calls);
         log += row.log;
         EXPECT_EQ(bench.Log(), log);

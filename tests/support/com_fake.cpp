@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdarg>
 #include <cstdio>
 
 namespace vistrame::test {
@@ -14,11 +13,16 @@ constexpr IID kSelf = {0x6a0d8f6e, 0x2a3a, 0x4a52, {0x8e, 0x55, 0x37, 0x6f, 0x0c
 } // namespace
 
 std::string Line(const char* format, ...) {
-    std::array<char, 512> text{};
     std::va_list arguments;
     va_start(arguments, format);
-    (void)std::vsnprintf(text.data(), text.size(), format, arguments);
+    std::string line = LineOf(format, arguments);
     va_end(arguments);
+    return line;
+}
+
+std::string LineOf(const char* format, std::va_list arguments) {
+    std::array<char, 512> text{};
+    (void)std::vsnprintf(text.data(), text.size(), format, arguments);
     return text.data();
 }
 

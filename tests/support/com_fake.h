@@ -5,6 +5,7 @@
 // of crashing it. Threads: any, one at a time.
 #pragma once
 
+#include <cstdarg>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,6 +21,7 @@ namespace vistrame::test {
 
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string Line(const char* format, ...);
+std::string LineOf(const char* format, std::va_list arguments);
 
 // What happened, in order.
 struct CallRecord {
@@ -76,13 +78,20 @@ public:
     using Interface = I;
     explicit FakePart(FakeObject& object) : object_(object) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        return object_.Query(iid, out);
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return object_.AddRef(); }
-    ULONG STDMETHODCALLTYPE Release() override { return object_.Release(); }
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override { return object_.Query(iid, out); }
+    STDMETHODIMP_(ULONG) AddRef() override { return object_.AddRef(); }
+    STDMETHODIMP_(ULONG) Release() override { return object_.Release(); }
 
 protected:
+    // Adds the line "object.call", printf-formatted; always S_OK.
+    [[gnu::format(printf, 2, 3)]] HRESULT Record(const char* call, ...) {
+        std::va_list arguments;
+        va_start(arguments, call);
+        object_.Record(LineOf(call, arguments));
+        va_end(arguments);
+        return S_OK;
+    }
+
     HRESULT Unexpected(const char* method) {
         ADD_FAILURE() << "unexpected call " << object_.name << "." << method;
         return E_NOTIMPL;
@@ -100,11 +109,11 @@ public:
     ClassOverride& operator=(const ClassOverride&) = delete;
     ~ClassOverride();
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
-    ULONG STDMETHODCALLTYPE AddRef() override { return 2; } // lives as long as the test wants
-    ULONG STDMETHODCALLTYPE Release() override { return 1; }
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override;
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; } // lives as long as the test wants
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override;
+    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 
 private:
     Creator create_;

@@ -11,217 +11,149 @@
 
 namespace vistrame::test {
 
-#define UNEXPECTED(method, ...)                              \
-    HRESULT STDMETHODCALLTYPE method(__VA_ARGS__) override { \
-        return this->Unexpected(#method);                    \
-    }
+// Several methods to a line.
+// clang-format off
+#define STUB(method, ...) \
+    STDMETHODIMP method(__VA_ARGS__) override { return this->Unexpected(#method); }
 
 template <typename I>
 class StubDispatch : public FakePart<I> {
 public:
     using FakePart<I>::FakePart;
-    UNEXPECTED(GetTypeInfoCount, UINT*)
-    UNEXPECTED(GetTypeInfo, UINT, LCID, ITypeInfo**)
-    UNEXPECTED(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
-    UNEXPECTED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
+    STUB(GetTypeInfoCount, UINT*) STUB(GetTypeInfo, UINT, LCID, ITypeInfo**)
+    STUB(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
+        STUB(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
 };
 
 class StubMediaControl : public StubDispatch<IMediaControl> {
 public:
     using StubDispatch::StubDispatch;
-    UNEXPECTED(Run)
-    UNEXPECTED(Pause)
-    UNEXPECTED(Stop)
-    UNEXPECTED(GetState, LONG, OAFilterState*)
-    UNEXPECTED(RenderFile, BSTR)
-    UNEXPECTED(AddSourceFilter, BSTR, IDispatch**)
-    UNEXPECTED(get_FilterCollection, IDispatch**)
-    UNEXPECTED(get_RegFilterCollection, IDispatch**)
-    UNEXPECTED(StopWhenReady)
+    STUB(Run) STUB(Pause) STUB(Stop) STUB(GetState, LONG, OAFilterState*) STUB(RenderFile, BSTR)
+        STUB(AddSourceFilter, BSTR, IDispatch**) STUB(get_FilterCollection, IDispatch**)
+            STUB(get_RegFilterCollection, IDispatch**) STUB(StopWhenReady)
 };
 
 class StubBasicAudio : public StubDispatch<IBasicAudio> {
 public:
     using StubDispatch::StubDispatch;
-    UNEXPECTED(put_Volume, long)
-    UNEXPECTED(get_Volume, long*)
-    UNEXPECTED(put_Balance, long)
-    UNEXPECTED(get_Balance, long*)
+    STUB(put_Volume, long) STUB(get_Volume, long*) STUB(put_Balance, long) STUB(get_Balance, long*)
 };
 
 class StubVideoWindow : public StubDispatch<IVideoWindow> {
 public:
     using StubDispatch::StubDispatch;
-    UNEXPECTED(put_Caption, BSTR)
-    UNEXPECTED(get_Caption, BSTR*)
-    UNEXPECTED(put_WindowStyle, long)
-    UNEXPECTED(get_WindowStyle, long*)
-    UNEXPECTED(put_WindowStyleEx, long)
-    UNEXPECTED(get_WindowStyleEx, long*)
-    UNEXPECTED(put_AutoShow, long)
-    UNEXPECTED(get_AutoShow, long*)
-    UNEXPECTED(put_WindowState, long)
-    UNEXPECTED(get_WindowState, long*)
-    UNEXPECTED(put_BackgroundPalette, long)
-    UNEXPECTED(get_BackgroundPalette, long*)
-    UNEXPECTED(put_Visible, long)
-    UNEXPECTED(get_Visible, long*)
-    UNEXPECTED(put_Left, long)
-    UNEXPECTED(get_Left, long*)
-    UNEXPECTED(put_Width, long)
-    UNEXPECTED(get_Width, long*)
-    UNEXPECTED(put_Top, long)
-    UNEXPECTED(get_Top, long*)
-    UNEXPECTED(put_Height, long)
-    UNEXPECTED(get_Height, long*)
-    UNEXPECTED(put_Owner, OAHWND)
-    UNEXPECTED(get_Owner, OAHWND*)
-    UNEXPECTED(put_MessageDrain, OAHWND)
-    UNEXPECTED(get_MessageDrain, OAHWND*)
-    UNEXPECTED(get_BorderColor, long*)
-    UNEXPECTED(put_BorderColor, long)
-    UNEXPECTED(get_FullScreenMode, long*)
-    UNEXPECTED(put_FullScreenMode, long)
-    UNEXPECTED(SetWindowForeground, long)
-    UNEXPECTED(NotifyOwnerMessage, OAHWND, long, LONG_PTR, LONG_PTR)
-    UNEXPECTED(SetWindowPosition, long, long, long, long)
-    UNEXPECTED(GetWindowPosition, long*, long*, long*, long*)
-    UNEXPECTED(GetMinIdealImageSize, long*, long*)
-    UNEXPECTED(GetMaxIdealImageSize, long*, long*)
-    UNEXPECTED(GetRestorePosition, long*, long*, long*, long*)
-    UNEXPECTED(HideCursor, long)
-    UNEXPECTED(IsCursorHidden, long*)
+    STUB(put_Caption, BSTR) STUB(get_Caption, BSTR*) STUB(put_WindowStyle, long) STUB(get_WindowStyle, long*)
+        STUB(put_WindowStyleEx, long) STUB(get_WindowStyleEx, long*) STUB(put_AutoShow, long)
+            STUB(get_AutoShow, long*) STUB(put_WindowState, long) STUB(get_WindowState, long*)
+                STUB(put_BackgroundPalette, long) STUB(get_BackgroundPalette, long*) STUB(put_Visible, long)
+                    STUB(get_Visible, long*) STUB(put_Left, long) STUB(get_Left, long*) STUB(put_Width, long)
+                        STUB(get_Width, long*) STUB(put_Top, long) STUB(get_Top, long*) STUB(put_Height, long)
+                            STUB(get_Height, long*) STUB(put_Owner, OAHWND) STUB(get_Owner, OAHWND*)
+                                STUB(put_MessageDrain, OAHWND) STUB(get_MessageDrain, OAHWND*)
+                                    STUB(get_BorderColor, long*) STUB(put_BorderColor, long)
+                                        STUB(get_FullScreenMode, long*) STUB(put_FullScreenMode, long)
+                                            STUB(SetWindowForeground, long)
+                                                STUB(NotifyOwnerMessage, OAHWND, long, LONG_PTR, LONG_PTR)
+                                                    STUB(SetWindowPosition, long, long, long, long)
+                                                        STUB(GetWindowPosition, long*, long*, long*, long*)
+                                                            STUB(GetMinIdealImageSize, long*, long*)
+                                                                STUB(GetMaxIdealImageSize, long*, long*)
+                                                                    STUB(GetRestorePosition, long*, long*,
+                                                                         long*, long*) STUB(HideCursor, long)
+                                                                        STUB(IsCursorHidden, long*)
 };
 
 class StubGraphBuilder : public FakePart<IGraphBuilder> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(AddFilter, IBaseFilter*, LPCWSTR)
-    UNEXPECTED(RemoveFilter, IBaseFilter*)
-    UNEXPECTED(EnumFilters, IEnumFilters**)
-    UNEXPECTED(FindFilterByName, LPCWSTR, IBaseFilter**)
-    UNEXPECTED(ConnectDirect, IPin*, IPin*, const AM_MEDIA_TYPE*)
-    UNEXPECTED(Reconnect, IPin*)
-    UNEXPECTED(Disconnect, IPin*)
-    UNEXPECTED(SetDefaultSyncSource)
-    UNEXPECTED(Connect, IPin*, IPin*)
-    UNEXPECTED(Render, IPin*)
-    UNEXPECTED(RenderFile, LPCWSTR, LPCWSTR)
-    UNEXPECTED(AddSourceFilter, LPCWSTR, LPCWSTR, IBaseFilter**)
-    UNEXPECTED(SetLogFile, DWORD_PTR)
-    UNEXPECTED(Abort)
-    UNEXPECTED(ShouldOperationContinue)
+    STUB(AddFilter, IBaseFilter*, LPCWSTR) STUB(RemoveFilter, IBaseFilter*) STUB(EnumFilters, IEnumFilters**)
+        STUB(FindFilterByName, LPCWSTR, IBaseFilter**) STUB(ConnectDirect, IPin*, IPin*, const AM_MEDIA_TYPE*)
+            STUB(Reconnect, IPin*) STUB(Disconnect, IPin*) STUB(SetDefaultSyncSource)
+                STUB(Connect, IPin*, IPin*) STUB(Render, IPin*) STUB(RenderFile, LPCWSTR, LPCWSTR)
+                    STUB(AddSourceFilter, LPCWSTR, LPCWSTR, IBaseFilter**) STUB(SetLogFile, DWORD_PTR)
+                        STUB(Abort) STUB(ShouldOperationContinue)
 };
 
 template <typename I>
 class StubMediaFilter : public FakePart<I> { // IMediaFilter and what extends it
 public:
     using FakePart<I>::FakePart;
-    UNEXPECTED(GetClassID, CLSID*)
-    UNEXPECTED(Stop)
-    UNEXPECTED(Pause)
-    UNEXPECTED(Run, REFERENCE_TIME)
-    UNEXPECTED(GetState, DWORD, FILTER_STATE*)
-    UNEXPECTED(SetSyncSource, IReferenceClock*)
-    UNEXPECTED(GetSyncSource, IReferenceClock**)
+    STUB(GetClassID, CLSID*) STUB(Stop) STUB(Pause) STUB(Run, REFERENCE_TIME)
+    STUB(GetState, DWORD, FILTER_STATE*)
+        STUB(SetSyncSource, IReferenceClock*) STUB(GetSyncSource, IReferenceClock**)
 };
 
 class StubBaseFilter : public StubMediaFilter<IBaseFilter> {
 public:
     using StubMediaFilter::StubMediaFilter;
-    UNEXPECTED(EnumPins, IEnumPins**)
-    UNEXPECTED(FindPin, LPCWSTR, IPin**)
-    UNEXPECTED(QueryFilterInfo, FILTER_INFO*)
-    UNEXPECTED(JoinFilterGraph, IFilterGraph*, LPCWSTR)
-    UNEXPECTED(QueryVendorInfo, LPWSTR*)
+    STUB(EnumPins, IEnumPins**) STUB(FindPin, LPCWSTR, IPin**) STUB(QueryFilterInfo, FILTER_INFO*)
+        STUB(JoinFilterGraph, IFilterGraph*, LPCWSTR) STUB(QueryVendorInfo, LPWSTR*)
 };
 
 class StubPin : public FakePart<IPin> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(Connect, IPin*, const AM_MEDIA_TYPE*)
-    UNEXPECTED(ReceiveConnection, IPin*, const AM_MEDIA_TYPE*)
-    UNEXPECTED(Disconnect)
-    UNEXPECTED(ConnectedTo, IPin**)
-    UNEXPECTED(ConnectionMediaType, AM_MEDIA_TYPE*)
-    UNEXPECTED(QueryPinInfo, PIN_INFO*)
-    UNEXPECTED(QueryDirection, PIN_DIRECTION*)
-    UNEXPECTED(QueryId, LPWSTR*)
-    UNEXPECTED(QueryAccept, const AM_MEDIA_TYPE*)
-    UNEXPECTED(EnumMediaTypes, IEnumMediaTypes**)
-    UNEXPECTED(QueryInternalConnections, IPin**, ULONG*)
-    UNEXPECTED(EndOfStream)
-    UNEXPECTED(BeginFlush)
-    UNEXPECTED(EndFlush)
-    UNEXPECTED(NewSegment, REFERENCE_TIME, REFERENCE_TIME, double)
+    STUB(Connect, IPin*, const AM_MEDIA_TYPE*) STUB(ReceiveConnection, IPin*, const AM_MEDIA_TYPE*)
+    STUB(Disconnect) STUB(ConnectedTo, IPin**)
+        STUB(ConnectionMediaType, AM_MEDIA_TYPE*) STUB(QueryPinInfo, PIN_INFO*)
+            STUB(QueryDirection, PIN_DIRECTION*) STUB(QueryId, LPWSTR*)
+                STUB(QueryAccept, const AM_MEDIA_TYPE*) STUB(EnumMediaTypes, IEnumMediaTypes**)
+                    STUB(QueryInternalConnections, IPin**, ULONG*) STUB(EndOfStream) STUB(BeginFlush)
+                        STUB(EndFlush) STUB(NewSegment, REFERENCE_TIME, REFERENCE_TIME, double)
 };
 
 template <typename I, typename Item>
 class StubEnum : public FakePart<I> { // IEnumPins, IEnumFilters, IEnumMoniker
 public:
     using FakePart<I>::FakePart;
-    UNEXPECTED(Next, ULONG, Item**, ULONG*)
-    UNEXPECTED(Skip, ULONG)
-    UNEXPECTED(Reset)
-    UNEXPECTED(Clone, I**)
+    STUB(Next, ULONG, Item**, ULONG*) STUB(Skip, ULONG) STUB(Reset) STUB(Clone, I**)
 };
 
 class StubFilterMapper2 : public FakePart<IFilterMapper2> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(CreateCategory, REFCLSID, DWORD, LPCWSTR)
-    UNEXPECTED(UnregisterFilter, const CLSID*, LPCOLESTR, REFCLSID)
-    UNEXPECTED(RegisterFilter, REFCLSID, LPCWSTR, IMoniker**, const CLSID*, LPCOLESTR, const REGFILTER2*)
-    UNEXPECTED(EnumMatchingFilters, IEnumMoniker**, DWORD, BOOL, DWORD, BOOL, DWORD, const GUID*,
-               const REGPINMEDIUM*, const CLSID*, BOOL, BOOL, DWORD, const GUID*, const REGPINMEDIUM*,
-               const CLSID*)
+    STUB(CreateCategory, REFCLSID, DWORD, LPCWSTR) STUB(UnregisterFilter, const CLSID*, LPCOLESTR, REFCLSID)
+        STUB(RegisterFilter, REFCLSID, LPCWSTR, IMoniker**, const CLSID*, LPCOLESTR, const REGFILTER2*)
+            STUB(EnumMatchingFilters, IEnumMoniker**, DWORD, BOOL, DWORD, BOOL, DWORD, const GUID*,
+                 const REGPINMEDIUM*, const CLSID*, BOOL, BOOL, DWORD, const GUID*, const REGPINMEDIUM*,
+                 const CLSID*)
 };
 
 class StubMoniker : public FakePart<IMoniker> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(GetClassID, CLSID*)
-    UNEXPECTED(IsDirty)
-    UNEXPECTED(Load, IStream*)
-    UNEXPECTED(Save, IStream*, BOOL)
-    UNEXPECTED(GetSizeMax, ULARGE_INTEGER*)
-    UNEXPECTED(BindToObject, IBindCtx*, IMoniker*, REFIID, void**)
-    UNEXPECTED(BindToStorage, IBindCtx*, IMoniker*, REFIID, void**)
-    UNEXPECTED(Reduce, IBindCtx*, DWORD, IMoniker**, IMoniker**)
-    UNEXPECTED(ComposeWith, IMoniker*, BOOL, IMoniker**)
-    UNEXPECTED(Enum, BOOL, IEnumMoniker**)
-    UNEXPECTED(IsEqual, IMoniker*)
-    UNEXPECTED(Hash, DWORD*)
-    UNEXPECTED(IsRunning, IBindCtx*, IMoniker*, IMoniker*)
-    UNEXPECTED(GetTimeOfLastChange, IBindCtx*, IMoniker*, FILETIME*)
-    UNEXPECTED(Inverse, IMoniker**)
-    UNEXPECTED(CommonPrefixWith, IMoniker*, IMoniker**)
-    UNEXPECTED(RelativePathTo, IMoniker*, IMoniker**)
-    UNEXPECTED(GetDisplayName, IBindCtx*, IMoniker*, LPOLESTR*)
-    UNEXPECTED(ParseDisplayName, IBindCtx*, IMoniker*, LPOLESTR, ULONG*, IMoniker**)
-    UNEXPECTED(IsSystemMoniker, DWORD*)
+    STUB(GetClassID, CLSID*) STUB(IsDirty) STUB(Load, IStream*) STUB(Save, IStream*, BOOL)
+    STUB(GetSizeMax, ULARGE_INTEGER*)
+        STUB(BindToObject, IBindCtx*, IMoniker*, REFIID, void**)
+            STUB(BindToStorage, IBindCtx*, IMoniker*, REFIID, void**)
+                STUB(Reduce, IBindCtx*, DWORD, IMoniker**, IMoniker**)
+                    STUB(ComposeWith, IMoniker*, BOOL, IMoniker**) STUB(Enum, BOOL, IEnumMoniker**)
+                        STUB(IsEqual, IMoniker*) STUB(Hash, DWORD*)
+                            STUB(IsRunning, IBindCtx*, IMoniker*, IMoniker*)
+                                STUB(GetTimeOfLastChange, IBindCtx*, IMoniker*, FILETIME*)
+                                    STUB(Inverse, IMoniker**) STUB(CommonPrefixWith, IMoniker*, IMoniker**)
+                                        STUB(RelativePathTo, IMoniker*, IMoniker**)
+                                            STUB(GetDisplayName, IBindCtx*, IMoniker*, LPOLESTR*)
+                                                STUB(ParseDisplayName, IBindCtx*, IMoniker*, LPOLESTR, ULONG*,
+                                                     IMoniker**) STUB(IsSystemMoniker, DWORD*)
 };
 
 class StubVmrFilterConfig9 : public FakePart<IVMRFilterConfig9> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(SetImageCompositor, IVMRImageCompositor9*)
-    UNEXPECTED(SetNumberOfStreams, DWORD)
-    UNEXPECTED(GetNumberOfStreams, DWORD*)
-    UNEXPECTED(SetRenderingPrefs, DWORD)
-    UNEXPECTED(GetRenderingPrefs, DWORD*)
-    UNEXPECTED(SetRenderingMode, DWORD)
-    UNEXPECTED(GetRenderingMode, DWORD*)
+    STUB(SetImageCompositor, IVMRImageCompositor9*) STUB(SetNumberOfStreams, DWORD)
+    STUB(GetNumberOfStreams, DWORD*) STUB(SetRenderingPrefs, DWORD)
+        STUB(GetRenderingPrefs, DWORD*) STUB(SetRenderingMode, DWORD) STUB(GetRenderingMode, DWORD*)
 };
 
 class StubVmrMixerBitmap9 : public FakePart<IVMRMixerBitmap9> {
 public:
     using FakePart::FakePart;
-    UNEXPECTED(SetAlphaBitmap, const VMR9AlphaBitmap*)
-    UNEXPECTED(UpdateAlphaBitmapParameters, const VMR9AlphaBitmap*)
-    UNEXPECTED(GetAlphaBitmapParameters, VMR9AlphaBitmap*)
+    STUB(SetAlphaBitmap, const VMR9AlphaBitmap*) STUB(UpdateAlphaBitmapParameters, const VMR9AlphaBitmap*)
+    STUB(GetAlphaBitmapParameters, VMR9AlphaBitmap*)
 };
 
-#undef UNEXPECTED
+#undef STUB
+// clang-format on
 
 } // namespace vistrame::test

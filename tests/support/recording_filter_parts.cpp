@@ -15,55 +15,51 @@ namespace {
 class FeedDataPart final : public FakePart<FeedData> {
 public:
     using FakePart::FakePart;
-    HRESULT STDMETHODCALLTYPE Reserved() override { return Unexpected("Reserved"); }
-    HRESULT STDMETHODCALLTYPE DeliverData(const BYTE*, ULONG length) override {
-        return object_.Record(Line("DeliverData(%lu)", length)), S_OK;
+    STDMETHODIMP Reserved() override { return Unexpected("Reserved"); }
+    STDMETHODIMP DeliverData(const BYTE*, ULONG length) override {
+        return Record("DeliverData(%lu)", length);
     }
-    HRESULT STDMETHODCALLTYPE SendDiscontinuity() override {
-        return object_.Record("SendDiscontinuity"), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE SetPids2(ULONG value) override {
-        return object_.Record(Line("SetPids2(%08lX)", value)), S_OK;
-    }
+    STDMETHODIMP SendDiscontinuity() override { return Record("SendDiscontinuity"); }
+    STDMETHODIMP SetPids2(ULONG value) override { return Record("SetPids2(%08lX)", value); }
 };
 
 class FeedControlPart final : public FakePart<FeedControl> {
 public:
     using FakePart::FakePart;
-    HRESULT STDMETHODCALLTYPE SetMode(ULONG mode, ULONG option) override {
-        return object_.Record(Line("SetMode(%lu, %lu)", mode, option)), S_OK;
+    STDMETHODIMP SetMode(ULONG mode, ULONG option) override {
+        return Record("SetMode(%lu, %lu)", mode, option);
     }
 };
 
 class PidMapPart final : public FakePart<IMPEG2PIDMap> {
 public:
     using FakePart::FakePart;
-    HRESULT STDMETHODCALLTYPE MapPID(ULONG count, ULONG* pids, MEDIA_SAMPLE_CONTENT content) override {
+    STDMETHODIMP MapPID(ULONG count, ULONG* pids, MEDIA_SAMPLE_CONTENT content) override {
         EXPECT_TRUE(count == 1 && content == MEDIA_ELEMENTARY_STREAM);
-        return object_.Record(Line("MapPID(%04lX)", *pids)), S_OK;
+        return Record("MapPID(%04lX)", *pids);
     }
-    HRESULT STDMETHODCALLTYPE UnmapPID(ULONG count, ULONG* pids) override {
+    STDMETHODIMP UnmapPID(ULONG count, ULONG* pids) override {
         EXPECT_EQ(count, 1U);
-        return object_.Record(Line("UnmapPID(%04lX)", *pids)), S_OK;
+        return Record("UnmapPID(%04lX)", *pids);
     }
-    HRESULT STDMETHODCALLTYPE EnumPIDMap(IEnumPIDMap**) override { return Unexpected("EnumPIDMap"); }
+    STDMETHODIMP EnumPIDMap(IEnumPIDMap**) override { return Unexpected("EnumPIDMap"); }
 };
 
 class DemuxPart final : public FakePart<IMpeg2Demultiplexer> {
 public:
     DemuxPart(FakeObject& object, RecordingPlatform& platform) : FakePart(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE CreateOutputPin(AM_MEDIA_TYPE* type, LPWSTR name, IPin** out) override {
-        object_.Record("CreateOutputPin(\"" + Narrow(name) + "\", " + Describe(type) + ")");
+    STDMETHODIMP CreateOutputPin(AM_MEDIA_TYPE* type, LPWSTR name, IPin** out) override {
+        Record("CreateOutputPin(\"%s\", %s)", Narrow(name).c_str(), Describe(type).c_str());
         FakeObject& pin = platform_.AddObject(object_.name + "/" + Narrow(name));
         FurnishPin(pin, PINDIR_OUTPUT);
         pin.Offer<PidMapPart>();
         Hand(&pin, out);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetOutputPinMediaType(LPWSTR, AM_MEDIA_TYPE*) override {
+    STDMETHODIMP SetOutputPinMediaType(LPWSTR, AM_MEDIA_TYPE*) override {
         return Unexpected("SetOutputPinMediaType");
     }
-    HRESULT STDMETHODCALLTYPE DeleteOutputPin(LPWSTR) override { return Unexpected("DeleteOutputPin"); }
+    STDMETHODIMP DeleteOutputPin(LPWSTR) override { return Unexpected("DeleteOutputPin"); }
 
 private:
     RecordingPlatform& platform_;
@@ -73,19 +69,19 @@ class KorvixDemuxPart final : public FakePart<KorvixDemux> {
 public:
     KorvixDemuxPart(FakeObject& object, RecordingPlatform& platform)
         : FakePart(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE SetAudioType(ULONG type) override {
-        return object_.Record(Line("SetAudioType(%ld)", static_cast<long>(type))), S_OK;
+    STDMETHODIMP SetAudioType(ULONG type) override {
+        return Record("SetAudioType(%ld)", static_cast<long>(type));
     }
-    HRESULT STDMETHODCALLTYPE SetVideoType(ULONG type) override {
-        return object_.Record(Line("SetVideoType(%ld)", static_cast<long>(type))), S_OK;
+    STDMETHODIMP SetVideoType(ULONG type) override {
+        return Record("SetVideoType(%ld)", static_cast<long>(type));
     }
-    HRESULT STDMETHODCALLTYPE SetPids(ULONG video, ULONG audio, ULONG clock) override {
-        return object_.Record(Line("SetPids(%04lX, %04lX, %04lX)", video, audio, clock)), S_OK;
+    STDMETHODIMP SetPids(ULONG video, ULONG audio, ULONG clock) override {
+        return Record("SetPids(%04lX, %04lX, %04lX)", video, audio, clock);
     }
-    HRESULT STDMETHODCALLTYPE AttachOsd(OsdSourceControl* osd) override {
-        return object_.Record("AttachOsd(" + NameOf(osd) + ")"), S_OK;
+    STDMETHODIMP AttachOsd(OsdSourceControl* osd) override {
+        return Record("AttachOsd(%s)", NameOf(osd).c_str());
     }
-    HRESULT STDMETHODCALLTYPE GetStallCount(ULONG stream, ULONG* count) override {
+    STDMETHODIMP GetStallCount(ULONG stream, ULONG* count) override {
         *count = platform_.stallCounts.at(stream);
         return S_OK;
     }
@@ -98,12 +94,10 @@ class AudioPart final : public StubBasicAudio {
 public:
     AudioPart(FakeObject& object, RecordingPlatform& platform)
         : StubBasicAudio(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE put_Volume(long volume) override {
-        return object_.Record(Line("put_Volume(%ld)", volume)), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE get_Volume(long* volume) override {
+    STDMETHODIMP put_Volume(long volume) override { return Record("put_Volume(%ld)", volume); }
+    STDMETHODIMP get_Volume(long* volume) override {
         *volume = platform_.volume;
-        return object_.Record("get_Volume"), S_OK;
+        return Record("get_Volume");
     }
 
 private:
@@ -113,54 +107,52 @@ private:
 class RendererConfigPart final : public StubVmrFilterConfig9 {
 public:
     using StubVmrFilterConfig9::StubVmrFilterConfig9;
-    HRESULT STDMETHODCALLTYPE SetNumberOfStreams(DWORD streams) override {
-        return object_.Record(Line("SetNumberOfStreams(%lu)", streams)), S_OK;
+    STDMETHODIMP SetNumberOfStreams(DWORD streams) override {
+        return Record("SetNumberOfStreams(%lu)", streams);
     }
 };
 
 class MixerPart final : public StubVmrMixerBitmap9 {
 public:
     using StubVmrMixerBitmap9::StubVmrMixerBitmap9;
-    HRESULT STDMETHODCALLTYPE SetAlphaBitmap(const VMR9AlphaBitmap*) override {
-        return object_.Record("SetAlphaBitmap"), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetAlphaBitmapParameters(VMR9AlphaBitmap*) override {
-        return object_.Record("GetAlphaBitmapParameters"), S_OK;
+    STDMETHODIMP SetAlphaBitmap(const VMR9AlphaBitmap*) override { return Record("SetAlphaBitmap"); }
+    STDMETHODIMP GetAlphaBitmapParameters(VMR9AlphaBitmap*) override {
+        return Record("GetAlphaBitmapParameters");
     }
 };
 
 class OsdPart final : public FakePart<OsdSourceControl> {
 public:
     using FakePart::FakePart;
-    HRESULT STDMETHODCALLTYPE SetSize(ULONG width, ULONG height, ULONG visible) override {
-        return object_.Record(Line("SetSize(%lu, %lu, %lu)", width, height, visible)), S_OK;
+    STDMETHODIMP SetSize(ULONG width, ULONG height, ULONG visible) override {
+        return Record("SetSize(%lu, %lu, %lu)", width, height, visible);
     }
-    HRESULT STDMETHODCALLTYPE Reserved1() override { return Unexpected("Reserved1"); }
-    HRESULT STDMETHODCALLTYPE Reserved2() override { return Unexpected("Reserved2"); }
-    HRESULT STDMETHODCALLTYPE SetText(const char* text) override {
+    STDMETHODIMP Reserved1() override { return Unexpected("Reserved1"); }
+    STDMETHODIMP Reserved2() override { return Unexpected("Reserved2"); }
+    STDMETHODIMP SetText(const char* text) override {
         EXPECT_STREQ(text, "other Demux\r\n");
-        return object_.Record("SetText"), S_OK;
+        return Record("SetText");
     }
 };
 
 class ParametersPart final : public FakePart<VendorParameters> {
 public:
     using FakePart::FakePart;
-    HRESULT STDMETHODCALLTYPE SetValue(const GUID* parameter, const VARIANT* value) override {
+    STDMETHODIMP SetValue(const GUID* parameter, const VARIANT* value) override {
         EXPECT_EQ(V_VT(value), VT_UI4);
-        return object_.Record(Line("SetValue(%08lX, %lu)", parameter->Data1, V_UI4(value))), S_OK;
+        return Record("SetValue(%08lX, %lu)", parameter->Data1, V_UI4(value));
     }
-    HRESULT STDMETHODCALLTYPE Commit(VARIANT*) override { return object_.Record("Commit"), S_OK; }
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID*) override { return Unexpected("GetClassID"); }
-    HRESULT STDMETHODCALLTYPE IsDirty() override { return Unexpected("IsDirty"); }
-    HRESULT STDMETHODCALLTYPE Load(IStream*) override { return Unexpected("Load"); }
-    HRESULT STDMETHODCALLTYPE Save(IStream*, BOOL) override { return Unexpected("Save"); }
-    HRESULT STDMETHODCALLTYPE GetSizeMax(ULARGE_INTEGER*) override { return Unexpected("GetSizeMax"); }
-    HRESULT STDMETHODCALLTYPE GetValue() override { return Unexpected("GetValue"); }
-    HRESULT STDMETHODCALLTYPE GetParameter() override { return Unexpected("GetParameter"); }
-    HRESULT STDMETHODCALLTYPE IsSupported() override { return Unexpected("IsSupported"); }
-    HRESULT STDMETHODCALLTYPE SetDefaultState() override { return Unexpected("SetDefaultState"); }
-    HRESULT STDMETHODCALLTYPE EnumerateParameters() override { return Unexpected("EnumerateParameters"); }
+    STDMETHODIMP Commit(VARIANT*) override { return Record("Commit"); }
+    STDMETHODIMP GetClassID(CLSID*) override { return Unexpected("GetClassID"); }
+    STDMETHODIMP IsDirty() override { return Unexpected("IsDirty"); }
+    STDMETHODIMP Load(IStream*) override { return Unexpected("Load"); }
+    STDMETHODIMP Save(IStream*, BOOL) override { return Unexpected("Save"); }
+    STDMETHODIMP GetSizeMax(ULARGE_INTEGER*) override { return Unexpected("GetSizeMax"); }
+    STDMETHODIMP GetValue() override { return Unexpected("GetValue"); }
+    STDMETHODIMP GetParameter() override { return Unexpected("GetParameter"); }
+    STDMETHODIMP IsSupported() override { return Unexpected("IsSupported"); }
+    STDMETHODIMP SetDefaultState() override { return Unexpected("SetDefaultState"); }
+    STDMETHODIMP EnumerateParameters() override { return Unexpected("EnumerateParameters"); }
 };
 
 } // namespace

@@ -30,7 +30,7 @@ namespace {
 class FakePin final : public StubPin {
 public:
     FakePin(FakeObject& object, PIN_DIRECTION direction) : StubPin(object), direction_(direction) {}
-    HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* direction) override {
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* direction) override {
         *direction = direction_;
         return S_OK;
     }
@@ -45,7 +45,7 @@ class FakeEnum : public StubEnum<I, Item> {
 public:
     FakeEnum(FakeObject& object, std::vector<FakeObject*> items)
         : StubEnum<I, Item>(object), items_(std::move(items)) {}
-    HRESULT STDMETHODCALLTYPE Next(ULONG count, Item** out, ULONG* fetched) override {
+    STDMETHODIMP Next(ULONG count, Item** out, ULONG* fetched) override {
         ULONG handed = 0;
         for (; handed < count && next_ < items_.size(); ++handed, ++next_) {
             Hand(items_[next_], out + handed);
@@ -67,7 +67,7 @@ class FilterPart final : public StubBaseFilter {
 public:
     FilterPart(FakeObject& object, RecordingPlatform& platform)
         : StubBaseFilter(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** out) override {
+    STDMETHODIMP EnumPins(IEnumPins** out) override {
         std::vector<FakeObject*> items;
         for (const FakeFilter::Pin& pin : Filter().pins) {
             items.push_back(pin.object);
@@ -77,7 +77,7 @@ public:
         Hand(&pins, out);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** out) override {
+    STDMETHODIMP FindPin(LPCWSTR id, IPin** out) override {
         const std::string wanted = Narrow(id);
         *out = nullptr;
         for (const FakeFilter::Pin& pin : Filter().pins) {
@@ -104,7 +104,7 @@ class FakeEnumFilters final : public StubEnum<IEnumFilters, IBaseFilter> {
 public:
     FakeEnumFilters(FakeObject& object, std::shared_ptr<FilterList> list)
         : StubEnum(object), list_(std::move(list)), version_(list_->version) {}
-    HRESULT STDMETHODCALLTYPE Next(ULONG count, IBaseFilter** out, ULONG*) override {
+    STDMETHODIMP Next(ULONG count, IBaseFilter** out, ULONG*) override {
         EXPECT_EQ(count, 1U);
         if (version_ != list_->version) {
             return VFW_E_ENUM_OUT_OF_SYNC;
@@ -115,7 +115,7 @@ public:
         Hand(list_->filters[next_++], out);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE Reset() override {
+    STDMETHODIMP Reset() override {
         version_ = list_->version;
         next_ = 0;
         return S_OK;
@@ -131,15 +131,15 @@ class GraphPart final : public StubGraphBuilder {
 public:
     GraphPart(FakeObject& object, RecordingPlatform& platform)
         : StubGraphBuilder(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE AddFilter(IBaseFilter* filter, LPCWSTR name) override {
-        object_.Record("AddFilter(" + NameOf(filter) + ", \"" + Narrow(name) + "\")");
+    STDMETHODIMP AddFilter(IBaseFilter* filter, LPCWSTR name) override {
+        Record("AddFilter(%s, \"%s\")", NameOf(filter).c_str(), Narrow(name).c_str());
         filter->AddRef();
         list_->filters.push_back(FakeObject::Of(filter));
         ++list_->version;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE RemoveFilter(IBaseFilter* filter) override {
-        object_.Record("RemoveFilter(" + NameOf(filter) + ")");
+    STDMETHODIMP RemoveFilter(IBaseFilter* filter) override {
+        Record("RemoveFilter(%s)", NameOf(filter).c_str());
         if (FAILED(platform_.removeResult)) {
             return platform_.removeResult;
         }
@@ -148,20 +148,17 @@ public:
         filter->Release();
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE EnumFilters(IEnumFilters** out) override {
+    STDMETHODIMP EnumFilters(IEnumFilters** out) override {
         FakeObject& filters = platform_.AddObject("filters");
         filters.Offer<FakeEnumFilters>(list_);
         Hand(&filters, out);
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE ConnectDirect(IPin* from, IPin* to, const AM_MEDIA_TYPE* type) override {
-        object_.Record("ConnectDirect(" + NameOf(from) + ", " + NameOf(to) + ", " + Describe(type) + ")");
-        return S_OK;
+    STDMETHODIMP ConnectDirect(IPin* from, IPin* to, const AM_MEDIA_TYPE* type) override {
+        return Record("ConnectDirect(%s, %s, %s)", NameOf(from).c_str(), NameOf(to).c_str(),
+                      Describe(type).c_str());
     }
-    HRESULT STDMETHODCALLTYPE Render(IPin* pin) override {
-        object_.Record("Render(" + NameOf(pin) + ")");
-        return S_OK;
-    }
+    STDMETHODIMP Render(IPin* pin) override { return Record("Render(%s)", NameOf(pin).c_str()); }
 
 private:
     RecordingPlatform& platform_;
@@ -171,43 +168,37 @@ private:
 class ControlPart final : public StubMediaControl {
 public:
     using StubMediaControl::StubMediaControl;
-    HRESULT STDMETHODCALLTYPE Run() override { return object_.Record("Run"), S_OK; }
-    HRESULT STDMETHODCALLTYPE Pause() override { return object_.Record("Pause"), S_OK; }
-    HRESULT STDMETHODCALLTYPE Stop() override { return object_.Record("Stop"), S_OK; }
+    STDMETHODIMP Run() override { return Record("Run"); }
+    STDMETHODIMP Pause() override { return Record("Pause"); }
+    STDMETHODIMP Stop() override { return Record("Stop"); }
 };
 
 class ClockPart final : public StubMediaFilter<IMediaFilter> {
 public:
     using StubMediaFilter::StubMediaFilter;
-    HRESULT STDMETHODCALLTYPE SetSyncSource(IReferenceClock* clock) override {
-        return object_.Record("SetSyncSource(" + NameOf(clock) + ")"), S_OK;
+    STDMETHODIMP SetSyncSource(IReferenceClock* clock) override {
+        return Record("SetSyncSource(%s)", NameOf(clock).c_str());
     }
 };
 
 class WindowPart final : public StubVideoWindow {
 public:
     using StubVideoWindow::StubVideoWindow;
-    HRESULT STDMETHODCALLTYPE put_Owner(OAHWND owner) override {
-        return object_.Record(Line("put_Owner(%08lX)", owner)), S_OK;
+    STDMETHODIMP put_Owner(OAHWND owner) override { return Record("put_Owner(%08lX)", owner); }
+    STDMETHODIMP put_WindowStyle(long style) override { return Record("put_WindowStyle(%08lX)", style); }
+    STDMETHODIMP put_MessageDrain(OAHWND drain) override { return Record("put_MessageDrain(%08lX)", drain); }
+    STDMETHODIMP SetWindowPosition(long left, long top, long width, long height) override {
+        return Record("SetWindowPosition(%ld, %ld, %ld, %ld)", left, top, width, height);
     }
-    HRESULT STDMETHODCALLTYPE put_WindowStyle(long style) override {
-        return object_.Record(Line("put_WindowStyle(%08lX)", style)), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE put_MessageDrain(OAHWND drain) override {
-        return object_.Record(Line("put_MessageDrain(%08lX)", drain)), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE SetWindowPosition(long left, long top, long width, long height) override {
-        return object_.Record(Line("SetWindowPosition(%ld, %ld, %ld, %ld)", left, top, width, height)), S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE put_Caption(BSTR caption) override {
-        return object_.Record("put_Caption(\"" + Narrow(caption) + "\")"), S_OK;
+    STDMETHODIMP put_Caption(BSTR caption) override {
+        return Record("put_Caption(\"%s\")", Narrow(caption).c_str());
     }
 };
 
 class BagPart final : public FakePart<IPropertyBag> {
 public:
     BagPart(FakeObject& object, MapperEntry entry) : FakePart(object), entry_(std::move(entry)) {}
-    HRESULT STDMETHODCALLTYPE Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
+    STDMETHODIMP Read(LPCOLESTR name, VARIANT* value, IErrorLog*) override {
         EXPECT_EQ(V_VT(value), VT_BSTR) << "the player asks for texts";
         const std::string wanted = Narrow(name);
         if (wanted == "FriendlyName") {
@@ -223,7 +214,7 @@ public:
         V_BSTR(value) = SysAllocString(text.data());
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE Write(LPCOLESTR, VARIANT*) override { return Unexpected("Write"); }
+    STDMETHODIMP Write(LPCOLESTR, VARIANT*) override { return Unexpected("Write"); }
 
 private:
     MapperEntry entry_;
@@ -232,7 +223,7 @@ private:
 class MonikerPart final : public StubMoniker {
 public:
     using StubMoniker::StubMoniker;
-    HRESULT STDMETHODCALLTYPE BindToStorage(IBindCtx*, IMoniker*, REFIID iid, void** out) override {
+    STDMETHODIMP BindToStorage(IBindCtx*, IMoniker*, REFIID iid, void** out) override {
         return object_.Query(iid, out); // the bag is a part of the moniker
     }
 };
@@ -241,12 +232,11 @@ class MapperPart final : public StubFilterMapper2 {
 public:
     MapperPart(FakeObject& object, RecordingPlatform& platform)
         : StubFilterMapper2(object), platform_(platform) {}
-    HRESULT STDMETHODCALLTYPE EnumMatchingFilters(IEnumMoniker** out, DWORD flags, BOOL exact, DWORD merit,
-                                                  BOOL inputNeeded, DWORD inputs, const GUID* inputTypes,
-                                                  const REGPINMEDIUM* inputMedium, const CLSID* inputCategory,
-                                                  BOOL render, BOOL outputNeeded, DWORD outputs,
-                                                  const GUID* outputTypes, const REGPINMEDIUM* outputMedium,
-                                                  const CLSID* outputCategory) override {
+    STDMETHODIMP EnumMatchingFilters(IEnumMoniker** out, DWORD flags, BOOL exact, DWORD merit,
+                                     BOOL inputNeeded, DWORD inputs, const GUID* inputTypes,
+                                     const REGPINMEDIUM* inputMedium, const CLSID* inputCategory, BOOL render,
+                                     BOOL outputNeeded, DWORD outputs, const GUID* outputTypes,
+                                     const REGPINMEDIUM* outputMedium, const CLSID* outputCategory) override {
         std::string types;
         for (DWORD i = 0; i < inputs; ++i) {
             AM_MEDIA_TYPE type{};
@@ -254,9 +244,8 @@ public:
             type.subtype = inputTypes[2 * i + 1];
             types += (i == 0 ? "" : ", ") + Describe(&type);
         }
-        object_.Record(
-            Line("EnumMatchingFilters(%s, flags %lu, exact %d, merit %06lX, input %d, render %d, output %d)",
-                 types.c_str(), flags, exact, merit, inputNeeded, render, outputNeeded));
+        Record("EnumMatchingFilters(%s, flags %lu, exact %d, merit %06lX, input %d, render %d, output %d)",
+               types.c_str(), flags, exact, merit, inputNeeded, render, outputNeeded);
         EXPECT_TRUE(inputMedium == nullptr && inputCategory == nullptr && outputs == 0 &&
                     outputTypes == nullptr && outputMedium == nullptr && outputCategory == nullptr);
         std::vector<FakeObject*> monikers;
