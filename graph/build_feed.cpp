@@ -31,8 +31,8 @@ void GraphBuild::LetFeedBeClock() {
 }
 
 void GraphBuild::SetFeedMode() {
-    (void)player_.feedControl->SetMode(3,
-                                       0); // live data pushed in by the player, no pace of the filter's own
+    // Live data pushed in by the player; the filter sets no pace of its own.
+    (void)player_.feedControl->SetMode(3, 0);
 }
 
 bool GraphBuild::AddDemultiplexer() {

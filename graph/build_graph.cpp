@@ -10,7 +10,6 @@
 
 #include "app/error_report.h"
 #include "graph/graph_build.h"
-#include "graph/pins.h"
 
 namespace vistrame {
 
