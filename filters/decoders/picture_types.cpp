@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -71,19 +70,19 @@ std::span<const PixelLayout> PixelLayouts() {
     return kLayouts;
 }
 
-const PixelLayout* FindPixelLayout(const GUID& subtype) {
-    const auto* found =
-        std::ranges::find_if(kLayouts, [&](const PixelLayout& row) { return *row.subtype == subtype; });
-    return found != std::end(kLayouts) ? found : nullptr;
+const PixelLayout* FindPixelLayout(const GUID& subtype, std::span<const PixelLayout> layouts) {
+    const auto found =
+        std::ranges::find_if(layouts, [&](const PixelLayout& row) { return *row.subtype == subtype; });
+    return found != layouts.end() ? &*found : nullptr;
 }
 
 long PictureType::Bytes() const {
     return BufferBytes(*layout, stride, lines);
 }
 
-std::optional<PictureType> ReadPictureType(const MediaType& type) {
+std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<const PixelLayout> layouts) {
     PictureType read;
-    read.layout = FindPixelLayout(type->subtype);
+    read.layout = FindPixelLayout(type->subtype, layouts);
     if (type->majortype != MEDIATYPE_Video || read.layout == nullptr) {
         return std::nullopt;
     }

@@ -24,7 +24,8 @@ struct PixelLayout {
 
 // Best first: what every renderer shows whole, then what costs least from decoder to screen.
 std::span<const PixelLayout> PixelLayouts();
-const PixelLayout* FindPixelLayout(const GUID& subtype);
+const PixelLayout* FindPixelLayout(const GUID& subtype,
+                                   std::span<const PixelLayout> layouts = PixelLayouts());
 
 // What a media type of uncompressed video says.
 struct PictureType {
@@ -40,7 +41,8 @@ struct PictureType {
 };
 
 // Either header (VIDEOINFOHEADER, VIDEOINFOHEADER2); nullopt for what is not one of the layouts.
-std::optional<PictureType> ReadPictureType(const MediaType& type);
+std::optional<PictureType> ReadPictureType(const MediaType& type,
+                                           std::span<const PixelLayout> layouts = PixelLayouts());
 
 // Units: pixels; duration 100 ns. `formatType` is FORMAT_VideoInfo or FORMAT_VideoInfo2; only the second holds the
 // aspect.

@@ -8,6 +8,7 @@
 #include "filters/demux/korvix_demux.h"
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "filters/feed/feed_filter.h"
+#include "filters/osd_source/osd_source.h"
 #include "filters/overlay/overlay_mixer.h"
 #include "graph/maker_interfaces.h"
 
@@ -18,6 +19,7 @@ namespace {
 const ClassRow kClasses[] = {
     {.id = &CLSID_KorvixFeedFilter, .name = L"Korvix TS Feed Filter", .create = CreateFilter<FeedFilter>},
     {.id = &CLSID_KorvixDemux, .name = L"Korvix TS Demultiplexer", .create = CreateFilter<KorvixDemuxFilter>},
+    {.id = &CLSID_OsdSource, .name = L"OSD Generator", .create = CreateFilter<OsdSource>},
     {.id = &CLSID_MPEG2Demultiplexer,
      .name = L"MPEG-2 Demultiplexer",
      .create = CreateFilter<Mpeg2Demultiplexer>,

@@ -1,0 +1,134 @@
+#include "filters/osd_source/osd_source.h"
+
+#include <cstring>
+
+#include "tests/filters/filter_fakes.h"
+
+namespace vistrame::test {
+
+namespace {
+
+constexpr int kWidth = 640;
+constexpr int kHeight = 360;
+
+// Pixels of one delivered picture.
+struct Counts {
+    int transparent = 0;
+    int panel = 0;                   // black, half transparent
+    int text = 0;                    // near white
+    int firstRow = -1, lastRow = -1; // with text, from the top
+
+    explicit Counts(const SinkFilter::Sample& sample, int width = kWidth, int height = kHeight) {
+        EXPECT_EQ(sample.data.size(), static_cast<std::size_t>(width) * height * 4);
+        EXPECT_FALSE(sample.time.has_value());
+        for (std::size_t at = 0; at + 4 <= sample.data.size(); at += 4) {
+            std::uint32_t pixel = 0;
+            std::memcpy(&pixel, sample.data.data() + at, sizeof pixel);
+            transparent += pixel == 0 ? 1 : 0;
+            panel += pixel != 0 && (pixel & 0xFFFFFF) == 0 ? 1 : 0;
+            if ((pixel & 0xFF) > 0xC0) {
+                const int row = height - 1 - static_cast<int>(at / 4) / width;
+                ++text;
+                lastRow = lastRow < 0 ? row : lastRow;
+                firstRow = row;
+            }
+        }
+    }
+};
+
+class Display {
+public:
+    explicit Display(std::function<HRESULT(const MediaType&)> check = {}) {
+        osd = graph.Add(MakeObject<OsdSource>(), L"OSD Generator");
+        sink = graph.Add(MakeObject<SinkFilter>(), L"sink");
+        sink->check = [this, check = std::move(check)](const MediaType& type) {
+            const HRESULT result = check ? check(type) : S_OK;
+            subtype = result == S_OK ? type->subtype : subtype;
+            return result;
+        };
+        EXPECT_EQ(osd->SetText("other Demux\r\n"), S_OK);
+        EXPECT_EQ(osd->SetSize(kWidth, kHeight, 1), S_OK);
+    }
+    void Start() {
+        EXPECT_EQ(graph.Connect(PinOf(osd, L"1").Get(), &sink->Input()), S_OK);
+        graph.Run();
+    }
+    SinkFilter::Sample Picture(std::size_t number) {
+        EXPECT_TRUE(WaitUntil([&] { return sink->Count() > number; })) << "picture " << number;
+        const auto samples = sink->Samples();
+        return samples.size() > number ? samples[number] : SinkFilter::Sample{};
+    }
+
+    TestGraph graph;
+    OsdSource* osd;
+    SinkFilter* sink;
+    GUID subtype{};
+};
+
+} // namespace
+
+TEST(OsdSource, ShowsItsTextAtOnceAndAgainWhenItChanges) {
+    Display display;
+    display.Start();
+    EXPECT_EQ(display.subtype, MEDIASUBTYPE_ARGB32);
+    const SinkFilter::Sample first = display.Picture(0);
+    const Counts one(first);
+    EXPECT_GT(one.text, 100);
+    EXPECT_GT(one.panel, one.text);
+    EXPECT_GT(one.transparent, kWidth * kHeight / 2);
+    EXPECT_LT(one.lastRow, kHeight / 4) << "right side up, in the upper corner";
+
+    EXPECT_EQ(display.osd->SetText("other Demux\r\n"), S_OK) << "the same again is no change";
+    Sleep(OsdSource::kRepeat / 2);
+    EXPECT_EQ(display.sink->Count(), 1u);
+
+    EXPECT_EQ(display.osd->SetText("video PID 100\r\naudio PID 101\r\nno data\r\n"), S_OK);
+    const SinkFilter::Sample second = display.Picture(1);
+    EXPECT_LT(second.tick - first.tick, OsdSource::kRepeat) << "not with the next repetition";
+    const Counts three(second);
+    EXPECT_GT(three.lastRow - three.firstRow, 2 * (one.lastRow - one.firstRow)) << "three lines";
+
+    const SinkFilter::Sample third = display.Picture(2);
+    EXPECT_NEAR(third.tick - second.tick, OsdSource::kRepeat, OsdSource::kRepeat / 2.0);
+    EXPECT_TRUE(third.data == second.data) << "repeated as it was";
+}
+
+TEST(OsdSource, SizeVisibilityAndBadArguments) {
+    Display display;
+    display.Start();
+    (void)display.Picture(0);
+    EXPECT_EQ(display.osd->SetSize(320, 180, 1), S_OK);
+    EXPECT_GT(Counts(display.Picture(1), 320, 180).text, 20) << "the sink took the other size in mid-stream";
+    EXPECT_EQ(display.osd->SetSize(320, 180, 0), S_OK);
+    EXPECT_EQ(Counts(display.Picture(2), 320, 180).transparent, 320 * 180) << "hidden";
+    EXPECT_EQ(display.osd->SetSize(0, 180, 1), E_INVALIDARG);
+    EXPECT_EQ(display.osd->SetSize(100'000, 180, 1), E_INVALIDARG);
+    EXPECT_EQ(display.osd->SetText(nullptr), E_POINTER);
+    const std::string longText(5000, 'W');
+    EXPECT_EQ(display.osd->SetText((longText + "\n" + longText).c_str()), S_OK) << "cut off at the edges";
+    EXPECT_EQ(display.osd->SetSize(16, 16, 1), S_OK);
+    EXPECT_TRUE(WaitUntil([&] { return display.sink->Samples().back().data.size() == 16u * 16 * 4; }));
+}
+
+TEST(OsdSource, ARendererWithoutAlphaGetsPlainPictures) {
+    Display display([](const MediaType& type) {
+        return type->subtype == MEDIASUBTYPE_RGB32 ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    });
+    display.Start();
+    EXPECT_GT(Counts(display.Picture(0)).text, 100);
+}
+
+TEST(OsdSource, StopsWhileTheRendererHoldsAPictureAndStartsAgain) {
+    Display display;
+    display.sink->Block(true);
+    display.Start();
+    ASSERT_TRUE(WaitUntil([&] { return display.sink->InReceive(); }));
+    EXPECT_EQ(display.osd->SetText("while blocked"), S_OK) << "nobody who sets a text waits";
+    display.graph.Stop();
+    display.sink->Block(false);
+    const std::size_t before = display.sink->Count();
+    display.graph.Run();
+    EXPECT_GT(Counts(display.Picture(before)).text, 100);
+}
+
+} // namespace vistrame::test
