@@ -11,7 +11,7 @@ product() { find "$products" -name "$1" -not -path '*/CMakeFiles/*' | head -n 1;
 analyzer=$(product vistrame-analyzer.exe)
 
 # The 32-bit server registers in the 32-bit view, so with the 32-bit program.
-"$repo/tools/wine" 'C:\windows\syswow64\regsvr32.exe' /s "Z:$(product vistrame.ax)" ||
+"$repo/tools/wine" 'C:\windows\syswow64\regsvr32.exe' /s "Z:$(product vistrame.ax)" >"$logs/regsvr32.log" 2>&1 ||
     die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
 
 options=(--set UseVMR9=1 --player "$(product vistrame.exe)" --log "$out/events.log" --report "$out/report.txt")
@@ -29,17 +29,18 @@ fi
 # The analyzer's window alone, as the display shows it (the player's window is a child of it).
 picture() {
     local window
-    window=$(xwininfo -root -tree | sed -n 's/^ *\(0x[0-9a-f]*\) .*[Aa]nalyzer.*/\1/p' | head -n 1)
-    import -silent -window "${window:-root}" "PNG24:$1"
+    window=$(xwininfo -root -tree | sed -n 's/^ *\(0x[0-9a-f]*\) ".* - Vistrame analyzer": .*/\1/p' | head -n 1)
+    import -silent -window "${window:-root}" "PNG24:$1" || doing "no picture could be taken for $1"
 }
 
 started=$SECONDS
 printf '  -> %s\n' "Playing $stream" >&3
 : >"$out/events.log"
-"$repo/tools/wine" "$analyzer" "${options[@]}" --script "$script" "$stream" &
+"$repo/tools/wine" "$analyzer" "${options[@]}" --script "$script" "$stream" 2> >(grep -v '^ALSA lib' >&2) &
 analyzer_pid=$!
 # What happens is told as it happens; at each mark a picture is taken.
-tail -n +1 -f --pid="$analyzer_pid" -s 0.1 "$out/events.log" | tr -d '\r' | while read -r seconds word rest; do
+tail -n +1 -f --pid="$analyzer_pid" -s 0.1 "$out/events.log" | while read -r seconds word rest; do
+    rest=${rest%$'\r'}
     case $word in
     picture) doing "$seconds s: first picture of $rest ($(awk -v a="$VISTRAME_PLAY_ASKED" -v b="$(date +%s.%N)" 'BEGIN {printf "%.1f", b - a}') s after the command)" ;;
     mark) picture "$out/$rest.png" ;;
@@ -48,5 +49,8 @@ done &
 watcher=$!
 wait "$analyzer_pid" && code=0 || code=$?
 wait "$watcher" || true
+for name in $(sed -n 's/^[^#]* mark \([^ ]*\).*/\1/p' "$script"); do
+    [ "$code" != 0 ] || [ -s "$out/$name.png" ] || code=1
+done
 printf '     Playing: %d s, exit code %d\n' $((SECONDS - started)) "$code" >&3
 exit "$code"

@@ -2,7 +2,7 @@
 # What a session consists of; sourced by tools/wine-session, whose options are its input.
 
 services=() # process ids, in order of start
-program=''
+program='' recorder=''
 
 # wait_for SECONDS TEST...: polls; false when the time is over.
 wait_for() {
@@ -14,12 +14,23 @@ wait_for() {
     done
 }
 
-# Folders of sessions that were killed: their lock is free again.
+# Ends what runs in $WINEPREFIX, and the server with it.
+end_wine() {
+    (
+        wine_surroundings
+        HOME=/tmp timeout 10 "${in_wine[@]}" "$wine_server" -k
+    ) >/dev/null 2>&1 8>&- || true # nothing ran
+    # Wine names its socket's folder here.
+    [ ! -s "$WINEPREFIX/wineserver" ] || rm -rf "/tmp/$(basename "$(cat "$WINEPREFIX/wineserver")")"
+}
+
+# Sessions that were killed: their lock is free again.
 sweep_sessions() {
     local folder
     for folder in "$cache"/sessions/*/; do
         [ -e "$folder/lock" ] || continue
         if flock -n "$folder/lock" true; then
+            WINEPREFIX=$folder/prefix end_wine
             rm -rf "/tmp/$(basename "$folder")" "$folder"
         fi
     done
@@ -45,11 +56,7 @@ open_session() {
     # The registry is the session's own; the server replaces these files, but a copy is plainer than a proof.
     cp --remove-destination "$template"/*.reg "$WINEPREFIX/"
 
-    if [ -n "$private_display" ]; then
-        # Nobody manages windows there: Wine draws their frames and gives them the keyboard itself.
-        printf '\n[Software\\\\Wine\\\\X11 Driver]\n"Managed"="N"\n' >>"$WINEPREFIX/user.reg"
-        start_display
-    fi
+    [ -z "$private_display" ] || start_display
     start_sound
     start_wine_server
     [ -z "$record" ] || start_recording
@@ -68,13 +75,13 @@ start_display() {
     export XDG_RUNTIME_DIR=$VISTRAME_SESSION/run
 }
 
-# A null sink of the session's own; with the user's display the user's sound server, when it answers.
+# A null sink of the session's own, before other programs where that is allowed, as a sound card would be; with the user's display the user's sound server, when it answers.
 start_sound() {
     if [ -z "$private_display" ] && [ -z "$record" ] && pactl info >/dev/null 2>&1; then return; fi
     local socket=$VISTRAME_SESSION/run/pulse
     HOME=$VISTRAME_SESSION/home PULSE_RUNTIME_PATH=$VISTRAME_SESSION/run/pulse.d \
         setpriv --pdeathsig KILL pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no \
-        --disable-shm=yes --realtime=no --high-priority=no \
+        --disable-shm=yes --realtime=no --high-priority=yes \
         --load="module-null-sink sink_name=cap rate=48000 channels=2" \
         --load="module-native-protocol-unix socket=$socket auth-anonymous=1" \
         >"$VISTRAME_SESSION/pulse.log" 2>&1 8>&- &
@@ -103,25 +110,26 @@ start_recording() {
 }
 
 close_session() {
-    local pid index
+    local pid
     trap '' INT TERM HUP
-    [ -z "$program" ] || { kill "$program" 2>/dev/null && wait "$program"; } || true
     # parec completes the file's header when it is told to end.
-    [ -z "${recorder:-}" ] || { kill "$recorder" && wait "$recorder"; } 2>/dev/null || true
-    (
-        wine_surroundings
-        HOME=$VISTRAME_SESSION/home timeout 10 "${in_wine[@]}" "$wine_server" -k
-    ) >/dev/null 2>&1 8>&- || true
-    for ((index = ${#services[@]} - 1; index >= 0; index--)); do
-        pid=${services[index]}
-        kill "$pid" 2>/dev/null || true
-    done
-    wait
+    for pid in "$program" "$recorder"; do end_process "$pid"; done
+    end_wine
+    for pid in "${services[@]}"; do end_process "$pid"; done
     if [ -n "$keep" ]; then
         echo "session kept: $VISTRAME_SESSION, prefix $WINEPREFIX" >&2
     else
-        # Wine names its socket's folder here.
-        [ ! -s "$WINEPREFIX/wineserver" ] || rm -rf "/tmp/$(basename "$(cat "$WINEPREFIX/wineserver")")"
         rm -rf "$state" "$VISTRAME_SESSION"
     fi
+}
+
+# A process of ours, by its id (or none): asked to end, made to after five seconds.
+end_process() {
+    [ -n "$1" ] && kill "$1" 2>/dev/null || return 0
+    wait_for 5 process_ended "$1" || kill -KILL "$1"
+    wait "$1" 2>/dev/null || true
+}
+
+process_ended() {
+    [[ ! -e /proc/$1/stat || $(sed 's/.*) //' "/proc/$1/stat" 2>/dev/null) == Z* ]]
 }

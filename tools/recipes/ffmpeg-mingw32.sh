@@ -8,7 +8,8 @@ decoders=mpeg1video,mpeg2video,h264,hevc,mp1,mp1float,mp2,mp2float,mp3,mp3float,
 parsers=mpegvideo,mpegaudio,h264,hevc,ac3,aac,aac_latm
 bsfs=h264_mp4toannexb,hevc_mp4toannexb,extract_extradata,aac_adtstoasc,null
 doing "FFmpeg: configuring"
-mkdir build && cd build
+mkdir build
+cd build
 ../src/configure --prefix=/usr/local --enable-cross-compile --cross-prefix=i686-w64-mingw32- \
     --cc=i686-w64-mingw32-gcc-posix --cxx=i686-w64-mingw32-g++-posix \
     --arch=x86 --cpu=i686 --target-os=mingw32 --enable-static --disable-shared --disable-debug \
