@@ -53,6 +53,20 @@ void StreamPin::TypeAgreed(const MediaType& type) {
     }
 }
 
+HRESULT StreamPin::CheckPeer(IPin* peer) {
+    PIN_INFO info{};
+    if (FAILED(peer->QueryPinInfo(&info)) || info.pFilter == nullptr) {
+        return S_OK;
+    }
+    ComPtr<IBaseFilter> filter;
+    *filter.ReleaseAndGetAddressOf() = info.pFilter;
+    ComPtr<IUnknown> soundControl;
+    return FAILED(
+               filter->QueryInterface(IID_IBasicAudio, reinterpret_cast<void**>(soundControl.GetAddressOf())))
+               ? S_OK
+               : VFW_E_CANNOT_CONNECT;
+}
+
 ALLOCATOR_PROPERTIES StreamPin::NeededBuffers() {
     // Whole pictures nearly always, whole PES packets of sound always; what is larger is split.
     const bool video = IsVideo(coding_);

@@ -61,6 +61,9 @@ public:
     std::vector<MediaType> OfferedTypes() override;
 
 protected:
+    // No sound renderer: Wine's says yes to any audio and would play compressed data as noise, and a graph builder
+    // asks what is in the graph already before it looks for a decoder.
+    HRESULT CheckPeer(IPin* peer) override;
     ALLOCATOR_PROPERTIES NeededBuffers() override;
     void TypeAgreed(const MediaType& type) override;
 

@@ -1,4 +1,4 @@
-// The decoder at the system's own video renderer, and found by the system's own filter mapper.
+// The decoders at the system's own renderers, and found by its filter mapper.
 #include <thread>
 
 #include <windows.h>
@@ -6,7 +6,14 @@
 #include <d3d9.h>
 #include <vmr9.h>
 
+#include <bdaiface.h>
+#include <mmreg.h>
+
+#include "filters/decoders/audio_decoder_filter.h"
+#include "filters/decoders/stream_types.h"
 #include "filters/decoders/video_decoder_filter.h"
+#include "filters/demux/mpeg2_demultiplexer.h"
+#include "filters/server/registration.h"
 #include "tests/filters/decoders/screen.h"
 #include "tests/filters/decoders/stream_fixture.h"
 #include "tests/filters/filter_fakes.h"
@@ -62,6 +69,47 @@ TEST(VideoDecoderAtVmr9, ShowsThePictureAndStopsWhileRendererAndQueueAreFull) {
     EXPECT_HRESULT_SUCCEEDED(window->put_Visible(OAFALSE));
     window.Reset();
     EXPECT_EQ(graph.graph->RemoveFilter(renderer.Get()), S_OK);
+}
+
+// AC-3 and E-AC-3 come with a format block that looks like PCM, and the sound renderer is in the graph first.
+TEST(AudioDecoderAtDirectSound, AutomaticRenderingPutsItBehindTheDemultiplexer) {
+    const CoInitialized com;
+    ASSERT_EQ(RegisterClasses(Classes(), L"vistrame.ax"), S_OK); // for the mapper; the classes come from here
+    DWORD cookie = 0;
+    const auto factory = MakeObject<ClassFactory>(CreateFilter<AudioDecoderFilter>);
+    ASSERT_EQ(CoRegisterClassObject(CLSID_VistrameAudioDecoder, static_cast<IClassFactory*>(factory.Get()),
+                                    CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+              S_OK);
+    {
+        TestGraph graph;
+        auto* demux = graph.Add(MakeObject<Mpeg2Demultiplexer>(), L"demux");
+        ComPtr<IBaseFilter> renderer;
+        ASSERT_EQ(
+            CoCreateInstance(CLSID_DSoundRender, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&renderer)),
+            S_OK);
+        ASSERT_EQ(graph.graph->AddFilter(renderer.Get(), L"Audio Out"), S_OK);
+        WAVEFORMATEX format{WAVE_FORMAT_PCM, 2, 48'000, 192'000, 4, 16, 0};
+        MediaType type(MEDIATYPE_Audio, MEDIASUBTYPE_DOLBY_AC3);
+        type.SetFormat(FORMAT_WaveFormatEx, format);
+        ComPtr<IPin> pin;
+        std::wstring name = L"Audio Out";
+        ASSERT_EQ(demux->CreateOutputPin(&type.Fields(), name.data(), &pin), S_OK);
+        EXPECT_HRESULT_SUCCEEDED(graph.graph->Render(pin.Get()));
+
+        ComPtr<IPin> peer;
+        PIN_INFO info{};
+        CLSID behind{};
+        ASSERT_EQ(pin->ConnectedTo(&peer), S_OK);
+        ASSERT_EQ(peer->QueryPinInfo(&info), S_OK);
+        EXPECT_EQ(info.pFilter->GetClassID(&behind), S_OK);
+        info.pFilter->Release();
+        EXPECT_EQ(behind, CLSID_VistrameAudioDecoder);
+        peer.Reset();
+        pin.Reset();
+        EXPECT_EQ(graph.graph->RemoveFilter(renderer.Get()), S_OK);
+    }
+    EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
+    EXPECT_EQ(UnregisterClasses(Classes()), S_OK);
 }
 
 } // namespace vistrame::test
