@@ -92,7 +92,7 @@ Outcome Show(const Options& options, const std::string& path, const Script& scri
                     static_cast<unsigned>(file.Programmes().size()), file.Seconds(),
                     file.PacketsPerSecond() * kPacketSize * 8));
     MainWindow window(file, options, log);
-    const Outcome outcome = window.Run(script);
+    Outcome outcome = window.Run(script);
     next = window.NextFile();
     if (options.report.empty()) {
         return outcome;

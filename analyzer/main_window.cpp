@@ -99,7 +99,7 @@ LRESULT CALLBACK MainWindow::AreaThunk(HWND window, UINT message, WPARAM w, LPAR
 }
 
 bool MainWindow::Create() {
-    const HINSTANCE instance = GetModuleHandleW(nullptr);
+    HINSTANCE instance = GetModuleHandleW(nullptr);
     const auto own = [instance](WNDPROC procedure, HBRUSH back, const wchar_t* name) {
         WNDCLASSEXW kind{};
         kind.cbSize = sizeof kind;
@@ -126,8 +126,8 @@ bool MainWindow::Create() {
 
 void MainWindow::CreateControls() {
     const auto child = [this](const wchar_t* kind, const wchar_t* text, DWORD style, int id) {
-        const HWND made = CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window_,
-                                          reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, this);
+        HWND made = CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window_,
+                                    reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, this);
         (void)SendMessageW(made, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE); // answers nothing
         return made;
     };

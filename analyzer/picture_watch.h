@@ -55,7 +55,7 @@ private:
     static double Difference(const Sample& one, const Sample& other);
     static bool OneColour(const Sample& sample);
 
-    const HWND area_;
+    HWND area_;
     std::mutex lock_;
     bool expecting_ = false;
     bool settled_ = false;

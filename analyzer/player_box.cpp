@@ -34,7 +34,7 @@ HWND FindBox(DWORD processId) {
 } // namespace
 
 std::optional<std::string> PlayerBoxText(DWORD processId) {
-    const HWND box = processId != 0 ? FindBox(processId) : nullptr;
+    HWND box = processId != 0 ? FindBox(processId) : nullptr;
     if (box == nullptr) {
         return std::nullopt;
     }
@@ -54,7 +54,7 @@ std::optional<std::string> PlayerBoxText(DWORD processId) {
 }
 
 void DismissPlayerBox(DWORD processId) {
-    if (const HWND box = FindBox(processId)) {
+    if (HWND box = FindBox(processId)) {
         (void)PostMessageA(box, WM_COMMAND, IDOK, 0); // a box that is gone needs no press
     }
 }

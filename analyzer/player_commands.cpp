@@ -26,7 +26,7 @@ std::string FormatLaunchLine(const LaunchLine& line) {
 }
 
 std::string FormatPipeName(std::uint32_t pipeId) {
-    return Format("\\\\.\\pipe\\QVRA%08X", static_cast<unsigned>(pipeId));
+    return Format(R"(\\.\pipe\QVRA%08X)", static_cast<unsigned>(pipeId));
 }
 
 } // namespace vistrame

@@ -72,7 +72,7 @@ bool PlayerProcess::Send(std::uint32_t code, std::uint32_t argument) {
 }
 
 void PlayerProcess::SendDiscontinuity() {
-    if (const HWND window = window_) {
+    if (HWND window = window_) {
         DWORD_PTR result = 0;
         (void)SendMessageTimeoutA(window, message_, static_cast<WPARAM>(PlayerCommand::kSendDisc), 0,
                                   SMTO_NORMAL, kSeamAnswerMsec,

@@ -20,7 +20,7 @@ bool StoreSetting(const SettingChange& change) {
     const LSTATUS result =
         change.row.isText
             ? RegSetKeyValueW(HKEY_CURRENT_USER, kKey, name.c_str(), REG_SZ, text.c_str(),
-                              static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)))
+                              static_cast<DWORD>(text.size() + 1) * DWORD{sizeof(wchar_t)})
             : RegSetKeyValueW(HKEY_CURRENT_USER, kKey, name.c_str(), REG_DWORD, &number, sizeof number);
     return result == ERROR_SUCCESS;
 }

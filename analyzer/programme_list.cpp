@@ -77,23 +77,23 @@ void ProgrammeList::Draw(const DRAWITEMSTRUCT& item) const {
     }
     const Row& row = rows_[item.itemData];
     const bool playing = row.number == shown_;
-    const HDC device = item.hDC;
+    HDC device = item.hDC;
     RECT area = item.rcItem;
-    const HBRUSH back = CreateSolidBrush(playing ? kPlayingBack : GetSysColor(COLOR_WINDOW));
+    HBRUSH back = CreateSolidBrush(playing ? kPlayingBack : GetSysColor(COLOR_WINDOW));
     (void)FillRect(device, &area, back); // drawing that fails shows
     (void)DeleteObject(back);
     RECT line{area.left, area.bottom - 1, area.right, area.bottom};
-    const HBRUSH rule = CreateSolidBrush(kLine);
+    HBRUSH rule = CreateSolidBrush(kLine);
     (void)FillRect(device, &line, rule);
     (void)DeleteObject(rule);
     if (playing) {
         RECT bar{area.left, area.top, area.left + 4, area.bottom - 1};
-        const HBRUSH mark = CreateSolidBrush(kPlaying);
+        HBRUSH mark = CreateSolidBrush(kPlaying);
         (void)FillRect(device, &bar, mark);
         (void)DeleteObject(mark);
     }
     (void)SetBkMode(device, TRANSPARENT);
-    const HGDIOBJ old = SelectObject(device, bold_);
+    HGDIOBJ old = SelectObject(device, bold_);
     (void)SetTextColor(device, playing ? kPlaying : GetSysColor(COLOR_WINDOWTEXT));
     const int left = area.left + 12;
     int top = area.top + kMargin;

@@ -34,7 +34,7 @@ Outcome Session::StartPlayer(const Selection& selection) {
     if (!pump_.OpenPipe(pipeId)) {
         return {ExitCode::kPlayerStart, "the stream pipe cannot be made: " + ErrorText(GetLastError())};
     }
-    const Outcome started = player_.Start(
+    Outcome started = player_.Start(
         PlayerPath(), {.parentWindow = static_cast<std::uint32_t>(reinterpret_cast<UINT_PTR>(windows_.area)),
                        .pipeId = pipeId,
                        .clockSource = options_.clockSource,

@@ -15,7 +15,7 @@ constexpr int kButtonHeight = 28;
 constexpr int kLabelWidth = 150;
 
 HWND Child(HWND parent, const wchar_t* kind, const std::string& text, DWORD style, int id, HFONT font) {
-    const HWND window =
+    HWND window =
         CreateWindowExW(0, kind, Widen(text).c_str(), WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, parent,
                         reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
     (void)SendMessageW(window, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE); // answers nothing

@@ -37,8 +37,8 @@ AnalyzerRun::AnalyzerRun(const std::vector<std::string>& arguments) : folder_(Ne
     for (const std::string& argument : arguments) {
         command += " \"" + argument + '"';
     }
-    const HANDLE output = NewInheritableFile(folder_ + "output");
-    const HANDLE error = NewInheritableFile(folder_ + "error");
+    HANDLE output = NewInheritableFile(folder_ + "output");
+    HANDLE error = NewInheritableFile(folder_ + "error");
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -111,7 +111,7 @@ std::string AnalyzerRun::Report() const {
 }
 
 HWND AnalyzerRun::PlayerArea() {
-    const HWND window = FindWindowA("VistrameAnalyzer", nullptr);
+    HWND window = FindWindowA("VistrameAnalyzer", nullptr);
     return window != nullptr ? FindWindowExA(window, nullptr, "VistrameAnalyzerArea", nullptr) : nullptr;
 }
 

@@ -22,20 +22,20 @@ TEST(Failures, BeforeThePlayerPlays) {
     const ScriptFile playOne("0 play 1\n");
     const ScriptFile wrong("0 play 1\n1 dance\n");
     const Row rows[] = {
-        {{"--list", "C:\\nowhere\\no.ts"}, 2, "C:\\nowhere\\no.ts: no such file"},
-        {{"--list", "C:\\windows\\system32\\kernel32.dll"}, 2, "no transport stream"},
+        {{"--list", R"(C:\nowhere\no.ts)"}, 2, R"(C:\nowhere\no.ts: no such file)"},
+        {{"--list", R"(C:\windows\system32\kernel32.dll)"}, 2, "no transport stream"},
         {{"--list", "--dance", kStream}, 1, "--dance"},
         {{"--script", wrong.Path(), kStream}, 1, "line 2: \"dance\""},
-        {{"--script", "C:\\nowhere\\a.script", kStream}, 1, "no such script"},
+        {{"--script", R"(C:\nowhere\a.script)", kStream}, 1, "no such script"},
         {{"--script", playNine.Path(), kStream}, 3, "programme 9 does not exist"},
-        {{"--script", playOne.Path(), "--player", "C:\\nowhere\\p.exe", kStream}, 4, "C:\\nowhere\\p.exe"},
-        {{"--script", playOne.Path(), "--player", "C:\\windows\\system32\\kernel32.dll", kStream},
+        {{"--script", playOne.Path(), "--player", R"(C:\nowhere\p.exe)", kStream}, 4, R"(C:\nowhere\p.exe)"},
+        {{"--script", playOne.Path(), "--player", R"(C:\windows\system32\kernel32.dll)", kStream},
          4,
          "cannot be started"},
-        {{"--script", playOne.Path(), "--player", "C:\\windows\\system32\\hostname.exe", kStream},
+        {{"--script", playOne.Path(), "--player", R"(C:\windows\system32\hostname.exe)", kStream},
          4,
          "ended with exit code"},
-        {{"--list", "--log", "C:\\nowhere\\log", kStream}, 7, "C:\\nowhere\\log"},
+        {{"--list", "--log", R"(C:\nowhere\log)", kStream}, 7, R"(C:\nowhere\log)"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reason);
