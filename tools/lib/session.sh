@@ -55,6 +55,8 @@ open_session() {
     cp -al "$template" "$WINEPREFIX"
     # The registry is the session's own; the server replaces these files, but a copy is plainer than a proof.
     cp --remove-destination "$template"/*.reg "$WINEPREFIX/"
+    # So is the folder of its server's socket, which is removed at its end: a name of its own.
+    rm -f "$WINEPREFIX/wineserver"
 
     [ -z "$private_display" ] || start_display
     start_sound
