@@ -18,6 +18,7 @@ run 'C:\windows\syswow64\cmd.exe' /c "exit 8" && code=0 || code=$?
 run reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
 run reg add 'HKCU\Software\Wine\Drivers' /v Audio /d pulse /f
 "${in_wine[@]}" "$wine_server" -k || true
+trap - EXIT
 rm -f "$out/wineserver"
 
 # The prefix holds copies of Wine's own programs: links into the root folder save over a gigabyte.
