@@ -1,0 +1,199 @@
+#include "tests/live/matrix.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace vistrame::live {
+namespace {
+
+constexpr double kWatched = 5.5;      // seconds of each row, from the first picture on
+constexpr double kLipSync = 0.080;    // |sound - picture| at most
+constexpr double kLipSyncAfter = 1.0; // seconds from the first picture on that may be needed for it
+constexpr double kHold = 0.5;         // a picture may stand that long on a machine that does other things too
+constexpr int kColourTolerance = 30;
+
+// What codings look and sound like is known by make-streams.
+struct Row {
+    const char* stream;
+    int programme;
+    int video, audio; // codings
+    int korvix, vmr9, clock;
+    int colour;
+};
+
+constexpr int kColours[] = {0xC02818, 0x209838, 0x2840C8, 0xB028A0};
+constexpr const char* kVideoNames[] = {"MPEG-2", "H.264", "HEVC"};
+constexpr const char* kAudioNames[] = {"MP2", "AC-3", "AAC", "E-AC-3"};
+
+constexpr Row Small(int video, int audio, int korvix, int vmr9, int clock) {
+    return {"small.ts", video * 4 + audio + 1, video, audio, korvix, vmr9, clock, video};
+}
+
+constexpr std::array kRows{
+    //    video audio demultiplexer renderer clock
+    Small(0, 0, 0, 0, 0),
+    Small(1, 0, 1, 0, 1),
+    Small(2, 0, 0, 1, 2),
+    Small(0, 0, 1, 1, 3),
+    Small(1, 1, 0, 1, 0),
+    Small(2, 1, 1, 1, 1),
+    Small(0, 1, 0, 0, 2),
+    Small(1, 1, 1, 0, 3),
+    Small(2, 2, 1, 0, 0),
+    Small(0, 2, 0, 0, 1),
+    Small(1, 2, 1, 1, 2),
+    Small(2, 2, 0, 1, 3),
+    Small(0, 3, 1, 1, 0),
+    Small(1, 3, 0, 1, 1),
+    Small(2, 3, 1, 0, 2),
+    Small(0, 3, 0, 0, 3),
+    Row{"large.ts", 1, 0, 1, 1, 1, 1, 3}, // 576i
+    Row{"large.ts", 2, 1, 2, 0, 0, 2, 1}, // 720p
+    Row{"large.ts", 3, 1, 0, 1, 1, 0, 3}, // 1080i
+    Row{"large.ts", 4, 2, 3, 0, 1, 3, 2}, // 1080p
+};
+
+// Any two choices meet in some row.
+constexpr bool Pairwise() {
+    constexpr std::array kChoices{3, 4, 2, 2, 4};
+    const auto choice = [](const Row& row, std::size_t factor) {
+        return std::array{row.video, row.audio, row.korvix, row.vmr9, row.clock}[factor];
+    };
+    for (std::size_t one = 0; one < kChoices.size(); ++one) {
+        for (std::size_t other = one + 1; other < kChoices.size(); ++other) {
+            for (int pair = 0; pair < kChoices[one] * kChoices[other]; ++pair) {
+                if (std::ranges::none_of(kRows, [&](const Row& row) {
+                        return choice(row, one) * kChoices[other] + choice(row, other) == pair;
+                    })) {
+                    return false;
+                }
+            }
+        }
+    }
+    return true;
+}
+static_assert(Pairwise());
+
+bool Near(const Look& look, int colour) {
+    return std::abs(look.red - (colour >> 16)) <= kColourTolerance &&
+           std::abs(look.green - (colour >> 8 & 0xFF)) <= kColourTolerance &&
+           std::abs(look.blue - (colour & 0xFF)) <= kColourTolerance;
+}
+
+struct Result {
+    std::string wrong; // nothing when the row is right
+    double firstPicture = -1, overRandomAccess = 0, soundAfterPicture = 0;
+    double lipSyncMiddle = 0, lipSyncWorst = 0;
+    std::size_t lipSyncs = 0;
+    double hold = 0;
+    double hertz = 0;
+};
+
+void CheckPicture(const Row& row, const ProgrammeRun& run, double begin, double end, Result& result) {
+    double right = 0;
+    double other = 0;
+    for (std::size_t i = 0; i + 1 < run.screen.size(); ++i) {
+        const Look& look = run.screen[i].look;
+        const double shown =
+            std::clamp(run.screen[i + 1].time, begin, end) - std::clamp(run.screen[i].time, begin, end);
+        if (look.flash == Look::Flash::kNone) {
+            (Near(look, kColours[row.colour]) ? right : other) += shown;
+        }
+    }
+    if (right < 20 * other || right == 0) {
+        result.wrong += " colour";
+    }
+    result.hold = LongestHold(run, begin + kLipSyncAfter, end);
+    if (result.hold > kHold) {
+        result.wrong += " motion";
+    }
+}
+
+void CheckSound(const Row& row, const ProgrammeRun& run, double picture, Result& result) {
+    const Tone tone = FindTone(run.sound);
+    result.hertz = tone.hertz;
+    if (tone.index != row.audio || std::abs(tone.hertz - kTones[row.audio]) > kTones[row.audio] / 100) {
+        result.wrong += " tone";
+    }
+    result.soundAfterPicture = ToneEnvelope(run.sound, kTones[row.audio]).Onset() - picture;
+}
+
+void CheckLipSync(const ProgrammeRun& run, double begin, double end, Result& result) {
+    std::vector<double> late;
+    for (const LipSync& pair : LipSyncs(run, begin + kLipSyncAfter, end)) {
+        late.push_back(pair.soundLate);
+    }
+    result.lipSyncs = late.size();
+    if (late.size() < 3) {
+        result.wrong += " marks";
+        return;
+    }
+    std::ranges::sort(late);
+    result.lipSyncMiddle = late[late.size() / 2];
+    result.lipSyncWorst = std::abs(late.front()) > std::abs(late.back()) ? late.front() : late.back();
+    if (std::abs(result.lipSyncWorst) > kLipSync) {
+        result.wrong += " lip-sync";
+    }
+}
+
+Result Play(const Row& row, const Surroundings& where, SoundWatch& sound) {
+    const std::vector<std::string> options{"--clock-source", std::to_string(row.clock),
+                                           "--set",          "KorvixCodec=" + std::to_string(row.korvix),
+                                           "--set",          "UseVMR9=" + std::to_string(row.vmr9),
+                                           "--set",          "AudioUnmuteMsec=0"};
+    char script[160];
+    std::snprintf(script, sizeof script, "+0 play %d\n+0 wait picture 20\n+%.1f mark end\n+0 quit\n",
+                  row.programme, kWatched);
+    const ProgrammeRun run = RunScript(where, sound, options, script, row.stream);
+    Result result;
+    if (!run.failure.empty()) {
+        result.wrong = " " + run.failure;
+        for (const AnalyzerProcess::Line& line : run.log) {
+            result.wrong += "\n        " + line.text;
+        }
+        return result;
+    }
+    const double picture = run.Time("command SetPid") - Value(run.Rest("command SetPid"), "msec ") / 1000 +
+                           Value(run.Rest("picture "), "msec ") / 1000;
+    const double end = run.Time("mark end");
+    result.firstPicture = Value(run.Rest("picture "), " msec ") / 1000;
+    result.overRandomAccess = result.firstPicture - Value(run.Rest("picture "), "random-access-msec ") / 1000;
+    CheckPicture(row, run, picture, end, result);
+    CheckSound(row, run, picture, result);
+    CheckLipSync(run, picture, end, result);
+    if (run.blink > 0.1) {
+        result.wrong += result.wrong.empty() ? "" : " (the screen was not looked at for a while)";
+    }
+    return result;
+}
+
+} // namespace
+
+bool RunMatrix(const Surroundings& where, SoundWatch& sound) {
+    std::puts(
+        "video   audio   demux    renderer clock | first picture, over  sound after | lip sync  worst of | "
+        "held |    tone");
+    bool right = true;
+    for (const Row& row : kRows) {
+        const Result result = Play(row, where, sound);
+        std::printf(
+            "%-7s %-7s %-8s %-8s %5d | %10.0f ms %4.0f ms %8.0f ms | %5.0f ms %3.0f ms %2zu | %4.0f | %4.0f "
+            "Hz  %s%s\n",
+            kVideoNames[row.video], kAudioNames[row.audio], row.korvix != 0 ? "Korvix" : "platform",
+            row.vmr9 != 0 ? "VMR9" : "overlay", row.clock, result.firstPicture * 1000,
+            result.overRandomAccess * 1000, result.soundAfterPicture * 1000, result.lipSyncMiddle * 1000,
+            result.lipSyncWorst * 1000, result.lipSyncs, result.hold * 1000, result.hertz,
+            result.wrong.empty() ? "ok" : "WRONG:", result.wrong.c_str());
+        std::fflush(stdout);
+        right = right && result.wrong.empty();
+    }
+    return right;
+}
+
+} // namespace vistrame::live

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/live/analyzer_process.h"
+#include "tests/live/screen_watch.h"
+#include "tests/live/sound_marks.h"
+#include "tests/live/sound_watch.h"
+
+namespace vistrame::live {
+
+// Where things are.
+struct Surroundings {
+    std::string build;   // of the product
+    std::string streams; // tests/live/make-streams' folder
+};
+
+inline constexpr int kAreaWidth = 480;
+inline constexpr int kAreaHeight = 270;
+
+// One run of the analyzer, seen and heard.
+struct ProgrammeRun {
+    std::string failure; // nothing, or the analyzer's complaint
+    std::vector<AnalyzerProcess::Line> log;
+    std::vector<ScreenWatch::Change> screen;
+    SoundWatch::Piece sound;
+    double blink = 0; // the longest time without a look at the screen
+
+    // When the log first says this; 0 when it never does.
+    double Time(const std::string& begin) const;
+    // What it says behind `begin`.
+    std::string Rest(const std::string& begin) const;
+};
+ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
+                       const std::string& script, const std::string& stream, double limit = 60);
+
+// A flash and the beep that belongs to it.
+struct LipSync {
+    double time = 0;
+    double soundLate = 0; // seconds from the flash to the beep
+};
+std::vector<LipSync> LipSyncs(const ProgrammeRun& run, double begin, double end);
+
+// The longest time in which the picture's number did not change, within.
+double LongestHold(const ProgrammeRun& run, double begin, double end);
+
+// The number behind `key` in a log line; -1 when there is none.
+double Value(const std::string& text, const std::string& key);
+
+} // namespace vistrame::live

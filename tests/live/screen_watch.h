@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace vistrame::live {
+
+// Seconds of the machine's monotonic clock, on which everything here is told.
+double Now();
+
+// What the marks of a measured stream (tests/live/make-streams) look like at one moment.
+struct Look {
+    enum class Flash { kNone, kWhite, kCyan };
+
+    int red = 0, green = 0, blue = 0; // of the left half
+    Flash flash = Flash::kNone;
+    int number = -1; // of the picture, in 25 Hz; -1 when it cannot be read
+
+    bool operator==(const Look&) const = default;
+};
+
+// Watches the analyzer's picture area on the session's display, every kPeriod.
+//
+// Units      seconds of Now(), in the middle of the server's answer. The display shows what it is sent at once, so what
+//            is told is late by half a period on average.
+// Threads    one of its own from construction to destruction; the operations from any.
+// Errors     no display ends the program; as long as there is no window, nothing is seen.
+class ScreenWatch {
+public:
+    static constexpr double kPeriod = 0.003;
+
+    ScreenWatch(int width, int height); // of the area
+    ScreenWatch(const ScreenWatch&) = delete;
+    ScreenWatch& operator=(const ScreenWatch&) = delete;
+    ~ScreenWatch();
+
+    struct Change {
+        double time = 0;
+        Look look;
+    };
+    // Every change of what is seen since the window has been there.
+    std::vector<Change> Changes() const;
+    // The longest time between two looks: what could have been missed.
+    double LongestBlink() const;
+
+private:
+    void Run();
+
+    const int width_, height_;
+    mutable std::mutex lock_;
+    std::vector<Change> changes_;
+    double blink_ = 0;
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
+};
+
+} // namespace vistrame::live

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <vector>
+
+#include "tests/live/sound_watch.h"
+
+namespace vistrame::live {
+
+struct Beep {
+    double time = 0; // its first sample, to about a millisecond
+    bool odd = false;
+};
+// The beeps of a measured stream (tests/live/make-streams), at any volume.
+std::vector<Beep> Beeps(const SoundWatch::Piece& sound);
+
+// One tone's amplitude, every kStep.
+struct Envelope {
+    static constexpr double kStep = 0.01;
+
+    double begin = 0;
+    std::vector<double> amplitudes;
+
+    double Time(std::size_t step) const { return begin + static_cast<double>(step) * kStep; }
+    // From when on it is there; before `begin` when it never is.
+    double Onset() const;
+};
+Envelope ToneEnvelope(const SoundWatch::Piece& sound, double hertz);
+
+// The tones by audio coding.
+inline constexpr double kTones[] = {500, 700, 900, 1100};
+// Which of them is there (its index; -1: none), and its exact frequency.
+struct Tone {
+    int index = -1;
+    double hertz = 0;
+};
+Tone FindTone(const SoundWatch::Piece& sound);
+
+} // namespace vistrame::live
