@@ -40,6 +40,7 @@ void PictureOutput::Connected(const MediaType& type) {
     formatType_ = type->formattype;
     connected_ = {read->width, read->height, read->aspect};
     agreedFor_.reset();
+    warm_ = false;
     fit_ = PictureWriter::Fit::kLetterbox;
 }
 
@@ -49,6 +50,18 @@ void PictureOutput::Start() {
     skip_ = VideoSkip::kNothing;
     lastShown_ = -kUnitsPerSecond;
     queue_.Start([this](ComPtr<IMediaSample>& sample) { (void)pin_.Deliver(sample.Get()); });
+}
+
+void PictureOutput::WarmUp() {
+    ComPtr<IMediaSample> sample;
+    BYTE* buffer = nullptr;
+    if (std::exchange(warm_, true) || !pin_.IsConnected() || FAILED(pin_.GetBuffer(&sample, AM_GBF_NOWAIT)) ||
+        FAILED(sample->GetPointer(&buffer)) || !writer_.FillBlack(target_, buffer, sample->GetSize())) {
+        return;
+    }
+    (void)sample->SetActualDataLength(target_.Bytes());
+    (void)sample->SetTime(nullptr, nullptr);
+    (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
 }
 
 void PictureOutput::Stop() {
@@ -75,6 +88,7 @@ void PictureOutput::OnPicture(const Picture& decoded) {
     if (FAILED(pin_.GetBuffer(&sample))) {
         return; // stopping or flushing
     }
+    warm_ = true;
     AM_MEDIA_TYPE* asked = nullptr;
     if (sample->GetMediaType(&asked) == S_OK && asked != nullptr) {
         target_ = ReadPictureType(MediaType(*asked)).value_or(target_);

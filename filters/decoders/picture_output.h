@@ -39,6 +39,9 @@ public:
     void Connected(const MediaType& type);
 
     void Start();
+    // The first picture costs a renderer most (it makes its textures and compiles its shaders, 0.3 s in software), so
+    // after connecting a black one goes ahead while the stream's first is still awaited. Stream lock held.
+    void WarmUp();
     void Stop();
 
     void OnPicture(const Picture& picture) override;
@@ -78,6 +81,7 @@ private:
     PictureType target_;             // how the buffers are laid out now
     std::optional<Shape> agreedFor_; // the pictures that target_ was agreed for
     PictureWriter::Fit fit_ = PictureWriter::Fit::kFill;
+    bool warm_ = false; // the renderer has had a picture
     bool discontinuity_ = true;
     VideoSkip skip_ = VideoSkip::kNothing;
     REFERENCE_TIME lastShown_ = 0;

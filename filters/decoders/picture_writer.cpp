@@ -49,27 +49,6 @@ Planes PlanesOf(const PictureType& target, std::uint8_t* buffer) {
     return planes;
 }
 
-void FillBlack(const PixelLayout& layout, std::uint8_t* buffer, const PictureType& target) {
-    const auto bytes = static_cast<std::size_t>(target.Bytes());
-    const auto pixels = static_cast<std::size_t>(target.stride) * target.lines;
-    switch (layout.format) {
-        case AV_PIX_FMT_NV12:
-        case AV_PIX_FMT_YUV420P:
-            std::memset(buffer, 16, pixels);
-            std::memset(buffer + pixels, 128, bytes - pixels);
-            break;
-        case AV_PIX_FMT_YUYV422:
-            for (std::size_t i = 0; i + 1 < bytes; i += 2) {
-                buffer[i] = 16;
-                buffer[i + 1] = 128;
-            }
-            break;
-        default:
-            std::memset(buffer, 0, bytes);
-            break;
-    }
-}
-
 // Moves the planes' origin to a pixel with even coordinates.
 void MoveOrigin(const PixelLayout& layout, int x, int y, Planes* planes) {
     const int bytesPerPixel =
@@ -95,6 +74,31 @@ PictureWriter::PictureWriter() = default;
 
 PictureWriter::~PictureWriter() {
     sws_freeContext(scaler_);
+}
+
+bool PictureWriter::FillBlack(const PictureType& target, std::uint8_t* buffer, long size) {
+    const auto bytes = static_cast<std::size_t>(target.Bytes());
+    const auto pixels = static_cast<std::size_t>(target.stride) * target.lines;
+    if (size < target.Bytes()) {
+        return false;
+    }
+    switch (target.layout->format) {
+        case AV_PIX_FMT_NV12:
+        case AV_PIX_FMT_YUV420P:
+            std::memset(buffer, 16, pixels);
+            std::memset(buffer + pixels, 128, bytes - pixels);
+            break;
+        case AV_PIX_FMT_YUYV422:
+            for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+                buffer[i] = 16;
+                buffer[i + 1] = 128;
+            }
+            break;
+        default:
+            std::memset(buffer, 0, bytes);
+            break;
+    }
+    return true;
 }
 
 PictureWriter::Area PictureWriter::FitInto(const PictureType& target, Aspect aspect) {
@@ -149,7 +153,7 @@ bool PictureWriter::Write(const Picture& picture, const PictureType& target, Fit
     }
     Planes planes = PlanesOf(target, buffer);
     if (area.width != target.width || area.height != target.height) {
-        FillBlack(*target.layout, buffer, target);
+        (void)FillBlack(target, buffer, bytes); // it fits, see above
         MoveOrigin(*target.layout, area.x, area.y, &planes);
     }
     return sws_scale(scaler_, picture.planes.data(), picture.strides.data(), 0, picture.height, planes.data,

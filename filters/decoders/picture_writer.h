@@ -28,6 +28,7 @@ public:
     PictureWriter& operator=(const PictureWriter&) = delete;
     ~PictureWriter();
 
+    static bool FillBlack(const PictureType& target, std::uint8_t* buffer, long bytes);
     bool Write(const Picture& picture, const PictureType& target, Fit fit, std::uint8_t* buffer, long bytes);
 
 private:

@@ -48,6 +48,14 @@ HRESULT VideoDecoderFilter::Starting() {
     return S_OK;
 }
 
+void VideoDecoderFilter::Running(REFERENCE_TIME /*start*/) {
+    // Not to be waited for: who holds it is bringing the first picture already.
+    const std::unique_lock streaming(StreamLock(), std::try_to_lock);
+    if (streaming.owns_lock()) {
+        pictures_.WarmUp();
+    }
+}
+
 void VideoDecoderFilter::Stopped() {
     pictures_.Stop();
     if (decoder_ != nullptr) {

@@ -28,6 +28,7 @@ protected:
     void OutputTypeAgreed(const MediaType& type) override;
 
     HRESULT Starting() override;
+    void Running(REFERENCE_TIME start) override;
     void Stopped() override;
     HRESULT Transform(IMediaSample* sample) override;
     void Drain() override;

@@ -107,6 +107,17 @@ std::vector<SeenPicture> PictureSinkFilter::Seen() const {
     return seen_;
 }
 
+void PictureSinkFilter::AwaitWarmUp() {
+    EXPECT_TRUE(WaitUntil([this] { return Count() > 0; }));
+    const std::lock_guard lock(lock_);
+    EXPECT_EQ(seen_.size(), 1u);
+    for (const SeenPicture& picture : seen_) {
+        EXPECT_FALSE(picture.start.has_value());
+        EXPECT_TRUE(IsNear(picture.top, kBlack, 0) && IsNear(picture.left, kBlack, 0));
+    }
+    seen_.clear();
+}
+
 std::size_t PictureSinkFilter::Count() const {
     const std::lock_guard lock(lock_);
     return seen_.size();

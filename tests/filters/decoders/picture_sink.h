@@ -62,6 +62,8 @@ public:
 
     std::vector<SeenPicture> Seen() const;
     std::size_t Count() const;
+    // Waits for the black picture that a decoder sends ahead when it first runs, and forgets it.
+    void AwaitWarmUp();
 
 private:
     class Pin;

@@ -45,6 +45,7 @@ public:
             EXPECT_EQ(filter->SetSyncSource(nullptr), S_OK);
         }
         graph.Run();
+        sink->AwaitWarmUp();
     }
     void Send(const std::vector<StreamPiece>& pieces, REFERENCE_TIME offset = 0) {
         for (const StreamPiece& piece : pieces) {

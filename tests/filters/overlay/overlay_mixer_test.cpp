@@ -111,6 +111,7 @@ TEST(OverlayMixer, ChangesInMidStreamAreAnsweredByTheRenderer) {
         EXPECT_EQ(graph.Connect(&source->Output(), &decoder->Input()), S_OK);
         EXPECT_EQ(graph.Connect(&decoder->Output(), PinOf(mixer, L"Input0").Get()), S_OK);
         graph.Run();
+        sink->AwaitWarmUp();
         for (std::size_t i = 0; i < 10; ++i) {
             ASSERT_EQ(source->Send(pieces[i].data, pieces[i].time), S_OK);
         }
