@@ -15,6 +15,7 @@ function(vistrame_add_test name)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest_main)
+  target_compile_options(${name} PRIVATE -O0) # the compiler is the slowest part of a test run; what is tested keeps its own
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
 endfunction()
