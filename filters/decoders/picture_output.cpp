@@ -56,7 +56,8 @@ void PictureOutput::WarmUp() {
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
     if (std::exchange(warm_, true) || !pin_.IsConnected() || FAILED(pin_.GetBuffer(&sample, AM_GBF_NOWAIT)) ||
-        FAILED(sample->GetPointer(&buffer)) || !writer_.FillBlack(target_, buffer, sample->GetSize())) {
+        FAILED(sample->GetPointer(&buffer)) ||
+        !PictureWriter::FillBlack(target_, buffer, sample->GetSize())) {
         return;
     }
     (void)sample->SetActualDataLength(target_.Bytes());
@@ -75,14 +76,17 @@ void PictureOutput::Flush() {
     discontinuity_ = true;
 }
 
-void PictureOutput::OnPicture(const Picture& decoded) {
-    const Picture picture = deinterlacer_.Process(decoded);
-    if (!picture.start) {
-        deinterlacer_.Reset(); // the same picture comes again, and nothing in it will have moved
-    }
+void PictureOutput::OnPicture(const Picture& picture) {
     if (!pin_.IsConnected() || IsTooLate(picture)) {
         return;
     }
+    Show(deinterlacer_.Process(picture));
+    if (!picture.start) {
+        deinterlacer_.Reset(); // the same picture comes again, and nothing in it will have moved
+    }
+}
+
+void PictureOutput::Show(const Picture& picture) {
     Agree(picture);
     ComPtr<IMediaSample> sample;
     if (FAILED(pin_.GetBuffer(&sample))) {

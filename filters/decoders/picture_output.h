@@ -64,6 +64,7 @@ private:
         bool operator==(const Shape&) const = default;
     };
 
+    void Show(const Picture& picture);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
     bool TryType(const MediaType& type);

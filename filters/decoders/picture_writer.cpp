@@ -76,26 +76,26 @@ PictureWriter::~PictureWriter() {
     sws_freeContext(scaler_);
 }
 
-bool PictureWriter::FillBlack(const PictureType& target, std::uint8_t* buffer, long size) {
-    const auto bytes = static_cast<std::size_t>(target.Bytes());
+bool PictureWriter::FillBlack(const PictureType& target, std::uint8_t* buffer, long bytes) {
+    const auto used = static_cast<std::size_t>(target.Bytes());
     const auto pixels = static_cast<std::size_t>(target.stride) * target.lines;
-    if (size < target.Bytes()) {
+    if (bytes < target.Bytes()) {
         return false;
     }
     switch (target.layout->format) {
         case AV_PIX_FMT_NV12:
         case AV_PIX_FMT_YUV420P:
             std::memset(buffer, 16, pixels);
-            std::memset(buffer + pixels, 128, bytes - pixels);
+            std::memset(buffer + pixels, 128, used - pixels);
             break;
         case AV_PIX_FMT_YUYV422:
-            for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+            for (std::size_t i = 0; i + 1 < used; i += 2) {
                 buffer[i] = 16;
                 buffer[i + 1] = 128;
             }
             break;
         default:
-            std::memset(buffer, 0, bytes);
+            std::memset(buffer, 0, used);
             break;
     }
     return true;

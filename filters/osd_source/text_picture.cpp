@@ -72,18 +72,18 @@ void TextPicture::DrawLine(std::string_view line, int x, int baseline, OsdCanvas
         if (FT_Load_Char(face_, static_cast<unsigned char>(character), FT_LOAD_RENDER) != 0) {
             continue;
         }
-        const FT_GlyphSlot glyph = face_->glyph;
-        const FT_Bitmap& bitmap = glyph->bitmap;
+        const FT_GlyphSlotRec& glyph = *face_->glyph;
+        const FT_Bitmap& bitmap = glyph.bitmap;
         for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
             const std::uint8_t* coverage = bitmap.buffer + std::ptrdiff_t{row} * bitmap.pitch;
             for (int column = 0; column < static_cast<int>(bitmap.width); ++column) {
                 if (coverage[column] != 0) {
-                    canvas->setPixel(x + glyph->bitmap_left + column, baseline - glyph->bitmap_top + row,
+                    canvas->setPixel(x + glyph.bitmap_left + column, baseline - glyph.bitmap_top + row,
                                      GlyphPixel(coverage[column]));
                 }
             }
         }
-        x += static_cast<int>(glyph->advance.x >> 6);
+        x += static_cast<int>(glyph.advance.x >> 6);
     }
 }
 

@@ -10,7 +10,7 @@ namespace {
 Rgb OnScreen(IVideoWindow* window, double across, double down) {
     long x = 0, y = 0, width = 0, height = 0;
     EXPECT_HRESULT_SUCCEEDED(window->GetWindowPosition(&x, &y, &width, &height));
-    const HDC screen = GetDC(nullptr);
+    HDC screen = GetDC(nullptr);
     const COLORREF pixel =
         GetPixel(screen, x + static_cast<int>(width * across), y + static_cast<int>(height * down));
     ReleaseDC(nullptr, screen);
@@ -18,8 +18,8 @@ Rgb OnScreen(IVideoWindow* window, double across, double down) {
 }
 
 bool BarOnScreen(IVideoWindow* window, double down) {
-    for (double across = 0; across < 1; across += 0.02) { // the bar is 0.04 wide
-        if (IsNear(OnScreen(window, across, down), {255, 255, 255}, 40)) {
+    for (int step = 0; step < 50; ++step) { // the bar is two steps wide
+        if (IsNear(OnScreen(window, step / 50.0, down), {255, 255, 255}, 40)) {
             return true;
         }
     }

@@ -11,6 +11,7 @@ namespace vistrame::test {
 namespace {
 
 constexpr REFERENCE_TIME kMs = 10'000;
+constexpr REFERENCE_TIME kHour = 3'600'000 * kMs;
 constexpr int kBarStep = 8; // pixels from source picture to source picture, see make_streams.sh
 
 GUID FourCc(const char* name) {
@@ -95,14 +96,14 @@ TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
         MediaType type;
         int width, height;
         int pictures;
-        int millisecondsPerPicture;
+        REFERENCE_TIME duration;
         int barStep;
     };
     const Row rows[] = {
-        {"mpeg2_576i.ts", Mpeg2(), 720, 576, 75, 40, 2 * kBarStep},
-        {"h264_1080i.ts", H264(), 1920, 1080, 50, 40, 2 * kBarStep},
-        {"h264_720p.ts", H264(), 1280, 720, 100, 20, kBarStep},
-        {"hevc_1080p.ts", {MEDIATYPE_Video, FourCc("HEVC")}, 1920, 1080, 50, 40, kBarStep},
+        {"mpeg2_576i.ts", Mpeg2(), 720, 576, 75, 40 * kMs, 2 * kBarStep},
+        {"h264_1080i.ts", H264(), 1920, 1080, 50, 40 * kMs, 2 * kBarStep},
+        {"h264_720p.ts", H264(), 1280, 720, 100, 20 * kMs, kBarStep},
+        {"hevc_1080p.ts", {MEDIATYPE_Video, FourCc("HEVC")}, 1920, 1080, 50, 40 * kMs, kBarStep},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.file);
@@ -118,8 +119,8 @@ TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
             const SeenPicture& picture = seen[static_cast<std::size_t>(i) + 1];
             SCOPED_TRACE(i);
             ASSERT_TRUE(picture.start.has_value());
-            EXPECT_NEAR(*picture.start - *seen[1].start, i * row.millisecondsPerPicture * kMs, 200);
-            EXPECT_NEAR(picture.stop - *picture.start, row.millisecondsPerPicture * kMs, 200);
+            EXPECT_NEAR(*picture.start - *seen[1].start, i * row.duration, 200);
+            EXPECT_NEAR(picture.stop - *picture.start, row.duration, 200);
             ASSERT_TRUE(picture.columns);
             ASSERT_NEAR(picture.bar, (seen[1].bar + i * row.barStep) % (row.width - 32), 2)
                 << "order of display";
@@ -270,11 +271,11 @@ TEST(VideoDecoder, MissingTimesAreCountedOn) {
 TEST(VideoDecoder, LatePicturesAreLeftOutAndThenItCatchesUp) {
     const std::vector<StreamPiece> pieces = ReadStream("h264_720p.ts", true);
     Playback playback(H264(), {}, true);
-    playback.Send(pieces, -3600 * 1000 * kMs);
+    playback.Send(pieces, -kHour);
     const std::size_t late = playback.sink->Count();
     EXPECT_GE(late, 1u);
     EXPECT_LT(late, pieces.size() / 2);
-    playback.Send(pieces, 3600 * 1000 * kMs);
+    playback.Send(pieces, kHour);
     playback.Finish();
     EXPECT_GE(playback.sink->Count(), late + pieces.size() * 9 / 10);
 }
