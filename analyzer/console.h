@@ -1,5 +1,5 @@
-// Standard output and error of a program that has a window: the handles it was started with, otherwise the console of
-// the program that started it.
+// Standard output and error of a program that has a window: the handles it was started with, otherwise the
+// console of the program that started it.
 #pragma once
 
 #include <string>

@@ -73,6 +73,15 @@ Outcome Prepare(const Options& options, EventLog& log) {
     return {};
 }
 
+// What went wrong, on standard error, and where people look at a window that was not opened or is gone, in a
+// box.
+void Tell(const Options& options, const Outcome& outcome) {
+    PrintError(outcome.reason);
+    if (options.WindowMode()) {
+        (void)MessageBoxW(nullptr, Widen(outcome.reason).c_str(), L"Vistrame analyzer", MB_ICONERROR);
+    }
+}
+
 // One file, until its window is closed. `next` is another that was chosen in it.
 Outcome Show(const Options& options, const std::string& path, const Script& script, EventLog& log,
              std::string& next) {
@@ -94,11 +103,17 @@ Outcome Show(const Options& options, const std::string& path, const Script& scri
     MainWindow window(file, options, log);
     Outcome outcome = window.Run(script);
     next = window.NextFile();
-    if (options.report.empty()) {
-        return outcome;
+    if (!options.report.empty()) {
+        Outcome written = WriteReport(options.report, FormatReport(file, window.Facts(), outcome));
+        if (outcome.Ok()) {
+            return written;
+        }
     }
-    const Outcome written = WriteReport(options.report, FormatReport(file, window.Facts(), outcome));
-    return outcome.Ok() ? written : outcome;
+    if (!outcome.Ok() && options.WindowMode()) {
+        PrintError(outcome.reason); // the window has told it in a box when it happened
+        outcome.reason.clear();
+    }
+    return outcome;
 }
 
 Outcome Run(const Options& options) {
@@ -132,11 +147,8 @@ int Main() {
     (void)timeBeginPeriod(1); // ms; the pace gets coarser where it is refused
     const Outcome result =
         parsed.error.empty() ? Run(parsed.options) : Outcome{ExitCode::kUsage, parsed.error};
-    if (!result.Ok()) {
-        PrintError(result.reason);
-    }
-    if (!result.Ok() && parsed.options.WindowMode()) {
-        (void)MessageBoxW(nullptr, Widen(result.reason).c_str(), L"Vistrame analyzer", MB_ICONERROR);
+    if (!result.reason.empty()) {
+        Tell(parsed.options, result);
     }
     return static_cast<int>(result.code);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <commdlg.h>
 
@@ -29,8 +30,8 @@ constexpr int kStatusHeight = 20;
 constexpr int kAreaWidth = 720;
 constexpr int kAreaHeight = 576;
 constexpr DWORD kFramed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
-// Wine without a window manager draws the frame itself and then forgets it when the player, another process, draws
-// into its window: the picture would be shifted by the frame's size.
+// Wine without a window manager draws the frame itself and then forgets it when the player, another process,
+// draws into its window: the picture would be shifted by the frame's size.
 constexpr DWORD kFrameless = WS_POPUP | WS_CLIPCHILDREN;
 
 struct Button {
@@ -147,7 +148,7 @@ void MainWindow::Layout() {
         return;
     }
     const auto place = [](HWND window, int x, int y, int width, int height) {
-        (void)MoveWindow(window, x, y, std::max(width, 0), std::max(height, 0), TRUE); // a lost move shows
+        (void)MoveWindow(window, x, y, std::max(width, 0), std::max(height, 0), FALSE); // a lost move shows
     };
     const int bottom = client.bottom - kStatusHeight - kButtonHeight - 3 * kGap;
     const int settingsTop = bottom - SettingsPanel::Height();
@@ -162,6 +163,13 @@ void MainWindow::Layout() {
               kButtonWidth, kButtonHeight);
     }
     place(status_, kGap, client.bottom - kStatusHeight - kGap, client.right - 2 * kGap, kStatusHeight);
+    Redraw();
+    redrawAgain_ = true;
+}
+
+void MainWindow::Redraw() const {
+    (void)RedrawWindow(window_, nullptr, nullptr,
+                       RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN); // a loss shows
 }
 
 void MainWindow::SizeArea(int width, int height) {
@@ -220,6 +228,9 @@ void MainWindow::OnTick() {
     if (!session_) {
         return;
     }
+    if (std::exchange(redrawAgain_, false)) {
+        Redraw(); // until it heard of its new size the player may have drawn beside it
+    }
     session_->LookForBox();
     const Session::Status status = session_->Read();
     list_.Show(status.selection ? std::optional(status.selection->programme) : std::nullopt);
@@ -254,7 +265,6 @@ void MainWindow::ShowStatus(const Session::Status& status) {
 void MainWindow::OnEnded() {
     result_ = session_->Result();
     facts_ = session_->Facts();
-    ended_ = true;
     PostQuitMessage(0);
 }
 

@@ -10,8 +10,8 @@
 
 namespace vistrame {
 
-// The analyzer's window: programmes and settings on the left, the player on the right, buttons and a status line
-// below.
+// The analyzer's window: programmes and settings on the left, the player on the right, buttons and a status
+// line below.
 //
 // It translates what its user does into actions of the session and shows what the session says.
 //
@@ -40,6 +40,7 @@ private:
     bool Create();
     void CreateControls();
     void Layout();
+    void Redraw() const;
     void OnCommand(int id, int notification);
     void OnTick();
     void OnEnded();
@@ -64,8 +65,7 @@ private:
     ReportFacts facts_;
     Outcome result_;
     std::string nextFile_;
-    bool ending_ = false;
-    bool ended_ = false;
+    bool redrawAgain_ = false; // at the next tick
 
     // For the bit rate shown: the mean of about a second.
     std::uint64_t sentBefore_ = 0;

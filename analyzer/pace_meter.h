@@ -9,15 +9,16 @@ namespace vistrame {
 
 // How long the packets of a stream take, by the PCRs among them.
 //
-// A PCR that lies 0 to kLongestInterval after the one before says so itself, also over its wrap. One that jumps, is
-// announced as a discontinuity, or has none before it tells nothing: its packets go by the rate last seen.
+// A PCR that lies 0 to kLongestInterval after the one before says so itself, also over its wrap. One that
+// jumps, is announced as a discontinuity, or has none before it tells nothing: its packets go by the rate
+// last seen.
 //
 // Units      27 MHz; packets.
 // Threads    none of its own, not thread-safe.
 class PaceMeter {
 public:
-    // PCRs are at most 0.1 s apart (MPEG-2 systems); ten times that is still taken for a sparse clock or a gap
-    // that was really transmitted.
+    // PCRs are at most 0.1 s apart (MPEG-2 systems); ten times that is still taken for a sparse clock or a
+    // gap that was really transmitted.
     static constexpr std::int64_t kLongestInterval = kPcrPerSecond;
 
     // The rate before any PCR has told.

@@ -9,7 +9,8 @@ namespace vistrame {
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{1} << 16;
-// A stretch without a PCR ends after this much: 2 MB, 0.1 s (the longest regular distance of PCRs) at 160 Mbit/s.
+// A stretch without a PCR ends after this much: 2 MB, 0.1 s (the longest regular distance of PCRs) at 160
+// Mbit/s.
 constexpr std::size_t kLongest = kPacketSize * 11'155;
 
 } // namespace

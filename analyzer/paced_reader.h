@@ -33,8 +33,8 @@ public:
     bool Next(Stretch& stretch);
     // From the file's beginning again.
     void Rewind();
-    // The next stretch is the first that ends after this time of the file; false: there is none, and the reader
-    // stands at the end.
+    // The next stretch is the first that ends after this time of the file; false: there is none, and the
+    // reader stands at the end.
     bool Seek(double seconds);
 
 private:

@@ -7,8 +7,8 @@ namespace vistrame {
 
 // The file as a live stream: at any moment the packets that are due and not sent yet.
 //
-// Units      time in 27 MHz since any fixed moment, never running back; it is always passed in, so there is no
-//            clock in here.
+// Units      time in 27 MHz since any fixed moment, never running back; it is always passed in, so there is
+//            no clock in here.
 // Threads    none of its own, not thread-safe.
 class PacedStream {
 public:

@@ -20,8 +20,8 @@ public:
     void SetLoss(double share) { loss_ = share; }
     void SetDamage(double share) { damage_ = share; }
 
-    // Changes whole packets in place: lost ones are taken out, damaged ones have one bit flipped behind the sync
-    // byte.
+    // Changes whole packets in place: lost ones are taken out, damaged ones have one bit flipped behind the
+    // sync byte.
     void Apply(std::vector<std::uint8_t>& packets);
 
     std::uint64_t Lost() const { return lost_; }

@@ -11,12 +11,12 @@
 
 namespace vistrame {
 
-// Looks at the screen where the player shows its video: when a new programme's first picture is there, and how
-// evenly pictures follow each other.
+// Looks at the screen where the player shows its video: when a new programme's first picture is there, and
+// how evenly pictures follow each other.
 //
-// A few rows of the area are read every kPeriod. The first picture is the first sample after the selection was
-// carried out that differs from what was there then (a blank window, or the old programme's last picture) and is not
-// of one colour.
+// A few rows of the area are read every kPeriod. The first picture is the first sample after the selection
+// was carried out that differs from what was there then (a blank window, or the old programme's last picture)
+// and is not of one colour.
 //
 // Units      milliseconds of EventLog::Now().
 // Threads    one of its own, which samples only while something is asked; the operations from any.

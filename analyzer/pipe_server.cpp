@@ -6,8 +6,8 @@ namespace vistrame {
 
 namespace {
 
-// The pipe takes this much before a write waits: 1 s at 8 Mbit/s, so that a reader that pauses for a moment does
-// not hold the pace up.
+// The pipe takes this much before a write waits: 1 s at 8 Mbit/s, so that a reader that pauses for a moment
+// does not hold the pace up.
 constexpr DWORD kPipeBytes = DWORD{1} << 20;
 
 } // namespace

@@ -77,7 +77,7 @@ void PlayerProcess::SendDiscontinuity() {
         (void)SendMessageTimeoutA(window, message_, static_cast<WPARAM>(PlayerCommand::kSendDisc), 0,
                                   SMTO_NORMAL, kSeamAnswerMsec,
                                   &result); // late is better than never: it stays in the queue
-        log_.Line("seam");
+        log_.Line("discontinuity announced");
     }
 }
 

@@ -14,15 +14,15 @@
 
 namespace vistrame {
 
-// One stream and the player that shows it: carries out a script or what its window's user asks for, one after the
-// other.
+// One stream and the player that shows it: carries out a script or what its window's user asks for, one after
+// the other.
 //
-// Threads    one of its own, so that the window stays alive while the player is waited for (the player's windows are
-//            children of ours, and their messages must be answered meanwhile). Post, End, OnAnnounced and the readings
-//            are for the window's thread.
+// Threads    one of its own, so that the window stays alive while the player is waited for (the player's
+//            windows are children of ours, and their messages must be answered meanwhile). Post, End,
+//            OnAnnounced and the readings are for the window's thread.
 // Ownership  borrows stream file, options, log and windows for its life.
-// Errors     the first failure ends a script and is the result. What a user of the window asks for and fails is a
-//            notice, and the last of those is the result.
+// Errors     the first failure ends a script and is the result. What a user of the window asks for and fails
+//            is a notice, and the last of those is the result.
 class Session {
 public:
     // Sent or posted to the main window.
@@ -65,7 +65,8 @@ private:
     void Run();
     Outcome RunScript();
     void RunWindow();
-    // Serves the window's wishes until `msec` of EventLog::Now(). What happens unasked meanwhile is the answer.
+    // Serves the window's wishes until `msec` of EventLog::Now(). What happens unasked meanwhile is the
+    // answer.
     Outcome WaitUntil(double msec);
     Outcome CheckPlayer();
     void NotePicture();

@@ -48,11 +48,11 @@ int SettingsPanel::Height() {
 
 void SettingsPanel::Place(int x, int y, int width) {
     for (const Field& field : fields_) {
-        (void)MoveWindow(field.label, x, y, kLabelWidth, kFieldHeight, TRUE); // a lost move shows
-        (void)MoveWindow(field.edit, x + kLabelWidth, y, width - kLabelWidth, kFieldHeight, TRUE);
+        (void)MoveWindow(field.label, x, y, kLabelWidth, kFieldHeight, FALSE); // a lost move shows
+        (void)MoveWindow(field.edit, x + kLabelWidth, y, width - kLabelWidth, kFieldHeight, FALSE);
         y += kRowHeight;
     }
-    (void)MoveWindow(button_, x, y + 4, width, kButtonHeight, TRUE);
+    (void)MoveWindow(button_, x, y + 4, width, kButtonHeight, FALSE);
 }
 
 void SettingsPanel::Load() {

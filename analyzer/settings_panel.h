@@ -17,6 +17,7 @@ class SettingsPanel {
 public:
     // `button` is the identifier under which the parent is told that the button was pressed.
     void Create(HWND parent, int button, HFONT font);
+    // The parent redraws afterwards.
     void Place(int x, int y, int width);
     static int Height();
 

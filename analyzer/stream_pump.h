@@ -14,12 +14,12 @@ namespace vistrame {
 
 // Sends the file through the pipe in real time.
 //
-// The stream's time begins when the first player connects and goes on from then, also while no player is there:
-// what is due then is lost, as with any live stream.
+// The stream's time begins when the first player connects and goes on from then, also while no player is
+// there: what is due then is lost, as with any live stream.
 //
-// Threads    one of its own, which paces and writes; the operations are for one other thread, the readings for any.
-//            lock_ guards the stream and the faults and is never held while the pipe is waited for; pipeLock_
-//            guards the pipe and is held through each write, which Cancel frees.
+// Threads    one of its own, which paces and writes; the operations are for one other thread, the readings
+//            for any. lock_ guards the stream and the faults and is never held while the pipe is waited for;
+//            pipeLock_ guards the pipe and is held through each write, which Cancel frees.
 // Ownership  borrows the file for its own life.
 class StreamPump {
 public:
@@ -31,8 +31,8 @@ public:
         double lateMsec = 0; // furthest behind the PCR
     };
 
-    // `announceSeam` is called on the pump's thread when the file begins again or is left for another place,
-    // between the last packet before and the first after.
+    // `announceSeam` is called on the pump's thread when the file begins again or an announced seek leaves
+    // for another place, between the last packet before and the first after.
     StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, std::function<void()> announceSeam);
     StreamPump(const StreamPump&) = delete;
     StreamPump& operator=(const StreamPump&) = delete;

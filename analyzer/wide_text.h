@@ -1,4 +1,5 @@
-// UTF-8, as this program keeps its texts, and UTF-16, as the platform wants them. Also any Windows error as text.
+// UTF-8, as this program keeps its texts, and UTF-16, as the platform wants them. Also any Windows error as
+// text.
 #pragma once
 
 #include <string>

@@ -40,8 +40,9 @@ inline constexpr Pid kClockPid = 0x101;
 inline constexpr std::uint64_t kPacketsPerPcr = 10;
 inline constexpr std::int64_t kPcrInterval = kPcrPerSecond / 50;
 
-// A stream of one programme whose every packet can be told from the others: tables, then `intervals` times a PCR and
-// kPacketsPerPcr - 1 packets that carry a number counting from 0. PCRs are kPcrInterval apart, from `firstPcr` on.
+// A stream of one programme whose every packet can be told from the others: tables, then `intervals` times a
+// PCR and kPacketsPerPcr - 1 packets that carry a number counting from 0. PCRs are kPcrInterval apart, from
+// `firstPcr` on.
 inline TsBuilder NumberedStream(int intervals, std::int64_t firstPcr = 0) {
     TsBuilder builder;
     builder.AddPat({{1, 0x100}});

@@ -10,10 +10,11 @@ namespace vistrame::test {
 
 // The analyzer of this build, run as whoever calls it from a command line would.
 //
-// Its log is followed, so that a test can act when something happens; the player it starts is the one of this build
-// unless the arguments name another.
+// Its log is followed, so that a test can act when something happens; the player it starts is the one of this
+// build unless the arguments name another.
 //
-// Ownership  a run that is still going when the object goes is terminated; its player follows, as the pipe breaks.
+// Ownership  a run that is still going when the object goes is terminated; its player follows, as the pipe
+//            breaks.
 // Errors     an analyzer that cannot be started fails the running test.
 class AnalyzerRun {
 public:
@@ -26,7 +27,8 @@ public:
         double seconds = 0; // since the analyzer's start
         std::string text;   // behind the time
     };
-    // The next log line that begins like this, waiting for it; nothing when the analyzer has ended without it.
+    // The next log line that begins like this, waiting for it; nothing when the analyzer has ended without
+    // it.
     std::optional<Line> WaitForLine(const std::string& begin, DWORD limitMsec);
 
     // Waits for the end. The exit code, or nothing.

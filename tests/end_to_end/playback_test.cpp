@@ -1,4 +1,5 @@
-// The main job: the demo stream of `make play`, by the script of `make play`, seen on the screen and heard at the sink.
+// The main job: the demo stream of `make play`, by the script of `make play`, seen on the screen and heard at
+// the sink.
 #include <algorithm>
 #include <iostream>
 
@@ -20,7 +21,8 @@ constexpr DWORD kStartMsec = 30'000; // Wine, player and graph on a busy machine
 constexpr Rgb kRed{0xC0, 0x28, 0x18};
 constexpr Rgb kBlue{0x18, 0x38, 0xC0};
 constexpr int kTolerance = 24;
-// The pattern moves between 60 and 660 of 720 and between 68 and 508 of 576: the border is the programme's alone.
+// The pattern moves between 60 and 660 of 720 and between 68 and 508 of 576: the border is the programme's
+// alone.
 constexpr ScreenPicture::Part kBorders[] = {
     {0, 0, 1000, 100}, {0, 900, 1000, 1000}, {0, 0, 70, 1000}, {930, 0, 1000, 1000}};
 constexpr ScreenPicture::Part kWhole{0, 0, 1000, 1000};

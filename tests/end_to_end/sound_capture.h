@@ -20,8 +20,8 @@ struct Sound {
 
 // Records the sink of the session (its monitor is the default recording device).
 //
-// Times of nothing at all, before a first program opens the sink, are filled with silence, so that a sample's place is
-// its time.
+// Times of nothing at all, before a first program opens the sink, are filled with silence, so that a sample's
+// place is its time.
 //
 // Threads    one of its own between construction and Stop.
 // Errors     a device that cannot be opened fails the running test and leaves an empty sound.
