@@ -3,6 +3,7 @@
 // not.
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 
 #include "transport/clock.h"
 #include "transport/stream_demultiplexer.h"
@@ -57,33 +58,21 @@ public:
 
 private:
     void Change(Pid pid) {
-        switch (change_) {
-            case 1:
-                demultiplexer->RemoveStream(pid);
-                break;
-            case 2:
-                demultiplexer->AddStream(pid, StreamKind::kPes);
-                break;
-            case 3:
-                segment_ = 0;
-                demultiplexer->Reset();
-                break;
-            case 4:
-                demultiplexer->Flush();
-                break;
-            case 5:
-                demultiplexer->AnnounceDiscontinuity();
-                break;
-            case 6:
-                demultiplexer->SetClockPid(pid);
-                break;
-            case 7:
-                demultiplexer->RemoveAllStreams();
-                demultiplexer->AddStream(pid, StreamKind::kElementary);
-                break;
-            default:
-                break;
-        }
+        StreamDemultiplexer& d = *demultiplexer;
+        const std::function<void()> changes[8] = {
+            [] {},
+            [&] { d.RemoveStream(pid); },
+            [&] { d.AddStream(pid, StreamKind::kPes); },
+            [&] { segment_ = 0, d.Reset(); },
+            [&] { d.Flush(); },
+            [&] { d.AnnounceDiscontinuity(); },
+            [&] { d.SetClockPid(pid); },
+            [&] {
+                d.RemoveAllStreams();
+                d.AddStream(pid, StreamKind::kElementary);
+            },
+        };
+        changes[change_]();
     }
 
     unsigned change_;

@@ -67,16 +67,11 @@ int main(int count, char** arguments) {
         (void)std::fprintf(stderr, "usage: transport_seeds DIRECTORY\n");
         return 2;
     }
-    try {
-        directory = arguments[1];
-        for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz"}) {
-            std::filesystem::create_directories(directory / fuzzer);
-        }
-        WriteStreams();
-        WriteParserInputs();
-    } catch (const std::exception& failure) {
-        (void)std::fprintf(stderr, "transport_seeds: %s\n", failure.what());
-        return 1;
+    directory = arguments[1];
+    for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz"}) {
+        std::filesystem::create_directories(directory / fuzzer);
     }
+    WriteStreams();
+    WriteParserInputs();
     return 0;
 }

@@ -16,21 +16,17 @@ void Require(bool holds) {
     }
 }
 
+// Every lead byte has its continuation bytes, and none stands without one.
 bool IsUtf8(const std::string& text) {
-    for (std::size_t at = 0; at < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[at]);
-        const std::size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-        if ((lead >= 0x80 && lead < 0xC2) || at + length > text.size()) {
+    std::size_t due = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (((byte & 0xC0) == 0x80) != (due > 0) || byte == 0xC0 || byte == 0xC1) {
             return false;
         }
-        for (std::size_t i = 1; i < length; ++i) {
-            if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80) {
-                return false;
-            }
-        }
-        at += length;
+        due = due > 0 ? due - 1 : byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : byte >= 0xC0 ? 1 : 0;
     }
-    return true;
+    return due == 0;
 }
 
 } // namespace
@@ -66,14 +62,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             break;
         }
         case 4:
-            (void)IsRandomAccessPoint(Coding::kMpeg2Video, bytes);
-            break;
         case 5:
-            (void)IsRandomAccessPoint(Coding::kH264, bytes);
+        case 6: {
+            constexpr Coding kCodings[] = {Coding::kMpeg2Video, Coding::kH264, Coding::kHevc};
+            (void)IsRandomAccessPoint(kCodings[(data[0] & 7) - 4], bytes);
             break;
-        case 6:
-            (void)IsRandomAccessPoint(Coding::kHevc, bytes);
-            break;
+        }
         default:
             Require(IsUtf8(DecodeServiceText(bytes)));
             break;

@@ -10,12 +10,12 @@ namespace {
 
 constexpr std::size_t kHeader = 4;
 constexpr std::uint8_t kPcrFlag = 0x10;
-constexpr std::uint8_t kRandomAccessFlag = 0x40;
-constexpr std::uint8_t kDiscontinuityFlag = 0x80;
 
-void Append16(Bytes& bytes, unsigned value) {
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-    bytes.push_back(static_cast<std::uint8_t>(value));
+// The low `size` bytes of the value, big-endian.
+void Append(Bytes& bytes, std::uint64_t value, unsigned size) {
+    while (size-- > 0) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> 8 * size));
+    }
 }
 
 void Append(Bytes& bytes, const Bytes& more) {
@@ -26,22 +26,17 @@ std::uint64_t Wrapped(std::int64_t value, std::int64_t wrap) {
     return static_cast<std::uint64_t>((value % wrap + wrap) % wrap);
 }
 
-void AppendStamp(Bytes& bytes, unsigned prefix, std::int64_t stamp) {
+void AppendStamp(Bytes& bytes, std::uint64_t prefix, std::int64_t stamp) {
     const std::uint64_t value = Wrapped(stamp, kTickWrap);
-    bytes.push_back(static_cast<std::uint8_t>(prefix << 4 | (value >> 30 & 7) << 1 | 1));
-    Append16(bytes, static_cast<unsigned>((value >> 15 & 0x7FFF) << 1 | 1));
-    Append16(bytes, static_cast<unsigned>((value & 0x7FFF) << 1 | 1));
+    Append(bytes,
+           prefix << 36 | (value >> 30) << 33 | (value >> 15 & 0x7FFF) << 17 | (value & 0x7FFF) << 1 |
+               0x100010001,
+           5);
 }
 
-Bytes PcrField(std::int64_t pcr) {
+void AppendPcr(Bytes& bytes, std::int64_t pcr) {
     const std::uint64_t value = Wrapped(pcr, kPcrWrap);
-    const std::uint64_t base = value / kPcrPerTick;
-    const std::uint64_t extension = value % kPcrPerTick;
-    Bytes field;
-    Append16(field, static_cast<unsigned>(base >> 17));
-    Append16(field, static_cast<unsigned>(base >> 1));
-    Append16(field, static_cast<unsigned>((base & 1) << 15 | 0x7E00 | extension));
-    return field;
+    Append(bytes, value / kPcrPerTick << 15 | 0x7E00 | value % kPcrPerTick, 6);
 }
 
 // Bytes that look like nothing else: never a start code.
@@ -62,7 +57,9 @@ std::size_t TsBuilder::AddPacket(Pid pid, bool unitStart, ByteSpan payload, std:
     Bytes adaptation;
     if (adaptationFlags != 0 || pcr) {
         adaptation.push_back(static_cast<std::uint8_t>(adaptationFlags | (pcr ? kPcrFlag : 0)));
-        Append(adaptation, pcr ? PcrField(*pcr) : Bytes{});
+        if (pcr) {
+            AppendPcr(adaptation, *pcr);
+        }
     }
     const std::size_t overhead = adaptation.empty() ? 0 : adaptation.size() + 1;
     const std::size_t taken = std::min(payload.size(), kPacketSize - kHeader - overhead);
@@ -83,9 +80,9 @@ std::size_t TsBuilder::AddPacket(Pid pid, bool unitStart, ByteSpan payload, std:
         }
         std::ranges::copy(adaptation, packet.begin() + kHeader + 1);
     }
-    unsigned& counter = counters_[pid];
-    packet[3] = static_cast<std::uint8_t>(control | counter);
-    counter = taken > 0 ? (counter + 1) & 0x0F : counter;
+    // The counter of a packet without payload repeats the last one.
+    unsigned& next = counters_[pid];
+    packet[3] = static_cast<std::uint8_t>(control | ((taken > 0 ? next++ : next - 1) & 0x0F));
     std::copy_n(payload.begin(), taken, packet.end() - static_cast<std::ptrdiff_t>(taken));
     packets.push_back(packet);
     return taken;
@@ -93,49 +90,41 @@ std::size_t TsBuilder::AddPacket(Pid pid, bool unitStart, ByteSpan payload, std:
 
 void TsBuilder::AddPes(Pid pid, const Pes& pes, const Bytes& payload) {
     const Bytes packet = MakePes(pes, payload);
-    std::size_t at =
-        AddPacket(pid, true, packet, pes.randomAccess ? kRandomAccessFlag : std::uint8_t{0}, pes.pcr);
+    std::size_t at = AddPacket(pid, true, packet, 0, pes.pcr);
     while (at < packet.size()) {
         at += AddPacket(pid, false, ByteSpan(packet).subspan(at));
     }
 }
 
-void TsBuilder::AddPcr(Pid pid, std::int64_t pcr, bool discontinuity) {
-    AddPacket(pid, false, {}, discontinuity ? kDiscontinuityFlag : std::uint8_t{0}, pcr);
-    // The counter of a packet without payload repeats the last one.
-    packets.back()[3] =
-        static_cast<std::uint8_t>((packets.back()[3] & 0xF0) | ((counters_[pid] + 15) & 0x0F));
+void TsBuilder::AddPcr(Pid pid, std::int64_t pcr) {
+    AddPacket(pid, false, {}, 0, pcr);
 }
 
 void TsBuilder::AddSection(Pid pid, Bytes section) {
     section.insert(section.begin(), 0); // pointer field
-    bool start = true;
-    for (std::size_t at = 0; at < section.size(); start = false) {
-        Bytes payload(section.begin() + static_cast<std::ptrdiff_t>(at), section.end());
-        payload.resize(std::max(payload.size(), kPacketSize - kHeader), 0xFF);
-        at += AddPacket(pid, start, payload);
+    constexpr std::size_t kPayload = kPacketSize - kHeader;
+    section.resize((section.size() + kPayload - 1) / kPayload * kPayload, 0xFF);
+    for (std::size_t at = 0; at < section.size();) {
+        at += AddPacket(pid, at == 0, ByteSpan(section).subspan(at));
     }
 }
 
 void TsBuilder::AddPat(const std::map<std::uint16_t, Pid>& programmes) {
-    Bytes body;
-    Append16(body, 0); // the network's entry, which is no programme
-    Append16(body, 0xE010);
+    Bytes body{0, 0, 0xE0, 0x10}; // the network's entry, which is no programme
     for (const auto& [number, pid] : programmes) {
-        Append16(body, number);
-        Append16(body, 0xE000U | pid);
+        Append(body, std::uint64_t{number} << 16 | 0xE000U | pid, 4);
     }
     AddSection(kPatPid, MakeTable(0x00, 1, body));
 }
 
 void TsBuilder::AddPmt(Pid pid, std::uint16_t programme, Pid pcrPid, const std::vector<Stream>& streams) {
     Bytes body;
-    Append16(body, 0xE000U | pcrPid);
-    Append16(body, 0xF000);
+    Append(body, (0xE000U | pcrPid) << 16 | 0xF000U, 4);
     for (const Stream& stream : streams) {
-        body.push_back(stream.streamType);
-        Append16(body, 0xE000U | stream.pid);
-        Append16(body, 0xF000U | static_cast<unsigned>(stream.descriptors.size()));
+        Append(body,
+               std::uint64_t{stream.streamType} << 32 | (0xE000U | stream.pid) << 16 | 0xF000U |
+                   stream.descriptors.size(),
+               5);
         Append(body, stream.descriptors);
     }
     AddSection(pid, MakeTable(0x02, programme, body));
@@ -146,11 +135,9 @@ void TsBuilder::AddSdt(const std::map<std::uint16_t, std::string>& names) {
     for (const auto& [number, name] : names) {
         Bytes service{0x01, 0x02, 'P', 'r', static_cast<std::uint8_t>(name.size())};
         service.insert(service.end(), name.begin(), name.end());
-        Append16(body, number);
-        body.push_back(0xFC);
-        Append16(body, 0x8000U | static_cast<unsigned>(service.size() + 2));
-        body.push_back(0x48);
-        body.push_back(static_cast<std::uint8_t>(service.size()));
+        Append(body, number, 2);
+        Append(body, 0xFC8000 + service.size() + 2, 3);
+        Append(body, 0x4800 + service.size(), 2);
         Append(body, service);
     }
     AddSection(kSdtPid, MakeTable(0x42, 1, body));
@@ -175,45 +162,29 @@ Bytes MakePes(const TsBuilder::Pes& pes, const Bytes& payload) {
         AppendStamp(fields, 1, *pes.dts);
     }
     Bytes packet{0, 0, 1, pes.streamId};
-    Append16(packet, pes.bounded ? static_cast<unsigned>(3 + fields.size() + payload.size()) : 0);
-    packet.push_back(0x80);
-    packet.push_back(static_cast<std::uint8_t>((pes.pts ? 0x80 : 0) | (pes.dts ? 0x40 : 0)));
-    packet.push_back(static_cast<std::uint8_t>(fields.size()));
+    Append(packet, pes.bounded ? 3 + fields.size() + payload.size() : 0, 2);
+    Append(packet, 0x800000U | (pes.pts ? 0x8000U : 0) | (pes.dts ? 0x4000U : 0) | fields.size(), 3);
     Append(packet, fields);
     Append(packet, payload);
     return packet;
 }
 
-Bytes MakeSection(Bytes section) {
-    const std::size_t length = section.size() - 3 + 4;
-    section[1] = static_cast<std::uint8_t>((section[1] & 0xF0) | length >> 8);
-    section[2] = static_cast<std::uint8_t>(length);
-    const std::uint32_t crc = Crc32Mpeg(section);
-    Append16(section, crc >> 16);
-    Append16(section, crc & 0xFFFF);
-    return section;
-}
-
 Bytes MakeTable(std::uint8_t tableId, std::uint16_t extension, const Bytes& body, std::uint8_t number,
-                std::uint8_t last, std::uint8_t version) {
-    Bytes section{tableId, 0xB0, 0};
-    Append16(section, extension);
-    section.push_back(static_cast<std::uint8_t>(0xC1 | version << 1));
-    section.push_back(number);
-    section.push_back(last);
+                std::uint8_t last, std::uint8_t flags) {
+    Bytes section{tableId};
+    Append(section, 0xB000 + 5 + body.size() + 4, 2);
+    Append(section, extension, 2);
+    Append(section, {flags, number, last});
     Append(section, body);
-    return MakeSection(section);
+    Append(section, Crc32Mpeg(section), 4);
+    return section;
 }
 
 Bytes PicturePayload(int picture) {
     const bool intra = picture % 12 == 0;
-    Bytes payload;
-    if (intra) {
-        Append(payload, {0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33});
-    }
-    const std::uint8_t type = intra ? 1 : 2;
-    Append(payload, {0, 0, 1, 0x00, 0x10, static_cast<std::uint8_t>(type << 3), 0x12, 0x34});
-    Append(payload, {0, 0, 1, 0x01});
+    Bytes payload = intra ? Bytes{0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33} : Bytes{};
+    const std::uint8_t type = intra ? 0x08 : 0x10;
+    Append(payload, {0, 0, 1, 0x00, 0x10, type, 0x12, 0x34, 0, 0, 1, 0x01});
     Append(payload, Filler(intra ? 3990 : 800, static_cast<unsigned>(picture)));
     return payload;
 }
@@ -223,33 +194,29 @@ Bytes AudioPayload(int frame) {
 }
 
 void AddProgramme(TsBuilder& builder, const ProgrammeRecipe& recipe) {
-    constexpr std::int64_t kAudioTicks = 2160;
-    const auto pcrAt = [&](std::int64_t ticks) { return (recipe.start + ticks) * kPcrPerTick; };
-    std::int64_t audio = (recipe.firstPicture * kPictureTicks + kAudioTicks - 1) / kAudioTicks;
+    std::int64_t frame = (recipe.firstPicture * kPictureTicks + kFrameTicks - 1) / kFrameTicks;
     for (int i = 0; i < recipe.pictures; ++i) {
         const int picture = recipe.firstPicture + i;
-        const std::int64_t now = picture * kPictureTicks;
+        const std::int64_t now = recipe.start + picture * kPictureTicks;
         if (i % 3 == 0) {
             builder.AddPat({{recipe.number, recipe.pmtPid}});
             builder.AddPmt(
                 recipe.pmtPid, recipe.number, recipe.pcrPid.value_or(recipe.videoPid),
                 {{recipe.videoPid, 0x02, {}}, {recipe.audioPid, 0x03, {0x0A, 4, 'e', 'n', 'g', 0}}});
         }
-        TsBuilder::Pes video;
-        video.dts = recipe.start + now + kSendAhead;
-        video.pts = *video.dts + kPictureTicks;
+        const std::int64_t dts = now + kSendAhead;
+        TsBuilder::Pes video{.pts = dts + kPictureTicks, .dts = dts};
         if (recipe.pcrPid) {
-            builder.AddPcr(*recipe.pcrPid, pcrAt(now));
+            builder.AddPcr(*recipe.pcrPid, now * kPcrPerTick);
         } else {
-            video.pcr = pcrAt(now);
+            video.pcr = now * kPcrPerTick;
         }
         builder.AddPes(recipe.videoPid, video, PicturePayload(picture));
-        for (; audio * kAudioTicks < now + kPictureTicks; ++audio) {
-            TsBuilder::Pes sound;
-            sound.streamId = 0xC0;
-            sound.pts = recipe.start + audio * kAudioTicks + kSendAhead;
-            sound.bounded = true;
-            builder.AddPes(recipe.audioPid, sound, AudioPayload(static_cast<int>(audio)));
+        for (; recipe.start + frame * kFrameTicks < now + kPictureTicks; ++frame) {
+            builder.AddPes(
+                recipe.audioPid,
+                {.streamId = 0xC0, .pts = recipe.start + frame * kFrameTicks + kSendAhead, .bounded = true},
+                AudioPayload(static_cast<int>(frame)));
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <optional>
@@ -31,7 +32,6 @@ public:
         std::optional<std::int64_t> pts = std::nullopt;
         std::optional<std::int64_t> dts = std::nullopt;
         bool bounded = false;
-        bool randomAccess = false;
         std::optional<std::int64_t> pcr = std::nullopt; // in its first packet
     };
 
@@ -39,10 +39,10 @@ public:
     void AddPmt(Pid pid, std::uint16_t programme, Pid pcrPid, const std::vector<Stream>& streams);
     // Names as transmitted, with their selection byte.
     void AddSdt(const std::map<std::uint16_t, std::string>& names);
-    // Puts the CRC behind it and packs it into as many packets as it takes.
+    // Packs it, CRC and all, into as many packets as it takes; several sections behind each other are possible.
     void AddSection(Pid pid, Bytes section);
     void AddPes(Pid pid, const Pes& pes, const Bytes& payload);
-    void AddPcr(Pid pid, std::int64_t pcr, bool discontinuity = false);
+    void AddPcr(Pid pid, std::int64_t pcr);
 
     // One packet; what the payload leaves free becomes adaptation stuffing. Returns how much of it went in.
     std::size_t AddPacket(Pid pid, bool unitStart, ByteSpan payload, std::uint8_t adaptationFlags = 0,
@@ -58,11 +58,9 @@ private:
 Bytes Render(const std::vector<TsBuilder::Packet>& packets, std::size_t stride = kPacketSize);
 
 Bytes MakePes(const TsBuilder::Pes& pes, const Bytes& payload);
-// The section with its length and CRC filled in.
-Bytes MakeSection(Bytes section);
-// A long section: header fields, body, CRC.
+// A long section: header fields, body, CRC. The flags hold the version and whether it is in force.
 Bytes MakeTable(std::uint8_t tableId, std::uint16_t extension, const Bytes& body, std::uint8_t number = 0,
-                std::uint8_t last = 0, std::uint8_t version = 0);
+                std::uint8_t last = 0, std::uint8_t flags = 0xC1);
 
 // One programme as a broadcaster would send it: tables every 0.1 s, MPEG-2 video at 25 pictures/s (groups of 12, I
 // pictures of 22 packets, P pictures of 5, PCR with every picture) and MPEG audio every 24 ms (4 packets).
@@ -77,10 +75,18 @@ struct ProgrammeRecipe {
     int firstPicture = 0; // to continue a programme
 };
 inline constexpr std::int64_t kPictureTicks = 3600;
+inline constexpr std::int64_t kFrameTicks = 2160;  // of audio
 inline constexpr std::int64_t kSendAhead = 45'000; // DTS after PCR
 // Every picture and every audio packet holds different bytes, so that a mix-up shows.
 Bytes PicturePayload(int picture);
 Bytes AudioPayload(int frame);
 void AddProgramme(TsBuilder& builder, const ProgrammeRecipe& recipe);
+
+template <typename Reader>
+void FeedChunks(Reader& reader, ByteSpan bytes, std::size_t chunk) {
+    for (; !bytes.empty(); bytes = bytes.subspan(std::min(chunk, bytes.size()))) {
+        reader.Feed(bytes.first(std::min(chunk, bytes.size())));
+    }
+}
 
 } // namespace vistrame

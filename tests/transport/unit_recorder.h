@@ -1,25 +1,37 @@
 #pragma once
 
-#include <algorithm>
 #include <functional>
-#include <vector>
+#include <iterator>
 
 #include "tests/transport/ts_builder.h"
 #include "transport/stream_demultiplexer.h"
 
 namespace vistrame {
 
-// Keeps everything a demultiplexer delivers; a test may hook in to call it back.
-class UnitRecorder final : public StreamHandler {
+// The PIDs of a ProgrammeRecipe.
+inline constexpr Pid kVideo = 0x101;
+inline constexpr Pid kAudio = 0x102;
+
+inline Bytes Programme(const ProgrammeRecipe& recipe) {
+    TsBuilder builder;
+    AddProgramme(builder, recipe);
+    return Render(builder.packets);
+}
+
+// A demultiplexer and everything it delivers; a test may hook in to call it back.
+class UnitRecorder : public StreamHandler {
 public:
-    struct Unit {
-        StreamUnit unit; // without its bytes
-        Bytes data;
+    struct Unit : StreamUnit { // without its span
+        Bytes bytes;
     };
 
+    explicit UnitRecorder(const std::vector<Pid>& pids = {kVideo, kAudio}) {
+        for (const Pid pid : pids) {
+            demultiplexer.AddStream(pid, StreamKind::kElementary);
+        }
+    }
     void OnUnit(const StreamUnit& unit) override {
         units.push_back({unit, Bytes(unit.data.begin(), unit.data.end())});
-        units.back().unit.data = {};
         if (onUnit) {
             onUnit(unit);
         }
@@ -29,21 +41,16 @@ public:
 
     std::vector<Unit> Of(Pid pid) const {
         std::vector<Unit> found;
-        std::ranges::copy_if(units, std::back_inserter(found),
-                             [&](const Unit& u) { return u.unit.pid == pid; });
+        std::ranges::copy_if(units, std::back_inserter(found), [&](const Unit& u) { return u.pid == pid; });
         return found;
     }
+    auto Jumps() const { return std::ranges::count_if(clocks, &ClockReference::jump); }
 
     std::vector<Unit> units;
     std::vector<ClockReference> clocks;
     int programmeChanges = 0;
     std::function<void(const StreamUnit&)> onUnit;
+    StreamDemultiplexer demultiplexer{*this};
 };
-
-inline void FeedChunks(StreamDemultiplexer& demultiplexer, const Bytes& bytes, std::size_t chunk) {
-    for (std::size_t at = 0; at < bytes.size(); at += chunk) {
-        demultiplexer.Feed(ByteSpan(bytes).subspan(at, std::min(chunk, bytes.size() - at)));
-    }
-}
 
 } // namespace vistrame
