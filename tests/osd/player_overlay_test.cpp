@@ -2,6 +2,7 @@
 // from no graph through the first one and a rebuild to the end.
 #include <array>
 #include <cstdio>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,35 +21,16 @@ namespace {
 
 constexpr DWORD kLimitMsec = 20000;
 
-// The server file registers itself, as regsvr32 would have it; in the test session's own registry.
-class RegisteredFilters {
-public:
-    RegisteredFilters() {
-        CoInitialize(nullptr);
-        std::array<char, MAX_PATH> self{};
-        GetModuleFileNameA(nullptr, self.data(), static_cast<DWORD>(self.size()));
-        const std::string program = self.data();
-        module_ =
-            LoadLibraryA((program.substr(0, program.rfind('\\')) + R"(\..\..\filters\vistrame.ax)").c_str());
-        Call("DllRegisterServer");
-    }
-    RegisteredFilters(const RegisteredFilters&) = delete;
-    RegisteredFilters& operator=(const RegisteredFilters&) = delete;
-    ~RegisteredFilters() {
-        Call("DllUnregisterServer");
-        FreeLibrary(module_);
-        CoUninitialize();
-    }
-
-private:
-    void Call(const char* name) const {
-        void* const function = reinterpret_cast<void*>(GetProcAddress(module_, name));
-        ASSERT_NE(function, nullptr) << name;
-        EXPECT_EQ(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(function)(), S_OK) << name;
-    }
-
-    HMODULE module_;
-};
+// The server file enters itself or leaves, as regsvr32 would have it; in the test session's own registry.
+void CallServer(const char* operation) {
+    std::array<char, MAX_PATH> self{};
+    GetModuleFileNameA(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    const std::string program = self.data();
+    const std::string server = program.substr(0, program.rfind('\\')) + R"(\..\..\filters\vistrame.ax)";
+    void* const function = reinterpret_cast<void*>(GetProcAddress(LoadLibraryA(server.c_str()), operation));
+    ASSERT_NE(function, nullptr) << operation;
+    EXPECT_EQ(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(function)(), S_OK) << operation;
+}
 
 // The player's window, once it has told its parent.
 HWND announced = nullptr;
@@ -60,95 +42,76 @@ LRESULT CALLBACK ParentProcedure(HWND window, UINT message, WPARAM wParam, LPARA
     return DefWindowProcA(window, message, wParam, lParam);
 }
 
-class PlayerOverlay : public testing::Test {
-protected:
-    void SetUp() override {
-        settings_.Set("UseVMR9", 1);
-        settings_.Set("ErrorLogDir", errors_);
-        DeleteFileA(test::kDebugLogPath);
-        WNDCLASSA description{};
-        description.lpfnWndProc = ParentProcedure;
-        description.lpszClassName = "OverlayTestParent";
-        RegisterClassA(&description);
-        parent_ = CreateWindowA("OverlayTestParent", "", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 800, 700,
-                                nullptr, nullptr, nullptr, nullptr);
-        pipe_ = CreateNamedPipeA(R"(\\.\pipe\QVRA00000051)", PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 65536,
-                                 65536, 0, nullptr);
-    }
+// The player answers while this thread goes on serving its parent window.
+void Send(UINT message, WPARAM wParam, std::uint32_t argument) {
+    DWORD_PTR answer = 1;
+    EXPECT_NE(SendMessageTimeoutA(announced, message, wParam, static_cast<LPARAM>(argument), SMTO_NORMAL,
+                                  kLimitMsec, &answer),
+              0)
+        << "no answer to " << wParam << " " << std::hex << argument;
+    EXPECT_EQ(answer, 0U);
+}
+void Send(CommandCode code, std::uint32_t argument) {
+    Send(RegisterWindowMessageA("QVRA Registration"), static_cast<WPARAM>(code), argument);
+}
 
-    void TearDown() override {
-        CloseHandle(pipe_);
-        DestroyWindow(parent_);
-    }
+void SendOverlayCommands(std::uint32_t position) {
+    Send(CommandCode::MoveOsdElement, position);
+    Send(CommandCode::ShowOverlay, 0x05000000);
+    Send(CommandCode::ShowOverlay, 0x05000001);
+    Send(CommandCode::RefreshOverlay, 0);
+    Send(WM_TIMER, 2, 0);
+}
 
-    std::string CommandLine() const {
-        std::array<char, 100> text{};
-        std::snprintf(text.data(), text.size(), "%08X 00000000 00000051 0 0 1 0 0",
-                      static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(parent_)));
-        return test::PlayerCommandLine(text.data());
-    }
-
-    // The player's answer to a message, while this thread goes on serving its parent window.
-    static void Send(UINT message, WPARAM wParam, LPARAM lParam) {
-        DWORD_PTR answer = 1;
-        EXPECT_NE(SendMessageTimeoutA(announced, message, wParam, lParam, SMTO_NORMAL, kLimitMsec, &answer),
-                  0)
-            << "no answer to " << wParam << " " << std::hex << lParam;
-        EXPECT_EQ(answer, 0U);
-    }
-    static void Send(CommandCode code, std::uint32_t argument) {
-        Send(RegisterWindowMessageA("QVRA Registration"), static_cast<WPARAM>(code),
-             static_cast<LPARAM>(argument));
-    }
-
-    // The log's lines about the overlay, and the errors it holds.
-    static std::string OverlayLines() {
-        const std::string log = test::FileContents(test::kDebugLogPath);
-        std::string lines;
-        for (std::size_t start = 0, end = 0; (end = log.find("\r\n", start)) != std::string::npos;
-             start = end + 2) {
-            const std::string line = log.substr(start, end - start);
-            if (line.starts_with("Redraw") || line.starts_with("Error")) {
-                lines += line + '\n';
-            }
+// The log's lines about the overlay, and the errors it holds.
+std::string OverlayLines() {
+    std::istringstream log(test::FileContents(test::kDebugLogPath));
+    std::string lines;
+    for (std::string line; std::getline(log, line);) {
+        if (line.starts_with("Redraw") || line.starts_with("Error")) {
+            lines += line + '\n';
         }
-        return lines;
     }
+    return lines;
+}
 
-    test::SettingsKey settings_;
-    RegisteredFilters filters_;
-    std::string errors_ = test::NewDirectory("overlay");
-    HWND parent_ = nullptr;
-    HANDLE pipe_ = INVALID_HANDLE_VALUE;
-};
+TEST(PlayerOverlay, CommandsWorkFromTheFirstGraphOn) {
+    const test::SettingsKey settings;
+    settings.Set("UseVMR9", 1);
+    settings.Set("ErrorLogDir", test::NewDirectory("overlay"));
+    DeleteFileA(test::kDebugLogPath);
+    CoInitialize(nullptr);
+    CallServer("DllRegisterServer");
+    WNDCLASSA description{};
+    description.lpfnWndProc = ParentProcedure;
+    description.lpszClassName = "OverlayTestParent";
+    RegisterClassA(&description);
+    HWND parent = CreateWindowA("OverlayTestParent", "", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 800, 700,
+                                nullptr, nullptr, nullptr, nullptr);
+    CreateNamedPipeA(R"(\\.\pipe\QVRA00000051)", PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 65536, 65536, 0,
+                     nullptr); // the stream, which stays empty
+    std::array<char, 100> text{};
+    std::snprintf(text.data(), text.size(), "%08X 00000000 00000051 0 0 1 0 0",
+                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(parent)));
 
-TEST_F(PlayerOverlay, CommandsWorkFromTheFirstGraphOn) {
-    test::ChildProcess player(CommandLine());
+    test::ChildProcess player(test::PlayerCommandLine(text.data()));
     ASSERT_TRUE(test::PumpUntil([] { return announced != nullptr; }, kLimitMsec));
-
-    const auto sendAll = [](std::uint32_t position) {
-        Send(CommandCode::MoveOsdElement, position);
-        Send(CommandCode::ShowOverlay, 0x05000000);
-        Send(CommandCode::ShowOverlay, 0x05000001);
-        Send(CommandCode::RefreshOverlay, 0);
-        Send(WM_TIMER, 2, 0);
-    };
-    sendAll(0x0312C0F0);
+    std::uint32_t position = 0x0312C0F0;
+    SendOverlayCommands(position);
     EXPECT_EQ(OverlayLines(), "") << "there is no surface yet";
 
     std::string expected;
-    std::uint32_t position = 0x0312C0F0;
     for (const std::uint32_t pids : {0x01000101U, 0x02000201U}) {
         Send(CommandCode::SetPid, pids);
-        sendAll(++position);
-        std::array<char, 40> line{};
-        std::snprintf(line.data(), line.size(), "Redraw Overlay: %08X\n", static_cast<unsigned>(position));
-        expected += line.data();
+        SendOverlayCommands(++position);
+        std::snprintf(text.data(), text.size(), "Redraw Overlay: %08X\r\n", static_cast<unsigned>(position));
+        expected += text.data();
         EXPECT_EQ(OverlayLines(), expected);
         ASSERT_TRUE(player.IsRunning());
     }
     Send(CommandCode::Quit, 0);
     EXPECT_EQ(player.WaitForExit(kLimitMsec), DWORD{0});
+    CallServer("DllUnregisterServer");
 }
 
 } // namespace
