@@ -1,7 +1,7 @@
 // Measures what the built player shows and plays, inside a session (tools/wine-session).
 //
 // usage: live_probe watch SECONDS          what happens on the screen and at the sound sink, event by event
-//        live_probe matrix BUILD STREAMS   every coding, demultiplexer, renderer and clock
+//        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
 #include <algorithm>
@@ -63,14 +63,15 @@ int Main(std::span<char*> words) {
         SoundWatch sound;
         return Watch(sound, std::strtod(words[2], nullptr));
     }
-    if (what == "matrix" && words.size() == 4) {
+    if (what == "matrix" && (words.size() == 4 || words.size() == 5)) {
         const Surroundings where{words[2], words[3]};
         if (!RegisterFilters(where.build, true)) {
             std::fputs("vistrame.ax cannot be registered\n", stderr);
             return 1;
         }
         SoundWatch sound;
-        const bool right = RunMatrix(where, sound);
+        const bool right =
+            RunMatrix(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
         (void)RegisterFilters(where.build, false); // the session is at its end, or the next test sees to it
         return right ? 0 : 1;
     }

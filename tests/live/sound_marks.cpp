@@ -45,31 +45,29 @@ constexpr std::size_t kBeepWindow = SoundWatch::kRate / 100;
 constexpr std::size_t kBeepStep = SoundWatch::kRate / 500;
 
 void FindBeeps(const SoundWatch::Piece& sound, double hertz, bool odd, std::vector<Beep>& beeps) {
-    const auto amplitudes = Demodulate(sound.samples, hertz, kBeepWindow, kBeepStep);
+    const auto values = Demodulate(sound.samples, hertz, kBeepWindow, kBeepStep);
+    std::vector<double> amplitudes(values.size());
+    std::ranges::transform(values, amplitudes.begin(), [](const Complex& value) { return std::abs(value); });
     constexpr double kStep = static_cast<double>(kBeepStep) / SoundWatch::kRate;
-    constexpr std::size_t kLength = 50; // steps: 0.1 s
-    for (std::size_t i = 1; i < amplitudes.size(); ++i) {
-        if (std::abs(amplitudes[i]) < 4 * kThere) {
+    constexpr std::size_t kLength = 40; // steps: most of a beep
+    for (std::size_t i = 1; i + kLength <= amplitudes.size(); ++i) {
+        if (amplitudes[i] < 4 * kThere) {
             continue;
         }
-        const std::size_t end = std::min(i + kLength, amplitudes.size());
-        std::vector<double> beep;
-        std::transform(amplitudes.begin() + static_cast<std::ptrdiff_t>(i) - 1,
-                       amplitudes.begin() + static_cast<std::ptrdiff_t>(end), std::back_inserter(beep),
-                       [](const Complex& value) { return std::abs(value); });
-        // A window that is half in the beep shows half of what the beep begins with.
-        const double half =
-            *std::max_element(beep.begin(), beep.begin() + static_cast<std::ptrdiff_t>(
-                                                               std::min<std::size_t>(15, beep.size()))) /
-            2;
-        const auto above = std::ranges::find_if(beep, [half](double value) { return value >= half; });
-        const auto place = static_cast<double>(above - beep.begin());
-        const double before = above == beep.begin() ? 0 : *(above - 1);
-        const double part = *above > before ? (*above - half) / (*above - before) : 0;
-        beeps.push_back({sound.begin + (static_cast<double>(i) - 1 + place - part) * kStep +
+        // A click has something of every frequency, but it does not last.
+        std::vector<double> sorted(amplitudes.begin() + static_cast<std::ptrdiff_t>(i),
+                                   amplitudes.begin() + static_cast<std::ptrdiff_t>(i + kLength));
+        std::ranges::nth_element(sorted, sorted.begin() + kLength / 2);
+        const double half = sorted[kLength / 2] / 2;
+        // A window that is half in the beep shows half of it.
+        if (half < 2 * kThere || amplitudes[i] < half || amplitudes[i - 1] >= half) {
+            continue;
+        }
+        const double part = (amplitudes[i] - half) / (amplitudes[i] - amplitudes[i - 1]);
+        beeps.push_back({sound.begin + (static_cast<double>(i) - part) * kStep +
                              static_cast<double>(kBeepWindow) / 2 / SoundWatch::kRate,
                          odd});
-        i += kLength * 4; // a reverberation of codings is not another one
+        i += kLength * 5; // marks come every second
     }
 }
 
