@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 
 constexpr DWORD kLimitMsec = 30'000;
-constexpr char kSettingsKey[] = "Software\\Korvix\\QVRA\\Config";
+constexpr char kSettingsKey[] = R"(Software\Korvix\QVRA\Config)";
 
 HWND WaitForTopWindow(const char* kind, const char* title) {
     for (DWORD waited = 0; waited < kLimitMsec; waited += 50) {
