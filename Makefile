@@ -22,7 +22,7 @@ format-check: ## is every source laid out as .clang-format says?
 	@tools/setup check
 	@tools/format-check
 
-tidy: ## clang-tidy over every source
+tidy: ## clang-tidy over the product's sources
 	@tools/setup
 	@tools/build native
 	@tools/build mingw32
