@@ -1,7 +1,8 @@
 // Measures what the built player shows and plays, inside a session (tools/wine-session).
 //
-// usage: live_probe watch SECONDS          what happens on the screen and at the sound sink, event by event
+// usage: live_probe watch SECONDS                what happens on the screen and at the sound sink, event by event
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
+//        live_probe timers BUILD STREAMS         fade-in and stall watchdog
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
 #include <algorithm>
@@ -17,6 +18,7 @@
 
 #include "tests/live/matrix.h"
 #include "tests/live/programme_run.h"
+#include "tests/live/timers.h"
 
 namespace vistrame::live {
 namespace {
@@ -63,7 +65,7 @@ int Main(std::span<char*> words) {
         SoundWatch sound;
         return Watch(sound, std::strtod(words[2], nullptr));
     }
-    if (what == "matrix" && (words.size() == 4 || words.size() == 5)) {
+    if ((what == "matrix" || what == "timers") && (words.size() == 4 || words.size() == 5)) {
         const Surroundings where{words[2], words[3]};
         if (!RegisterFilters(where.build, true)) {
             std::fputs("vistrame.ax cannot be registered\n", stderr);
@@ -71,11 +73,14 @@ int Main(std::span<char*> words) {
         }
         SoundWatch sound;
         const bool right =
-            RunMatrix(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
+            what == "timers"
+                ? RunTimers(where, sound)
+                : RunMatrix(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
         (void)RegisterFilters(where.build, false); // the session is at its end, or the next test sees to it
         return right ? 0 : 1;
     }
-    std::fputs("usage: live_probe watch SECONDS | matrix BUILD STREAMS\n", stderr);
+    std::fputs("usage: live_probe watch SECONDS | matrix BUILD STREAMS [ROW] | timers BUILD STREAMS\n",
+               stderr);
     return 2;
 }
 

@@ -1,0 +1,195 @@
+#include "tests/live/timers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vistrame::live {
+namespace {
+
+constexpr double kFade = 1.6;           // seconds from -40 dB to the renderer's own volume
+constexpr double kFadeTolerance = 0.16; // 10 %
+constexpr double kFadeRange = 40;       // decibels
+constexpr double kStartTolerance = 0.2; // sound renderer and sink keep this much ready
+constexpr int kAttempts = 3;            // as in the matrix
+
+bool Report(const char* what, double measured, double low, double high, std::string& wrong) {
+    const bool right = measured >= low && measured <= high;
+    std::printf("  %-58s %7.3f s   (%.2f to %.2f)%s\n", what, measured, low, high, right ? "" : "  WRONG");
+    if (!right) {
+        wrong += std::string(" ") + what + ";";
+    }
+    return right;
+}
+
+// A straight line through the decibels of a fade.
+struct Ramp {
+    double begin = 0;   // when the line is at -40 dB of the end's level
+    double seconds = 0; // that it takes from there to the end
+};
+
+std::optional<Ramp> FindRamp(const Envelope& envelope, double from) {
+    const auto first = static_cast<std::size_t>(std::max(0.0, (from - envelope.begin) / Envelope::kStep));
+    // Silence, then the rise, then at least half a second at full level.
+    std::size_t rise = first;
+    while (rise < envelope.amplitudes.size() && envelope.amplitudes[rise] < 0.0008) {
+        ++rise;
+    }
+    constexpr std::size_t kTop = 200; // steps behind the rise's begin: surely at full level
+    if (rise + kTop + 30 > envelope.amplitudes.size()) {
+        return std::nullopt;
+    }
+    const double full = envelope.amplitudes[rise + kTop];
+    double n = 0;
+    double sumT = 0;
+    double sumD = 0;
+    double sumTT = 0;
+    double sumTD = 0;
+    for (std::size_t i = rise; i < rise + kTop; ++i) {
+        const double decibels = 20 * std::log10(envelope.amplitudes[i] / full + 1e-9);
+        if (decibels < -36 || decibels > -3) {
+            continue;
+        }
+        const double t = envelope.Time(i) - from;
+        n += 1;
+        sumT += t;
+        sumD += decibels;
+        sumTT += t * t;
+        sumTD += t * decibels;
+    }
+    const double slope = (n * sumTD - sumT * sumD) / (n * sumTT - sumT * sumT);
+    if (n < 50 || !(slope > 1)) {
+        return std::nullopt;
+    }
+    const double level = (sumD - slope * sumT) / n;
+    return Ramp{from + (-kFadeRange - level) / slope, kFadeRange / slope};
+}
+
+double Loudest(const Envelope& envelope, double begin, double end) {
+    double loudest = 0;
+    for (std::size_t i = 0; i < envelope.amplitudes.size(); ++i) {
+        if (envelope.Time(i) > begin && envelope.Time(i) < end) {
+            loudest = std::max(loudest, envelope.amplitudes[i]);
+        }
+    }
+    return loudest;
+}
+
+void CheckFade(const Envelope& envelope, const char* what, double from, double delay, std::string& wrong) {
+    std::printf(" fade-in after %s, %.1f s of silence asked for\n", what, delay);
+    constexpr double kReadyMade = 0.15; // what the sink had before is still heard
+    if (Loudest(envelope, from + kReadyMade, from + delay - 0.02) > 0.0003) {
+        std::puts("  there is sound in the silence  WRONG");
+        wrong += " sound in the silence;";
+    }
+    const auto ramp = FindRamp(envelope, from + std::min(delay, kReadyMade));
+    if (!ramp) {
+        std::puts("  no rise is heard  WRONG");
+        wrong += " no rise;";
+        return;
+    }
+    Report("silence", ramp->begin - from, delay, delay + kStartTolerance, wrong);
+    Report("rise from -40 dB to full", ramp->seconds, kFade - kFadeTolerance, kFade + kFadeTolerance, wrong);
+}
+
+std::string Fade(const Surroundings& where, SoundWatch& sound) {
+    const ProgrammeRun run = RunScript(
+        where, sound, {"--set", "KorvixCodec=0", "--set", "UseVMR9=0", "--set", "AudioUnmuteMsec=1500"},
+        "+0 play 1\n+0 wait picture 20\n+5 unmute 700\n+3.5 quit\n", "small.ts");
+    std::string wrong = run.failure;
+    const Envelope envelope = ToneEnvelope(run.sound, kTones[0]);
+    // The first thread starts within the command that builds the graph, right before it ends.
+    CheckFade(envelope, "a programme's start", run.Time("command SetPid"), 1.5, wrong);
+    CheckFade(envelope, "the command", run.Time("command UnmuteAudio"), 0.7, wrong);
+    return wrong;
+}
+
+// When the pictures last moved before `time`. One that comes alone, later, was waiting for its end in the demultiplexer.
+double LastPicture(const ProgrammeRun& run, double time) {
+    constexpr double kAlone = 0.3;
+    double before = 0;
+    double last = 0;
+    int number = -1;
+    for (const auto& [when, look] : run.screen) {
+        if (look.number < 0 || look.number == number || when > time) {
+            continue;
+        }
+        number = look.number;
+        last = when - before < kAlone ? when : last;
+        before = when;
+    }
+    return last;
+}
+
+// When the tone next falls silent after `time`: a graph that restarts begins its fade-in again.
+double NextSilence(const Envelope& envelope, double time) {
+    for (std::size_t i = 0; i + 3 < envelope.amplitudes.size(); ++i) {
+        if (envelope.Time(i) > time &&
+            std::ranges::all_of(envelope.amplitudes.begin() + static_cast<std::ptrdiff_t>(i),
+                                envelope.amplitudes.begin() + static_cast<std::ptrdiff_t>(i) + 3,
+                                [](double value) { return value < 0.02; })) {
+            return envelope.Time(i);
+        }
+    }
+    return 0;
+}
+
+// stops.ts has pictures up to its second 8 only; they begin to be sent at second 5.
+constexpr const char* kStart = "0 seek 4.5\n+0 play 1\n+0 wait picture 20\n";
+const std::vector<std::string> kStallOptions{"--set",     "KorvixCodec=1", "--set",
+                                             "UseVMR9=0", "--set",         "AudioUnmuteMsec=0"};
+
+// Counts are tenths of a second, looked at each second: above 30 the graph restarts, above 100 the player ends.
+std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
+    std::puts(" pictures stop and stay away");
+    const ProgrammeRun run = RunScript(where, sound, kStallOptions,
+                                       std::string(kStart) + "+0 wait exit 0xFFFFFFFF 25\n", "stops.ts");
+    std::string wrong = run.failure;
+    const double end = run.Time("player exit");
+    const double last = LastPicture(run, end - 5);
+    Report("last picture to the graph's restart",
+           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 2.7, 4.7, wrong);
+    Report("last picture to the end with 0xFFFFFFFF", end - last, 10, 12.5, wrong);
+    return wrong;
+}
+
+std::string Returns(const Surroundings& where, SoundWatch& sound) {
+    std::puts(" pictures stop, and return after the restart");
+    const ProgrammeRun run = RunScript(
+        where, sound, kStallOptions, std::string(kStart) + "+8 seek 0.5\n+6 mark end\n+0 quit\n", "stops.ts");
+    std::string wrong = run.failure;
+    const double back = run.Time("seek 0.5");
+    const double end = run.Time("mark end");
+    const double last = LastPicture(run, back);
+    Report("last picture to the graph's restart",
+           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 2.7, 4.7, wrong);
+    Report("longest hold from 1.5 s after the return on", LongestHold(run, back + 1.5, end), 0, 0.5, wrong);
+    const std::vector<LipSync> pairs = LipSyncs(run, back + 1.5, end);
+    double worst = pairs.size() < 3 ? 1 : 0; // 1: no marks
+    for (const LipSync& pair : pairs) {
+        worst = std::max(worst, std::abs(pair.soundLate));
+    }
+    Report("lip sync then", worst, 0, 0.080, wrong);
+    return wrong;
+}
+
+} // namespace
+
+bool RunTimers(const Surroundings& where, SoundWatch& sound) {
+    bool right = true;
+    for (const auto& measure : {Fade, StaysAway, Returns}) {
+        std::string wrong = measure(where, sound);
+        for (int attempt = 1; !wrong.empty() && attempt < kAttempts; ++attempt) {
+            std::printf(" again:%s\n", wrong.c_str());
+            wrong = measure(where, sound);
+        }
+        right = right && wrong.empty();
+    }
+    return right;
+}
+
+} // namespace vistrame::live
