@@ -33,9 +33,10 @@ void PrintHelp() {
         "vistrame-analyzer.exe [options] [STREAM]\n"
         "Plays a transport-stream file through vistrame.exe as the analyzer would.\n\n" +
         OptionsHelp() +
-        "\nA script has one command per line: a time, a command, its arguments; # starts a comment. A time "
-        "is\n"
-        "seconds since the script's start, or with + in front, since the line before it was done.\n\n" +
+        "\nA script has one command per line: a time, a command, its arguments; # starts a comment. A time\n"
+        "is seconds since the script's start (5.0), since the line before was done (+1.5), or both, and "
+        "then\n"
+        "the later one (5.0+1.5).\n\n" +
         ScriptHelp() + "\nPlayer settings for --set and set:\n\n" + SettingsHelp() +
         "\nExit codes: 0 well, 1 usage, 2 stream, 3 programme, 4 player not started, 5 player ended "
         "otherwise than\n"

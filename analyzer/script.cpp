@@ -167,16 +167,15 @@ constexpr std::array kCommands{
 
 // Empty: understood.
 std::string ParseLine(const std::vector<std::string>& words, ScriptLine& line) {
-    std::string_view time = words[0];
-    line.relative = time.starts_with('+');
-    if (line.relative) {
-        time.remove_prefix(1);
-    }
-    const auto seconds = ParseAmount(time, kLongest);
-    if (!seconds) {
+    const std::string_view time = words[0];
+    const std::size_t plus = time.find('+');
+    const auto seconds = plus == 0 ? 0 : ParseAmount(time.substr(0, plus), kLongest);
+    const auto after = plus == std::string_view::npos ? 0 : ParseAmount(time.substr(plus + 1), kLongest);
+    if (!seconds || !after) {
         return "\"" + words[0] + "\" is no time";
     }
     line.seconds = *seconds;
+    line.after = *after;
     if (words.size() < 2) {
         return "a command is missing";
     }

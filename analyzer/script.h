@@ -64,9 +64,9 @@ using Action =
                  BeginMotionAction, EndMotionAction, MarkAction, EndAction>;
 
 struct ScriptLine {
-    int number = 0; // in the file, from 1
-    double seconds = 0;
-    bool relative = false; // to the end of the line before, otherwise to the script's start
+    int number = 0;     // in the file, from 1
+    double seconds = 0; // since the script's start, and
+    double after = 0;   // since the end of the line before: whichever is later
     Action action;
 };
 

@@ -126,7 +126,7 @@ Outcome Session::RunScript() {
     const double begin = EventLog::Now();
     double done = begin;
     for (const ScriptLine& line : script_.lines) {
-        Outcome outcome = WaitUntil((line.relative ? done : begin) + line.seconds * 1000);
+        Outcome outcome = WaitUntil(std::max(begin + line.seconds * 1000, done + line.after * 1000));
         if (outcome.Ok() && !Ending()) {
             outcome = Execute(line.action);
         }

@@ -85,7 +85,7 @@ TEST(Script, EveryCommandIsRead) {
         "0.0 play 1 # and another\r\n"
         "\n"
         "+1.5\tplay 2 audio 0x1ff\n"
-        "5 command 0x6 0xFFFFFFFF\n"
+        "5.0+.5 command 0x6 0xFFFFFFFF\n"
         "5 run\n5 stop\n5 pause\n5 discontinuity\n5 unmute 250\n5 unmute\n"
         "6 stall\n6 resume\n6 resume backlog\n6 resume skip\n"
         "7 seek 12.5\n7 seek 0 announced\n"
@@ -95,9 +95,11 @@ TEST(Script, EveryCommandIsRead) {
     ASSERT_EQ(script.error, "");
     ASSERT_EQ(script.lines.size(), 28U);
     EXPECT_EQ(script.lines[0].number, 2);
-    EXPECT_FALSE(script.lines[0].relative);
-    EXPECT_TRUE(script.lines[1].relative);
-    EXPECT_DOUBLE_EQ(script.lines[1].seconds, 1.5);
+    const std::pair<double, double> times[] = {{0, 0}, {0, 1.5}, {5, 0.5}, {5, 0}};
+    for (std::size_t i = 0; i < std::size(times); ++i) {
+        EXPECT_DOUBLE_EQ(script.lines[i].seconds, times[i].first) << i;
+        EXPECT_DOUBLE_EQ(script.lines[i].after, times[i].second) << i;
+    }
     EXPECT_EQ(At<PlayAction>(script, 0).programme, 1);
     EXPECT_FALSE(At<PlayAction>(script, 0).audioPid);
     EXPECT_EQ(At<PlayAction>(script, 1).audioPid, 0x1FF);
@@ -136,6 +138,8 @@ TEST(Script, TheFirstWrongLineIsToldByItsNumber) {
         {"soon play 1", "line 1: \"soon\" is no time"},
         {"-1 play 1", "is no time"},
         {"nan play 1", "is no time"},
+        {"+ play 1", "is no time"},
+        {"5+1+1 play 1", "is no time"},
         {"1e3 play 1", "is no time"},
         {"\n\n2.0", "line 3: a command is missing"},
         {"0 play 1\n1 fly\n2 swim", "line 2: \"fly\" is no command"},

@@ -44,6 +44,15 @@ void Choose(HWND window, int row) {
                  reinterpret_cast<LPARAM>(list));
 }
 
+// Without a player no programme is marked; until the window knows, a choice made from outside would be undone.
+void WaitForNoChoice(HWND window) {
+    HWND list = Child(window, "LISTBOX", nullptr);
+    for (DWORD waited = 0; waited < kLimitMsec && SendMessageA(list, LB_GETCURSEL, 0, 0) != LB_ERR;
+         waited += 20) {
+        Sleep(20);
+    }
+}
+
 DWORD StoredUnmuteDelay() {
     DWORD value = 0;
     DWORD size = sizeof value;
@@ -83,6 +92,7 @@ TEST(Window, ClicksBecomeCommandsAndSettings) {
 
     Press(window, "Quit player");
     EXPECT_TRUE(run.WaitForLine("player exit 0x00000000", kLimitMsec));
+    WaitForNoChoice(window);
     Choose(window, 0);
     EXPECT_TRUE(run.WaitForLine("select programme 1", kLimitMsec));
     PostMessageA(window, WM_CLOSE, 0, 0);
