@@ -99,7 +99,9 @@ start_wine_server() {
         wine_surroundings
         wine_environment
         export HOME=$VISTRAME_SESSION/home
-        exec "${in_wine[@]}" "$wine_server" -p120
+        "${in_wine[@]}" "$wine_server" -p120
+        # Wine's services come with the first program and hold on to its output: nobody else's but this one's.
+        exec "${in_wine[@]}" "$wine_loader" cmd /c exit
     ) >"$VISTRAME_SESSION/wineserver.log" 2>&1 8>&- || die "Wine's server does not start; see $VISTRAME_SESSION/wineserver.log"
 }
 
