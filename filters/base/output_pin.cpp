@@ -164,12 +164,18 @@ HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
         return VFW_E_NOT_CONNECTED;
     }
     const HRESULT result = allocator_->GetBuffer(sample->ReleaseAndGetAddressOf(), nullptr, nullptr, flags);
-    if (FAILED(result) || !announceType_) {
+    if (FAILED(result)) {
         return result;
     }
-    const MediaType type = Type();
-    AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given
-    (void)(*sample)->SetMediaType(&fields);
+    AM_MEDIA_TYPE* asked = nullptr;
+    if ((*sample)->GetMediaType(&asked) == S_OK && asked != nullptr) {
+        SetType(MediaType(*asked)); // how the peer wants its buffers filled from now on: longer lines, say
+        MediaType::FreeTaskCopy(asked);
+    } else if (announceType_) {
+        const MediaType type = Type();
+        AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given
+        (void)(*sample)->SetMediaType(&fields);
+    }
     announceType_ = false;
     return result;
 }

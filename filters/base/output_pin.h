@@ -40,7 +40,7 @@ public:
     // Changes the agreed type in mid-stream, on the streaming thread with no buffer of this pin outstanding
     // here: asks the peer (QueryAccept, then ReceiveConnection for peers that only reconnect) and enlarges
     // the allocator's buffers to `bufferBytes` where they are smaller. The next sample from GetBuffer carries
-    // the type. S_OK, or the type in force stays.
+    // the type, or the peer's own wish where it puts one on its buffers. S_OK, or the type in force stays.
     HRESULT ChangeType(const MediaType& type, long bufferBytes);
 
     // Bytes one buffer of the allocator holds; 0 while not connected.

@@ -1,7 +1,6 @@
 #include "filters/decoders/audio_decoder_filter.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -109,7 +108,7 @@ void AudioDecoderFilter::Restart() {
     if (decoder_ != nullptr) {
         decoder_->Flush();
     }
-    base_.reset();
+    placement_.Restart();
     discontinuity_ = true;
 }
 
@@ -131,38 +130,50 @@ HRESULT AudioDecoderFilter::Transform(IMediaSample* sample) {
 }
 
 void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) {
-    if (time) {
-        const REFERENCE_TIME expected = base_.value_or(0) + counted_ * kUnitsPerSecond / format_.rate;
-        if (!base_ || std::abs(*time - expected) > kTolerance) {
-            discontinuity_ |= base_.has_value();
-            base_ = time;
-            counted_ = 0;
-        }
+    const auto channels = static_cast<std::size_t>(format_.channels);
+    const auto count = static_cast<std::int64_t>(samples.size() / channels);
+    REFERENCE_TIME now = 0;
+    const bool running = StreamTime(&now);
+    const SoundPlacement::Placement place =
+        placement_.Place(count, format_.rate, time, running ? std::optional(now) : std::nullopt);
+    if (place.skipped == count) {
+        return;
     }
-    if (!base_) {
-        return; // sound that nothing tells the time of cannot be kept with the picture
+    discontinuity_ |= place.discontinuity;
+    REFERENCE_TIME start = place.start;
+    if (place.silence > 0) {
+        const std::vector<std::int16_t> silence(static_cast<std::size_t>(place.silence) * channels);
+        start = Deliver(silence, start);
     }
-    const std::size_t room = static_cast<std::size_t>(Output().BufferBytes()) / kSampleBytes /
-                             static_cast<std::size_t>(format_.channels) *
-                             static_cast<std::size_t>(format_.channels);
-    while (!samples.empty() && room > 0) {
-        const auto part = samples.first(std::min(room, samples.size()));
-        Deliver(part);
-        samples = samples.subspan(part.size());
-        counted_ += static_cast<std::int64_t>(part.size()) / format_.channels;
-    }
+    (void)Deliver(samples.subspan(static_cast<std::size_t>(place.skipped) * channels),
+                  start); // where it ends
 }
 
-void AudioDecoderFilter::Deliver(std::span<const std::int16_t> samples) {
+// In pieces that fit the buffers. When the last of it ends.
+REFERENCE_TIME AudioDecoderFilter::Deliver(std::span<const std::int16_t> samples, REFERENCE_TIME start) {
+    const auto channels = static_cast<std::size_t>(format_.channels);
+    const std::size_t room =
+        static_cast<std::size_t>(Output().BufferBytes()) / kSampleBytes / channels * channels;
+    std::int64_t delivered = 0; // frames
+    const auto end = [&] { return start + delivered * kUnitsPerSecond / format_.rate; };
+    while (!samples.empty() && room > 0) {
+        const auto part = samples.first(std::min(room, samples.size()));
+        samples = samples.subspan(part.size());
+        const REFERENCE_TIME begin = end();
+        delivered += static_cast<std::int64_t>(part.size() / channels);
+        DeliverPiece(part, begin, end());
+    }
+    return end();
+}
+
+void AudioDecoderFilter::DeliverPiece(std::span<const std::int16_t> samples, REFERENCE_TIME start,
+                                      REFERENCE_TIME stop) {
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
     if (FAILED(Output().GetBuffer(&sample)) || FAILED(sample->GetPointer(&buffer))) {
         return; // not connected, stopping or flushing
     }
     std::memcpy(buffer, samples.data(), samples.size_bytes());
-    const std::int64_t end = counted_ + static_cast<std::int64_t>(samples.size()) / format_.channels;
-    REFERENCE_TIME start = *base_ + counted_ * kUnitsPerSecond / format_.rate;
-    REFERENCE_TIME stop = *base_ + end * kUnitsPerSecond / format_.rate;
     // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
     (void)sample->SetActualDataLength(static_cast<long>(samples.size_bytes()));
     (void)sample->SetTime(&start, &stop);

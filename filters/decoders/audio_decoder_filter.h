@@ -2,6 +2,7 @@
 
 #include "filters/base/transform_filter.h"
 #include "filters/decoders/audio_decoder.h"
+#include "filters/decoders/sound_placement.h"
 
 namespace vistrame {
 
@@ -9,16 +10,13 @@ namespace vistrame {
 // of the connected format: 48 kHz stereo by preference, whatever the stream has.
 //
 // Samples hold stretches of the stream cut anywhere; a sample's time is that of the first frame that starts in
-// it. Times of the sound run on from sample to sample and follow the stream's own where those differ by more
-// than kTolerance, which is then a discontinuity.
+// it. Times of the sound run on from sample to sample and follow the stream's own where those differ clearly; how
+// that reaches the renderer is SoundPlacement's matter.
 //
 // Pins       "In", "Out".
 // Errors     damaged data never comes back as an error: the graph goes on.
 class AudioDecoderFilter final : public TransformFilter, private SoundSink {
 public:
-    // Above the rounding of 90 kHz stamps and their jitter, below what is noticed as a wrong lip.
-    static constexpr REFERENCE_TIME kTolerance = 100'000; // 10 ms
-
     AudioDecoderFilter();
 
 protected:
@@ -38,15 +36,14 @@ private:
     ~AudioDecoderFilter() override = default;
 
     void OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) override;
-    void Deliver(std::span<const std::int16_t> samples);
+    REFERENCE_TIME Deliver(std::span<const std::int16_t> samples, REFERENCE_TIME start);
+    void DeliverPiece(std::span<const std::int16_t> samples, REFERENCE_TIME start, REFERENCE_TIME stop);
     void Restart();
 
     std::unique_ptr<AudioDecoder> decoder_; // for coding_
     Coding coding_ = Coding::kOther;
     SoundFormat format_;
-    // Where the next sound belongs: `counted_` samples after `base_`, so that nothing is lost to rounding.
-    std::optional<REFERENCE_TIME> base_;
-    std::int64_t counted_ = 0;
+    SoundPlacement placement_;
     bool discontinuity_ = true;
 };
 

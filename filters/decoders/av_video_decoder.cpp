@@ -79,7 +79,6 @@ public:
 private:
     void BeginAnew() {
         avcodec_flush_buffers(context_.get());
-        context_->flags &= ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
         firstShown_ = false;
     }
 
@@ -120,9 +119,6 @@ private:
 
     void ShowFrame() {
         firstShown_ = true;
-        // From the first whole picture on a damaged one is better than none.
-        context_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
-
         Picture picture;
         std::copy_n(frame_->data, picture.planes.size(), picture.planes.begin());
         std::copy_n(frame_->linesize, picture.strides.size(), picture.strides.begin());

@@ -55,8 +55,7 @@ void PictureOutput::Start() {
 void PictureOutput::WarmUp() {
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
-    if (std::exchange(warm_, true) || !pin_.IsConnected() || FAILED(pin_.GetBuffer(&sample, AM_GBF_NOWAIT)) ||
-        FAILED(sample->GetPointer(&buffer)) ||
+    if (warm_ || !pin_.IsConnected() || !TakeBuffer(&sample, &buffer, AM_GBF_NOWAIT) ||
         !PictureWriter::FillBlack(target_, buffer, sample->GetSize())) {
         return;
     }
@@ -89,17 +88,8 @@ void PictureOutput::OnPicture(const Picture& picture) {
 void PictureOutput::Show(const Picture& picture) {
     Agree(picture);
     ComPtr<IMediaSample> sample;
-    if (FAILED(pin_.GetBuffer(&sample))) {
-        return; // stopping or flushing
-    }
-    warm_ = true;
-    AM_MEDIA_TYPE* asked = nullptr;
-    if (sample->GetMediaType(&asked) == S_OK && asked != nullptr) {
-        target_ = ReadPictureType(MediaType(*asked)).value_or(target_);
-        MediaType::FreeTaskCopy(asked);
-    }
     BYTE* buffer = nullptr;
-    if (FAILED(sample->GetPointer(&buffer)) ||
+    if (!TakeBuffer(&sample, &buffer, 0) ||
         !writer_.Write(picture, target_, fit_, buffer, sample->GetSize())) {
         return;
     }
@@ -112,6 +102,20 @@ void PictureOutput::Show(const Picture& picture) {
     (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
     (void)sample->SetPreroll(FALSE);
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
+}
+
+// A buffer to fill as target_ then says: the renderer may have put a layout of its own on it. False when stopping.
+bool PictureOutput::TakeBuffer(ComPtr<IMediaSample>* sample, BYTE** buffer, DWORD flags) {
+    if (FAILED(pin_.GetBuffer(sample, flags))) {
+        return false;
+    }
+    warm_ = true;
+    AM_MEDIA_TYPE* type = nullptr;
+    if ((*sample)->GetMediaType(&type) == S_OK && type != nullptr) {
+        target_ = ReadPictureType(MediaType(*type)).value_or(target_);
+        MediaType::FreeTaskCopy(type);
+    }
+    return SUCCEEDED((*sample)->GetPointer(buffer));
 }
 
 VideoSkip PictureOutput::WantedSkip(std::optional<REFERENCE_TIME> data) {

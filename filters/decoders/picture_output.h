@@ -65,6 +65,7 @@ private:
     };
 
     void Show(const Picture& picture);
+    bool TakeBuffer(ComPtr<IMediaSample>* sample, BYTE** buffer, DWORD flags);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
     bool TryType(const MediaType& type);

@@ -186,7 +186,7 @@ TEST(AudioDecoder, LossAndJumpsKeepTheTimesRight) {
     for (std::size_t i = 1; i < samples.size(); ++i) {
         const auto length = static_cast<REFERENCE_TIME>(samples[i - 1].data.size()) / 4 * 10'000'000 / 48'000;
         const REFERENCE_TIME gap = *samples[i].time - *samples[i - 1].time - length;
-        if (std::abs(gap) > AudioDecoderFilter::kTolerance) {
+        if (std::abs(gap) > SoundPlacement::kTolerance) {
             gaps.push_back(gap / kMs);
             EXPECT_TRUE(samples[i].discontinuity);
         }

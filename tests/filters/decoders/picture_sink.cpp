@@ -1,6 +1,9 @@
 #include "tests/filters/decoders/picture_sink.h"
 
 #include <cstdlib>
+#include <utility>
+
+#include <dvdmedia.h>
 
 namespace vistrame::test {
 
@@ -17,7 +20,7 @@ bool IsNear(Rgb a, Rgb b, int tolerance) {
 
 Rgb PictureView::At(int x, int y) const {
     const std::uint8_t* pixel =
-        data + (static_cast<std::ptrdiff_t>(bottomUp ? height - 1 - y : y) * width + x) * 4;
+        data + (static_cast<std::ptrdiff_t>(bottomUp ? height - 1 - y : y) * stride + x) * 4;
     return {pixel[2], pixel[1], pixel[0]};
 }
 
@@ -49,9 +52,65 @@ bool PictureView::HasColumns() const {
     return true;
 }
 
+namespace {
+
+// Puts on the first buffer after connecting how the lines are to be laid out, as renderers with surfaces do.
+class PaddingAllocator final : public WithInterfaces<ComObject, IMemAllocator> {
+public:
+    PaddingAllocator(ComPtr<IMemAllocator> inner, InputPin& pin, int padding)
+        : inner_(std::move(inner)), pin_(pin), padding_(padding) {}
+
+    HRESULT STDMETHODCALLTYPE SetProperties(ALLOCATOR_PROPERTIES* wanted,
+                                            ALLOCATOR_PROPERTIES* actual) override {
+        ALLOCATOR_PROPERTIES larger = *wanted;
+        larger.cbBuffer *= 2;
+        return inner_->SetProperties(&larger, actual);
+    }
+    HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* now) override {
+        return inner_->GetProperties(now);
+    }
+    HRESULT STDMETHODCALLTYPE Commit() override { return inner_->Commit(); }
+    HRESULT STDMETHODCALLTYPE Decommit() override { return inner_->Decommit(); }
+    HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** sample, REFERENCE_TIME*, REFERENCE_TIME*,
+                                        DWORD) override {
+        const HRESULT result = inner_->GetBuffer(sample, nullptr, nullptr, 0);
+        if (SUCCEEDED(result) && padding_ != 0) {
+            VIDEOINFOHEADER2 format = *pin_.Type().FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
+            format.bmiHeader.biWidth += std::exchange(padding_, 0);
+            MediaType type(pin_.Type());
+            type.SetFormat(FORMAT_VideoInfo2, format);
+            EXPECT_EQ((*sample)->SetMediaType(&type.Fields()), S_OK);
+        }
+        return result;
+    }
+    HRESULT STDMETHODCALLTYPE ReleaseBuffer(IMediaSample* sample) override {
+        return inner_->ReleaseBuffer(sample);
+    }
+
+private:
+    ~PaddingAllocator() override = default;
+
+    ComPtr<IMemAllocator> inner_;
+    InputPin& pin_;
+    int padding_;
+};
+
+} // namespace
+
 class PictureSinkFilter::Pin final : public InputPin {
 public:
     explicit Pin(PictureSinkFilter& owner) : InputPin(owner, L"In"), owner_(owner) {}
+
+    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
+        ComPtr<IMemAllocator> inner;
+        const HRESULT result = InputPin::GetAllocator(&inner);
+        if (SUCCEEDED(result) && owner_.padding != 0) {
+            *allocator = MakeObject<PaddingAllocator>(inner, *this, owner_.padding).Detach();
+            return S_OK;
+        }
+        *allocator = inner.Detach();
+        return result;
+    }
 
     HRESULT CheckMediaType(const MediaType& type) override {
         const auto picture = ReadPictureType(type);
@@ -75,7 +134,7 @@ protected:
             return E_UNEXPECTED;
         }
         EXPECT_EQ(sample->GetActualDataLength(), type->Bytes());
-        const PictureView view{data, type->width, type->height, !type->topDown};
+        const PictureView view{data, type->width, type->height, type->stride, !type->topDown};
         SeenPicture seen;
         REFERENCE_TIME start = 0;
         if (SUCCEEDED(sample->GetTime(&start, &seen.stop))) {

@@ -25,6 +25,7 @@ struct PictureView {
     const std::uint8_t* data;
     int width;
     int height;
+    int stride; // pixels
     bool bottomUp;
 
     Rgb At(int x, int y) const;
@@ -59,6 +60,7 @@ public:
     // Set before running. A running renderer's answers to another type:
     bool reconnects = true;    // ReceiveConnection
     bool acceptsAspect = true; // QueryAccept of another aspect
+    int padding = 0;           // pixels it wants between the lines, as its buffers then tell
 
     std::vector<SeenPicture> Seen() const;
     std::size_t Count() const;

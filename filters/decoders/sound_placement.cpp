@@ -1,0 +1,66 @@
+#include "filters/decoders/sound_placement.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "filters/base/reference_time.h"
+
+namespace vistrame {
+
+namespace {
+
+std::int64_t Frames(std::int64_t time, int rate) {
+    return (time * rate + kUnitsPerSecond / 2) / kUnitsPerSecond;
+}
+
+std::int64_t Time(std::int64_t frames, int rate) {
+    return frames * kUnitsPerSecond / rate;
+}
+
+} // namespace
+
+void SoundPlacement::Restart() {
+    base_.reset();
+    rendered_.reset();
+}
+
+std::int64_t SoundPlacement::Expected(int rate) const {
+    return base_.value_or(0) + Time(counted_, rate);
+}
+
+SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
+                                                std::optional<std::int64_t> time,
+                                                std::optional<std::int64_t> now) {
+    if (time && (!base_ || std::abs(*time - Expected(rate)) > kTolerance)) {
+        base_ = time;
+        counted_ = 0;
+    }
+    if (!base_) {
+        return {.skipped = count}; // nothing tells its time, so it cannot be kept with the picture
+    }
+    Placement placement{.start = Expected(rate)};
+    counted_ += count;
+    if (rendered_ && now && *rendered_ < *now) {
+        rendered_.reset(); // it has run dry
+    }
+    const std::int64_t earliest = rendered_ ? *rendered_ : now ? *now + kLead : placement.start;
+    const std::int64_t ahead = placement.start - earliest;
+    const std::int64_t exact = rendered_ ? kTolerance : 0;
+    if (ahead < -exact) {
+        placement.skipped = std::min(Frames(-ahead, rate), count);
+        placement.start += Time(placement.skipped, rate);
+        if (placement.skipped == count) {
+            return placement;
+        }
+    }
+    if (!rendered_ || ahead > kFilled) {
+        placement.discontinuity = true;
+    } else if (ahead > exact) {
+        placement.silence = Frames(ahead, rate);
+        placement.start -= ahead;
+    }
+    rendered_ = Expected(rate);
+    return placement;
+}
+
+} // namespace vistrame

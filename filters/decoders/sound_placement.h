@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace vistrame {
+
+// Says how decoded sound is handed to a renderer so that it is heard at its time.
+//
+// A sound renderer looks at a sample's time only behind a discontinuity, and there only to wait: sound that comes late
+// or overlaps what went before is played whole, a gap of less than 50 ms is closed, and everything behind it stays that
+// much late or early. So what is late or overlapping is left out here, a small gap is filled with silence, and a large
+// one, or a renderer that has run dry, begins anew with a discontinuity.
+//
+// Units      100 ns of stream time; frames (a sample of each channel).
+// Threads    none of its own: one instance per stream, used under the filter's stream lock.
+class SoundPlacement {
+public:
+    // Above the rounding of 90 kHz stamps and their jitter, below what is noticed as a wrong lip.
+    static constexpr std::int64_t kTolerance = 100'000; // 10 ms
+    // Above the renderer's own limit for a gap that it closes.
+    static constexpr std::int64_t kFilled = 600'000;
+    // What the renderer needs to begin in time: its write-ahead and a thread's turn.
+    static constexpr std::int64_t kLead = 200'000;
+
+    struct Placement {
+        std::int64_t skipped =
+            0; // frames to leave out at the beginning; all of them: nothing is to be played
+        std::int64_t silence = 0; // frames to put before the rest
+        bool discontinuity = false;
+        std::int64_t start = 0; // of what is played, silence included
+    };
+
+    // Forgets everything: the renderer is empty.
+    void Restart();
+    // Places `count` frames; `time`: when the first is to be heard, if known; `now`: the stream time, while it runs.
+    Placement Place(std::int64_t count, int rate, std::optional<std::int64_t> time,
+                    std::optional<std::int64_t> now);
+
+private:
+    std::int64_t Expected(int rate) const;
+
+    // Where the next sound belongs: `counted_` frames after `base_`, so that nothing is lost to rounding.
+    std::optional<std::int64_t> base_;
+    std::int64_t counted_ = 0;
+    // Where the renderer's sound ends; nothing when it has none.
+    std::optional<std::int64_t> rendered_;
+};
+
+} // namespace vistrame
