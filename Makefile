@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build test play format-check tidy bench fuzz clean
+.PHONY: help setup build test live play format-check tidy bench fuzz clean
 
 help: ## this list
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/  make \1|\2/p' $(MAKEFILE_LIST) | awk -F'|' '{printf "%-20s %s\n", $$1, $$2}'
@@ -10,6 +10,9 @@ play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
 
 test: ## build everything and run every test
 	@tools/test
+
+live: ## measure every coding, demultiplexer, renderer and clock on the built player
+	@tools/test live
 
 build: ## build the product: build/mingw32
 	@tools/setup play
