@@ -18,6 +18,7 @@
 #include <vmr9.h>
 
 #include "graph/maker_interfaces.h"
+#include "tests/support/messages.h"
 
 namespace vistrame::test {
 
@@ -31,6 +32,16 @@ public:
     std::vector<std::string> Take() {
         const std::lock_guard hold(lock_);
         return std::exchange(lines_, {});
+    }
+    // The same, once there are `count` of them or five seconds are over; messages are dispatched meanwhile.
+    std::vector<std::string> TakeWhen(std::size_t count) {
+        (void)PumpUntil(
+            [this, count] {
+                const std::lock_guard hold(lock_);
+                return lines_.size() >= count;
+            },
+            5000);
+        return Take();
     }
 
 private:

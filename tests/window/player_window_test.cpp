@@ -226,7 +226,7 @@ TEST_F(PlayerWindowTest, TheVideoFollowsTheClientArea) {
     test::FakeObject video(record, "video");
     ThePlayerGraph().videoWindow = &video.Offer<RecordingVideoWindow>();
     const RECT client = Client();
-    ValidateRect(Window(), nullptr);
+    RedrawWindow(Window(), nullptr, nullptr, RDW_VALIDATE | RDW_NOERASE);
     EXPECT_EQ(SendMessageA(Window(), WM_SIZE, SIZE_RESTORED, MAKELPARAM(1, 2)),
               0); // the rectangle is asked for
     EXPECT_EQ(record.lines,
@@ -234,6 +234,10 @@ TEST_F(PlayerWindowTest, TheVideoFollowsTheClientArea) {
     RECT invalid{};
     EXPECT_TRUE(GetUpdateRect(Window(), &invalid, FALSE));
     EXPECT_TRUE(EqualRect(&invalid, &client));
+    PAINTSTRUCT paint;
+    BeginPaint(Window(), &paint);
+    EXPECT_FALSE(paint.fErase);
+    EndPaint(Window(), &paint);
     ThePlayerGraph().videoWindow.Reset();
 
     ValidateRect(Window(), nullptr);
