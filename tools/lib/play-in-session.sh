@@ -49,8 +49,8 @@ done &
 watcher=$!
 wait "$analyzer_pid" && code=0 || code=$?
 wait "$watcher" || true
-for name in $(sed -n 's/^[^#]* mark \([^ ]*\).*/\1/p' "$script"); do
+while read -r name; do
     [ "$code" != 0 ] || [ -s "$out/$name.png" ] || code=1
-done
+done < <(sed -n 's/^[^#]* mark \([^ ]*\).*/\1/p' "$script")
 printf '     Playing: %d s, exit code %d\n' $((SECONDS - started)) "$code" >&3
 exit "$code"
