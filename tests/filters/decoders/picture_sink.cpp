@@ -54,7 +54,8 @@ bool PictureView::HasColumns() const {
 
 namespace {
 
-// Puts on the first buffer after connecting how the lines are to be laid out, as renderers with surfaces do.
+// Puts on its buffers how the lines are to be laid out, until the pin has a type that says so: like a renderer with
+// surfaces.
 class PaddingAllocator final : public WithInterfaces<ComObject, IMemAllocator> {
 public:
     PaddingAllocator(ComPtr<IMemAllocator> inner, InputPin& pin, int padding)
@@ -74,10 +75,10 @@ public:
     HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** sample, REFERENCE_TIME*, REFERENCE_TIME*,
                                         DWORD) override {
         const HRESULT result = inner_->GetBuffer(sample, nullptr, nullptr, 0);
-        if (SUCCEEDED(result) && padding_ != 0) {
-            VIDEOINFOHEADER2 format = *pin_.Type().FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
-            format.bmiHeader.biWidth += std::exchange(padding_, 0);
-            MediaType type(pin_.Type());
+        MediaType type(pin_.Type());
+        auto format = *type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
+        if (SUCCEEDED(result) && format.bmiHeader.biWidth == format.rcTarget.right) {
+            format.bmiHeader.biWidth += padding_;
             type.SetFormat(FORMAT_VideoInfo2, format);
             EXPECT_EQ((*sample)->SetMediaType(&type.Fields()), S_OK);
         }
@@ -92,7 +93,7 @@ private:
 
     ComPtr<IMemAllocator> inner_;
     InputPin& pin_;
-    int padding_;
+    const int padding_;
 };
 
 } // namespace
@@ -134,6 +135,7 @@ protected:
             return E_UNEXPECTED;
         }
         EXPECT_EQ(sample->GetActualDataLength(), type->Bytes());
+        EXPECT_EQ(type->stride - type->width, owner_.padding);
         const PictureView view{data, type->width, type->height, type->stride, !type->topDown};
         SeenPicture seen;
         REFERENCE_TIME start = 0;

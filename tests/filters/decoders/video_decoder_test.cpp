@@ -252,15 +252,16 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
     }
 }
 
+// Before and after the renderer has reconnected with the picture's size.
 TEST(VideoDecoder, ARendererMayAskForLongerLines) {
-    const std::vector<StreamPiece> pieces = ReadStream("hevc_1080p.ts", true);
-    Playback playback({MEDIATYPE_Video, FourCc("HEVC")}, [](PictureSinkFilter& sink) { sink.padding = 128; });
+    const std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
+    Playback playback(Mpeg2(), [](PictureSinkFilter& sink) { sink.padding = 128; });
     playback.Send({pieces.begin(), pieces.begin() + 10});
     const std::vector<SeenPicture> seen = playback.Finish();
     ASSERT_EQ(seen.size(), 11u);
     EXPECT_TRUE(
         std::all_of(seen.begin(), seen.end(), [](const SeenPicture& picture) { return picture.columns; }));
-    EXPECT_EQ(seen.back().width, 1920);
+    EXPECT_EQ(seen.back().width, 352);
 }
 
 // Missing times are counted on; a time belongs to the picture that starts in its piece, not to the one decoded.

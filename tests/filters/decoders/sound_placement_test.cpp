@@ -1,0 +1,94 @@
+// Sound at a renderer that behaves as the system's does: it heeds times only behind a discontinuity, and only to wait.
+#include <cstdlib>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "filters/base/reference_time.h"
+#include "filters/decoders/sound_placement.h"
+
+namespace vistrame::test {
+namespace {
+
+constexpr std::int64_t kMs = kUnitsPerMillisecond;
+constexpr int kRate = 48'000;
+constexpr std::int64_t kCount = 1152; // 24 ms
+
+struct Renderer {
+    std::int64_t end = 0; // of what it has
+
+    // When the first of `length` is heard.
+    std::int64_t Play(std::int64_t start, std::int64_t length, bool discontinuity, std::int64_t now) {
+        const bool dry = end < now + 10 * kMs;
+        const std::int64_t position = dry ? now + 10 * kMs : end;
+        const std::int64_t heard =
+            discontinuity && start > position + (dry ? 0 : 50 * kMs) ? start : position;
+        end = heard + length;
+        return heard;
+    }
+};
+
+struct Block {
+    int time;    // ms; when it is to be heard
+    int arrival; // ms; when the decoder has it
+};
+
+// Blocks of 24 ms: their times run on from `first`; each comes `lead` before its time.
+void Append(std::vector<Block>& blocks, int first, int lead, int count) {
+    for (int i = 0; i < count; ++i) {
+        blocks.push_back({first + i * 24, first + i * 24 - lead});
+    }
+}
+
+TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
+    struct Row {
+        const char* what;
+        int moved;      // ms: the times jump by that after a second
+        int lead;       // ms: from then on
+        int playedFrom; // ms: how much of the second part at least, behind the first that may be left out
+    };
+    const Row rows[] = {
+        {"runs on", 0, 200, 0},
+        {"a gap the renderer would close", 30, 200, 0},
+        {"a gap it keeps", 120, 200, 0},
+        {"overlaps", -150, 200, 150},
+        {"comes late for a while", 0, -60, 1200}, // never in time again
+        {"nearly dry", 0, 30, 0},
+        {"pause", 800, 200, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::vector<Block> blocks;
+        Append(blocks, 300, 200, 40);
+        Append(blocks, 300 + 40 * 24 + row.moved, row.lead, 50);
+        SoundPlacement placement;
+        Renderer renderer;
+        std::int64_t now = 0;
+        std::int64_t played = 0; // of the second part
+        for (const Block& block : blocks) {
+            now = std::max(now, block.arrival * kMs);
+            const auto place = placement.Place(kCount, kRate, block.time * kMs, now);
+            if (place.skipped == kCount) {
+                continue;
+            }
+            const std::int64_t frames = kCount - place.skipped + place.silence;
+            const std::int64_t heard =
+                renderer.Play(place.start, frames * kUnitsPerSecond / kRate, place.discontinuity, now);
+            const std::int64_t due =
+                block.time * kMs + (place.skipped - place.silence) * kUnitsPerSecond / kRate;
+            EXPECT_LE(std::abs(heard - due), SoundPlacement::kTolerance + kMs) << block.time;
+            played += &block - blocks.data() >= 40 ? kCount - place.skipped : 0;
+        }
+        EXPECT_GE(played * 1000 / kRate, 1200 - row.playedFrom - 1);
+    }
+}
+
+TEST(SoundPlacement, SoundWithoutAnyTimeIsNotPlayed) {
+    SoundPlacement placement;
+    EXPECT_EQ(placement.Place(kCount, kRate, std::nullopt, 0).skipped, kCount);
+    EXPECT_EQ(placement.Place(kCount, kRate, 500 * kMs, 0).skipped, 0);
+    EXPECT_EQ(placement.Place(kCount, kRate, std::nullopt, 0).start, 524 * kMs);
+}
+
+} // namespace
+} // namespace vistrame::test
