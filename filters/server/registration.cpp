@@ -20,9 +20,9 @@ std::wstring ClassKey(const CLSID& id) {
 
 // One value of a key below HKEY_CLASSES_ROOT; makes the key. A null name is the key's default value.
 HRESULT SetValue(const std::wstring& key, const wchar_t* name, const std::wstring& value) {
-    const auto bytes = static_cast<DWORD>(value.size() * sizeof(wchar_t) + sizeof(wchar_t));
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(
-        RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, value.c_str(), bytes)));
+    const std::size_t bytes = (value.size() + 1) * sizeof(wchar_t);
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ,
+                                                                 value.c_str(), static_cast<DWORD>(bytes))));
 }
 
 bool KeyExists(const std::wstring& key) {
