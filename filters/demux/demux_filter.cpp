@@ -172,6 +172,9 @@ void DemuxFilter::Stopped() {
 }
 
 void DemuxFilter::OnUnit(const StreamUnit& unit) {
+    if (State() == State_Stopped) {
+        return; // what was under way when the filter stopped, given out by the announcement in Starting()
+    }
     const std::optional<REFERENCE_TIME> now = Now();
     const auto& decodeTime = unit.dts ? unit.dts : unit.pts;
     for (const Route& route : routes_) {

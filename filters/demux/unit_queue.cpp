@@ -83,7 +83,7 @@ std::optional<QueuedUnit> UnitQueue::Take() {
     QueuedUnit unit = std::move(units_.front());
     units_.pop_front();
     bytes_ -= unit.data.size();
-    unit.discontinuity = unit.discontinuity || std::exchange(cut_, false);
+    unit.discontinuity = std::exchange(cut_, false) || unit.discontinuity;
     return unit;
 }
 
