@@ -23,8 +23,8 @@ TEST(ReferenceClock, WakesAtTheMomentAndPeriodically) {
     const CoInitialized com;
     const auto feed = MakeObject<FeedFilter>();
     IReferenceClock* clock = feed.Get();
-    const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    const HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 100, nullptr);
+    HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 100, nullptr);
     REFERENCE_TIME now = 0, woken = 0;
     DWORD_PTR cookie = 0;
 
@@ -66,7 +66,7 @@ TEST(ProgramClock, RunsAtThePcrsRateThroughJitterAndNeverBack) {
         const REFERENCE_TIME start = fakeTime;
         REFERENCE_TIME lateStart = 0, lateTime = 0;
         for (int i = 0; i < 180 * 25; ++i) {
-            const REFERENCE_TIME sent = start + i * 40 * kMs;
+            const REFERENCE_TIME sent = start + std::int64_t{i} * 40 * kMs;
             fakeTime = sent + (i * 7919 % 41) * kMs;
             clock.PcrArrived(
                 static_cast<REFERENCE_TIME>(static_cast<double>(sent - start) * (1 + ppm * 1e-6)));

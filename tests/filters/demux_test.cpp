@@ -68,7 +68,7 @@ struct Demux {
         });
         collect(*audio, [](const auto& sample) {
             const int frame = AudioFrameOf(sample);
-            return frame >= 0 ? std::optional(frame * 24 * kMs) : std::nullopt;
+            return frame >= 0 ? std::optional(std::int64_t{frame} * 24 * kMs) : std::nullopt;
         });
         ASSERT_GE(offsets.size(), 15u);
         const auto [least, most] = std::ranges::minmax(offsets);

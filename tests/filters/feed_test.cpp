@@ -95,7 +95,7 @@ TEST(FeedFilter, ABlockedDownstreamNeverBlocksTheCallerAndOverflowIsCountedAndMa
     const Bytes chunk = Numbered(1 << 20, 0);
     const DWORD start = GetTickCount();
     std::uint64_t sent = 0;
-    for (; sent < 2 * FeedFilter::kQueueBytes; sent += chunk.size()) {
+    for (; sent < std::uint64_t{2} * FeedFilter::kQueueBytes; sent += chunk.size()) {
         feed.Deliver(chunk);
     }
     EXPECT_LT(GetTickCount() - start, kPatience); // it returned at all

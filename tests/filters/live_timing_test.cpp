@@ -74,16 +74,16 @@ struct Live {
 
 TEST(LiveTiming, SettlesOnTheStreamThatArrivesLatest) {
     struct Row {
-        const char* name;
         std::int64_t videoAhead, audioAhead;
+        const char* name;
         bool video, audio;
     };
     const Row rows[] = {
-        {"sound close to the clock", 800 * kMs, 150 * kMs, true, true},
-        {"both alike, far ahead", 1400 * kMs, 1400 * kMs, true, true},
-        {"picture close to the clock", 100 * kMs, 700 * kMs, true, true},
-        {"no sound comes", 600 * kMs, 0, true, false},
-        {"no picture comes", 0, 600 * kMs, false, true},
+        {800 * kMs, 150 * kMs, "sound close to the clock", true, true},
+        {1400 * kMs, 1400 * kMs, "both alike, far ahead", true, true},
+        {100 * kMs, 700 * kMs, "picture close to the clock", true, true},
+        {600 * kMs, 0, "no sound comes", true, false},
+        {0, 600 * kMs, "no picture comes", false, true},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

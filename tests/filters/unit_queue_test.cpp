@@ -53,7 +53,7 @@ TEST(UnitQueue, AFullQueueLosesItsOldestGroupsAndNeverRefuses) {
         queue.Open();
         queue.Hold(false);
         for (int group = 0; group < 60; ++group) {
-            PushGroup(queue, group * 10, 9, bytes);
+            PushGroup(queue, std::int64_t{group} * 10, 9, bytes);
         }
         const auto first = queue.Take();
         EXPECT_TRUE(first->randomAccess);
