@@ -59,10 +59,11 @@ need_space() {
     [ "$free" -ge "$2" ] || die "too little disk: $2 MB are needed in $1, $free MB are free. Free some, or set XDG_CACHE_HOME to a folder on a larger disk."
 }
 
-# "URI SUITE" of every Debian 12 source this machine's apt knows (main, updates, security).
+# "URI SUITE" of every Debian 12 source this machine's apt knows (main, updates, security), also before its first
+# update.
 apt_sources() {
-    apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' |
-        awk '$2 ~ /^(bookworm|oldstable)/ && !seen[$0]++'
+    apt-get --print-uris update |
+        sed -n "s#^'\(.*\)/dists/\(bookworm[^/]*\|oldstable[^/]*\)/InRelease'.*#\1 \2#p" | sort -u
 }
 
 # The mirror behind the plain suite, for other suites of the same archive.

@@ -29,7 +29,7 @@ if apt-get "${private[@]}" update && (cd "$work/half" && apt-get "${private[@]}"
 else
     [ -n "${pinned[$version]:-}" ] || die "the archive's i386 index cannot be used now and Wine $version has no pinned checksum. Try again in some hours."
     doing "Wine: the i386 index is out of step; taking the pool's file by its pinned checksum"
-    /usr/lib/apt/apt-helper "${amd64_options[@]}" download-file "$uri${pool/_amd64/_i386}" "$work/half/libwine.deb" \
+    /usr/lib/apt/apt-helper "${amd64_options[@]}" download-file "$uri/${pool/_amd64/_i386}" "$work/half/libwine.deb" \
         "SHA256:${pinned[$version]}"
 fi
 
