@@ -139,6 +139,10 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
     if (place.skipped == count) {
         return;
     }
+    if (place.ranDry) {
+        (void)Output().DeliverBeginFlush(); // a renderer that cannot is late at worst
+        (void)Output().DeliverEndFlush();
+    }
     discontinuity_ |= place.discontinuity;
     REFERENCE_TIME start = place.start;
     if (place.silence > 0) {

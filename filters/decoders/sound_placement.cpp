@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "filters/base/reference_time.h"
 
@@ -22,6 +23,7 @@ std::int64_t Time(std::int64_t frames, int rate) {
 void SoundPlacement::Restart() {
     base_.reset();
     rendered_.reset();
+    ranDry_ = false;
 }
 
 std::int64_t SoundPlacement::Expected(int rate) const {
@@ -41,7 +43,8 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
     Placement placement{.start = Expected(rate)};
     counted_ += count;
     if (rendered_ && now && *rendered_ < *now) {
-        rendered_.reset(); // it has run dry
+        rendered_.reset();
+        ranDry_ = true;
     }
     const std::int64_t earliest = rendered_ ? *rendered_ : now ? *now + kLead : placement.start;
     const std::int64_t ahead = placement.start - earliest;
@@ -59,6 +62,7 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
         placement.silence = Frames(ahead, rate);
         placement.start -= ahead;
     }
+    placement.ranDry = std::exchange(ranDry_, false);
     rendered_ = Expected(rate);
     return placement;
 }

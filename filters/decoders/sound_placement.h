@@ -9,8 +9,9 @@ namespace vistrame {
 //
 // A sound renderer looks at a sample's time only behind a discontinuity, and there only to wait: sound that comes late
 // or overlaps what went before is played whole, a gap of less than 50 ms is closed, and everything behind it stays that
-// much late or early. So what is late or overlapping is left out here, a small gap is filled with silence, and a large
-// one, or a renderer that has run dry, begins anew with a discontinuity.
+// much late or early. One that has run dry for longer than its buffer no longer knows where in it it stands. So what is
+// late or overlapping is left out here, a small gap is filled with silence, a large one begins anew with a
+// discontinuity, and so does a renderer that has run dry, after a flush.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
@@ -24,10 +25,10 @@ public:
     static constexpr std::int64_t kLead = 200'000;
 
     struct Placement {
-        std::int64_t skipped =
-            0; // frames to leave out at the beginning; all of them: nothing is to be played
+        std::int64_t skipped = 0; // frames to leave out at the beginning; all: nothing is played
         std::int64_t silence = 0; // frames to put before the rest
         bool discontinuity = false;
+        bool ranDry = false;    // the renderer is to be flushed first
         std::int64_t start = 0; // of what is played, silence included
     };
 
@@ -45,6 +46,7 @@ private:
     std::int64_t counted_ = 0;
     // Where the renderer's sound ends; nothing when it has none.
     std::optional<std::int64_t> rendered_;
+    bool ranDry_ = false; // since it was last given something
 };
 
 } // namespace vistrame
