@@ -22,8 +22,7 @@ public:
     HRESULT Activate() override {
         const HRESULT result = OutputPin::Activate();
         if (SUCCEEDED(result) && IsConnected()) {
-            owner_.failed_ = false;
-            owner_.queue_.Start([this](Block& block) { owner_.Send(block); });
+            owner_.Start();
         }
         return result;
     }
@@ -68,7 +67,7 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
         return E_POINTER;
     }
     const std::lock_guard lock(pushLock_);
-    if (!queue_.Running()) {
+    if (started_ && !queue_.Running()) {
         missing_ = true;
         return S_OK;
     }
@@ -81,11 +80,40 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
         return S_OK;
     }
     block.discontinuity = missing_;
+    if (!started_) {
+        missing_ = false;
+        KeepEarly(std::move(block));
+        return S_OK;
+    }
     missing_ = !queue_.TryPush(std::move(block), length);
     if (missing_) {
         droppedBytes_ += length;
     }
     return S_OK;
+}
+
+void FeedFilter::KeepEarly(Block block) {
+    const auto now = std::chrono::steady_clock::now();
+    earlyBytes_ += block.bytes.size();
+    early_.push_back({std::move(block), now});
+    while (earlyBytes_ > kQueueBytes || early_.front().arrival < now - kEarly) {
+        earlyBytes_ -= early_.front().block.bytes.size();
+        early_.pop_front();
+    }
+}
+
+void FeedFilter::Start() {
+    const std::lock_guard lock(pushLock_);
+    failed_ = false;
+    queue_.Start([this](Block& block) { Send(block); });
+    const auto oldest = std::chrono::steady_clock::now() - kEarly;
+    for (EarlyBlock& early : early_) {
+        if (const std::size_t bytes = early.block.bytes.size(); early.arrival >= oldest) {
+            missing_ = !queue_.TryPush(std::move(early.block), bytes) || missing_;
+        }
+    }
+    early_.clear();
+    started_ = true;
 }
 
 HRESULT FeedFilter::SendDiscontinuity() {

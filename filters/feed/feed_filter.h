@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -22,8 +24,10 @@ namespace vistrame {
 // Threads    DeliverData and SendDiscontinuity from any thread at any time, and they never wait for anything
 //            downstream. The worker runs from Pause to Stop.
 // Ownership  data is copied before DeliverData returns.
-// Errors     data that arrives while stopped or unconnected is dropped; data that finds the queue full is dropped
-//            and counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
+// Start      data that arrives before the first Pause or Run is kept, the last kEarly of it: a graph takes a while to
+//            be built, and the random-access picture that a viewer waits for may pass meanwhile.
+// Errors     data that arrives while stopped afterwards is dropped; data that finds the queue full is dropped and
+//            counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
 //            the next sample: live data is not worth an end.
 class FeedFilter final
     : public WithReferenceClock<WithInterfaces<BaseFilter, FeedData, FeedControl, IAMFilterMiscFlags>> {
@@ -31,6 +35,8 @@ public:
     // 3 s of a 40 Mbit/s stream: a longer stall downstream has lost the live edge anyway.
     static constexpr std::size_t kQueueBytes = std::size_t{15} << 20;
     static constexpr std::size_t kQueueItems = 16384; // bounds the overhead of many small deliveries
+    // A graph's building under load; an older random-access picture is not worth showing.
+    static constexpr std::chrono::milliseconds kEarly{1000};
 
     FeedFilter();
 
@@ -59,15 +65,24 @@ private:
         std::vector<BYTE> bytes;
         bool discontinuity = false; // does not continue the block before
     };
+    struct EarlyBlock {
+        Block block;
+        std::chrono::steady_clock::time_point arrival;
+    };
 
     ~FeedFilter() override { (void)Stop(); }
+    void Start();
+    void KeepEarly(Block block);
     void Send(const Block& block);
 
     SystemClockEngine clock_;
     WorkQueue<Block> queue_; // runs while the connected pin is active
-    std::mutex pushLock_;    // keeps data and marks in the order of the calls; guards missing_
-    bool missing_ = true;    // the next block does not continue what went before
-    bool failed_ = false;    // worker only: a sample was refused, the next does not continue
+    std::mutex pushLock_; // keeps data and marks in the order of the calls; guards missing_, early_, started_
+    std::deque<EarlyBlock> early_; // until started_
+    std::size_t earlyBytes_ = 0;
+    bool started_ = false; // has been active once
+    bool missing_ = true;  // the next block does not continue what went before
+    bool failed_ = false;  // worker only: a sample was refused, the next does not continue
     std::atomic<std::uint64_t> droppedBytes_ = 0;
     std::atomic<std::uint16_t> pids2_ = 0x1FFF; // none
     TsOutPin& pin_;

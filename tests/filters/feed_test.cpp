@@ -109,9 +109,23 @@ TEST(FeedFilter, ABlockedDownstreamNeverBlocksTheCallerAndOverflowIsCountedAndMa
     EXPECT_TRUE(feed.sink->Samples().back().discontinuity);
 }
 
-TEST(FeedFilter, WhileStoppedDataIsDroppedWithoutBeingCounted) {
+TEST(FeedFilter, DataFromBeforeTheFirstRunIsKeptUnlessItIsOld) {
     Feed feed;
     feed.Deliver({1});
+    Sleep(static_cast<DWORD>(FeedFilter::kEarly.count()) + 50);
+    feed.Deliver({2});
+    (void)feed.feed->SendDiscontinuity();
+    feed.Deliver({3});
+    feed.graph.Run();
+    feed.Deliver({4});
+    ASSERT_TRUE(WaitUntil([&] { return feed.sink->Count() == 3; }));
+    EXPECT_EQ(feed.Received(), (Bytes{2, 3, 4}));
+    EXPECT_TRUE(feed.sink->Samples()[1].discontinuity);
+    EXPECT_FALSE(feed.sink->Samples()[2].discontinuity);
+}
+
+TEST(FeedFilter, WhileStoppedAgainDataIsDroppedWithoutBeingCounted) {
+    Feed feed;
     feed.graph.Run();
     feed.Deliver({2});
     ASSERT_TRUE(WaitUntil([&] { return feed.sink->Count() == 1; }));
