@@ -139,7 +139,7 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
     if (place.skipped == count) {
         return;
     }
-    if (place.ranDry) {
+    if (place.flush) {
         (void)Output().DeliverBeginFlush(); // a renderer that cannot is late at worst
         (void)Output().DeliverEndFlush();
     }

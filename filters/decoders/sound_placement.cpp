@@ -23,7 +23,7 @@ std::int64_t Time(std::int64_t frames, int rate) {
 void SoundPlacement::Restart() {
     base_.reset();
     rendered_.reset();
-    ranDry_ = false;
+    stale_ = false;
 }
 
 std::int64_t SoundPlacement::Expected(int rate) const {
@@ -42,9 +42,10 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
     }
     Placement placement{.start = Expected(rate)};
     counted_ += count;
-    if (rendered_ && now && *rendered_ < *now) {
+    const bool longGap = rendered_ && placement.start - *rendered_ > kFilled;
+    if (rendered_ && ((now && *rendered_ < *now) || longGap)) {
         rendered_.reset();
-        ranDry_ = true;
+        stale_ = true;
     }
     const std::int64_t earliest = rendered_ ? *rendered_ : now ? *now + kLead : placement.start;
     const std::int64_t ahead = placement.start - earliest;
@@ -56,13 +57,13 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
             return placement;
         }
     }
-    if (!rendered_ || ahead > kFilled) {
+    if (!rendered_) {
         placement.discontinuity = true;
+        placement.flush = std::exchange(stale_, false);
     } else if (ahead > exact) {
         placement.silence = Frames(ahead, rate);
         placement.start -= ahead;
     }
-    placement.ranDry = std::exchange(ranDry_, false);
     rendered_ = Expected(rate);
     return placement;
 }

@@ -9,9 +9,10 @@ namespace vistrame {
 //
 // A sound renderer looks at a sample's time only behind a discontinuity, and there only to wait: sound that comes late
 // or overlaps what went before is played whole, a gap of less than 50 ms is closed, and everything behind it stays that
-// much late or early. One that has run dry for longer than its buffer no longer knows where in it it stands. So what is
-// late or overlapping is left out here, a small gap is filled with silence, a large one begins anew with a
-// discontinuity, and so does a renderer that has run dry, after a flush.
+// much late or early. Wine's also reckons a longer gap from what is being played instead of from the end of what it has,
+// and one that has run dry for longer than its buffer no longer knows where in it it stands. So what is late or
+// overlapping is left out here, gaps are filled with silence, and times only matter to a renderer that is empty: at the
+// start, and after a flush when it has run dry or a gap is very long.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
@@ -19,8 +20,8 @@ class SoundPlacement {
 public:
     // Above the rounding of 90 kHz stamps and their jitter, below what is noticed as a wrong lip.
     static constexpr std::int64_t kTolerance = 100'000; // 10 ms
-    // Above the renderer's own limit for a gap that it closes.
-    static constexpr std::int64_t kFilled = 600'000;
+    // The longest gap that is filled. Silence is written ahead like any sound, so a longer one would hold the stream up.
+    static constexpr std::int64_t kFilled = 10'000'000;
     // What the renderer needs to begin in time: its write-ahead and a thread's turn.
     static constexpr std::int64_t kLead = 200'000;
 
@@ -28,7 +29,7 @@ public:
         std::int64_t skipped = 0; // frames to leave out at the beginning; all: nothing is played
         std::int64_t silence = 0; // frames to put before the rest
         bool discontinuity = false;
-        bool ranDry = false;    // the renderer is to be flushed first
+        bool flush = false; // the renderer, first
         std::int64_t start = 0; // of what is played, silence included
     };
 
@@ -46,7 +47,7 @@ private:
     std::int64_t counted_ = 0;
     // Where the renderer's sound ends; nothing when it has none.
     std::optional<std::int64_t> rendered_;
-    bool ranDry_ = false; // since it was last given something
+    bool stale_ = false; // it has had something since it was last empty for sure
 };
 
 } // namespace vistrame

@@ -20,12 +20,13 @@ struct Renderer {
     // When the first of `length` is heard.
     std::int64_t Play(std::int64_t start, std::int64_t length, const SoundPlacement::Placement& place,
                       std::int64_t now) {
-        const bool dry = end < now + 10 * kMs;
-        const bool lost = end != 0 && end + 1000 * kMs < now && !place.ranDry; // its buffer went round
-        const bool discontinuity = place.discontinuity && !lost;
-        const std::int64_t position = dry ? now + 10 * kMs : end;
-        const std::int64_t heard =
-            discontinuity && start > position + (dry ? 0 : 50 * kMs) ? start : position;
+        end = place.flush ? 0 : end;
+        const std::int64_t soonest = now + 10 * kMs;
+        const bool dry = end < soonest;
+        const bool lost = end != 0 && end + 1000 * kMs < now; // its buffer went round
+        const std::int64_t position = dry ? soonest : end;
+        const std::int64_t gap = place.discontinuity && !lost ? start - position : 0;
+        const std::int64_t heard = gap > (dry ? 0 : 50 * kMs) ? soonest + gap : position;
         end = heard + length;
         return heard;
     }
@@ -53,7 +54,7 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
     const Row rows[] = {
         {"runs on", 0, 200, 0},
         {"a gap the renderer would close", 30, 200, 0},
-        {"a gap it keeps", 120, 200, 0},
+        {"a gap that it would keep, too short", 120, 200, 0},
         {"overlaps", -150, 200, 150},
         {"comes late for a while", 0, -60, 1200}, // never in time again
         {"nearly dry", 0, 30, 0},
