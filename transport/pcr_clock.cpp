@@ -11,7 +11,9 @@ PcrClock::Reading PcrClock::OnPcr(std::uint64_t pcr, std::uint64_t packet) {
     if (everPlaced_) {
         const std::int64_t advance = PcrDifference(pcr, raw_);
         const std::int64_t expected = ExpectedAdvance(packet);
-        const bool continues = (advance >= 0 && advance <= kJump) || std::abs(advance - expected) <= kJump;
+        const bool near = (advance >= 0 && advance <= kJump) || std::abs(advance - expected) <= kJump;
+        const bool announced = announced_ || !known_;
+        const bool continues = announced ? std::abs(advance - expected) <= kAnnouncedJump : near;
         // When only a time stamp gave the base, the PCR may lie as far before it as pictures are sent ahead.
         const bool fits = known_ && !running_ ? LeadFits(-advance) : continues;
         timeline = fits ? timeline_ + advance : ExpectedAt(packet);

@@ -38,6 +38,8 @@ TEST(PcrClock, TellsJumpsFromGapsAndLosses) {
         {"small step back", -20 * kMs, 100, false, false, -20 * kMs},
         {"packets lost for 3 s", 3000 * kMs, 100, false, true, 40 * kMs},
         {"announced jump", kHour, 200, true, true, 80 * kMs},
+        {"announced jump of little", -400 * kMs, 200, true, true, 80 * kMs},
+        {"announced and no jump", 85 * kMs, 200, true, true, 85 * kMs},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
