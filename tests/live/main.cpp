@@ -3,12 +3,14 @@
 // usage: live_probe watch SECONDS                what happens on the screen and at the sound sink, event by event
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //        live_probe timers BUILD STREAMS         fade-in and stall watchdog
+//        live_probe live BUILD STREAMS [ROW]     what happens to live streams
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/live/live.h"
 #include "tests/live/matrix.h"
 #include "tests/live/programme_run.h"
 #include "tests/live/timers.h"
@@ -65,7 +68,13 @@ int Main(std::span<char*> words) {
         SoundWatch sound;
         return Watch(sound, std::strtod(words[2], nullptr));
     }
-    if ((what == "matrix" || what == "timers") && (words.size() == 4 || words.size() == 5)) {
+    struct Part {
+        std::string_view name;
+        bool (*run)(const Surroundings& where, SoundWatch& sound, std::size_t only);
+    };
+    constexpr Part kParts[] = {{"matrix", RunMatrix}, {"timers", RunTimers}, {"live", RunLive}};
+    const auto* const part = std::ranges::find(kParts, what, &Part::name);
+    if (part != std::end(kParts) && (words.size() == 4 || words.size() == 5)) {
         const Surroundings where{words[2], words[3]};
         if (!RegisterFilters(where.build, true)) {
             std::fputs("vistrame.ax cannot be registered\n", stderr);
@@ -73,14 +82,11 @@ int Main(std::span<char*> words) {
         }
         SoundWatch sound;
         const bool right =
-            what == "timers"
-                ? RunTimers(where, sound)
-                : RunMatrix(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
+            part->run(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
         (void)RegisterFilters(where.build, false); // the session is at its end, or the next test sees to it
         return right ? 0 : 1;
     }
-    std::fputs("usage: live_probe watch SECONDS | matrix BUILD STREAMS [ROW] | timers BUILD STREAMS\n",
-               stderr);
+    std::fputs("usage: live_probe watch SECONDS | matrix|timers|live BUILD STREAMS [ROW]\n", stderr);
     return 2;
 }
 

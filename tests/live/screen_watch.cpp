@@ -158,8 +158,8 @@ void ScreenWatch::Run() {
             continue;
         }
         const double begin = Now();
-        const Picture picture = Row(display.get(), place->x, place->y + height_ / 4, width_);
-        const Picture numbers = Row(display.get(), place->x, place->y + height_ * 11 / 12, width_);
+        const Picture picture = Row(display.get(), place->x, place->y + height_ / 2, width_);
+        const Picture numbers = Row(display.get(), place->x, place->y + height_ / 12, width_);
         const double time = (begin + Now()) / 2;
         if (picture == nullptr || numbers == nullptr) {
             continue; // the window is larger than the display

@@ -1,0 +1,287 @@
+#include "tests/live/live.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/live/random_access.h"
+
+namespace vistrame::live {
+namespace {
+
+constexpr int kTimes = 5;
+constexpr int kVideoPids[] = {0x100, 0x101}; // by programme of live.ts
+constexpr double kPicture = 0.04;
+constexpr double kGroup = 0.48;    // from one random-access picture to the next
+constexpr double kLipSync = 0.080; // and from a second after the event on
+constexpr double kRecovery = 1.0;
+constexpr double kFirstPicture =
+    0.12; // behind the random-access picture's first packet, or behind the graph's making
+constexpr double kJump = 0.3;
+constexpr double kBuilding = 0.35; // seconds that making a graph takes here
+constexpr int kAttempts = 2;       // as in the matrix
+
+std::string Line(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string Line(const char* format, ...) {
+    char text[200];
+    va_list arguments;
+    va_start(arguments, format);
+    (void)std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+// Seconds of the file from which on a random-access picture comes at once, spread over [from, to].
+std::vector<double> Places(const std::vector<double>& randomAccess, double from, double to) {
+    constexpr double kBefore = 0.03; // a PCR interval and a half: seek goes to the PCR behind
+    std::vector<double> places;
+    for (int i = 0; i < kTimes; ++i) {
+        const double wanted = from + (to - from) * i / kTimes;
+        const auto found = std::ranges::lower_bound(randomAccess, wanted);
+        places.push_back((found == randomAccess.end() ? wanted : *found) - kBefore);
+    }
+    return places;
+}
+
+// When the event of each repetition happened, and what is looked at.
+struct Measured {
+    double value = 0;   // seconds
+    double lipSync = 0; // worst from kRecovery on
+    bool marks = false; // whether there was any
+};
+
+double WorstLipSync(const ProgrammeRun& run, double begin, double end, bool* marks) {
+    double worst = 0;
+    for (const LipSync& pair : LipSyncs(run, begin, end)) {
+        worst = std::abs(pair.soundLate) > std::abs(worst) ? pair.soundLate : worst;
+        *marks = true;
+    }
+    return worst;
+}
+
+// First time after `time` that another numbered picture is shown.
+double NextPicture(const ProgrammeRun& run, double time) {
+    int shown = -1;
+    for (const auto& [when, look] : run.screen) {
+        if (look.number < 0) {
+            continue;
+        }
+        if (when > time && look.number != shown) {
+            return when;
+        }
+        shown = look.number;
+    }
+    return time + 99;
+}
+
+// How far the shown picture is behind, up to a constant: the clock minus the picture's own time.
+double Delay(const ProgrammeRun& run, double time) {
+    double delay = 0;
+    for (const auto& [when, look] : run.screen) {
+        if (when <= time && look.number >= 0) {
+            delay = when - look.number * kPicture;
+        }
+    }
+    return delay;
+}
+
+enum class Watched {
+    kHold,  // the longest time the picture stood, from the event on
+    kNext,  // from the event to the next picture
+    kDelay, // how much later than before the event pictures are shown, two seconds behind it
+};
+
+struct Kind {
+    const char* what;
+    const char* stream;
+    Watched value;
+    double limit;                               // seconds
+    double watched;                             // seconds from the event on
+    std::string (*before)(int i, double place); // script up to the event
+    std::string (*event)(int i, double place);  // its first line takes place at the event
+    double from, to;                            // places in the file
+};
+
+std::string Nothing(int /*i*/, double /*place*/) {
+    return "";
+}
+
+// live.ts: 30 s, and the same again an hour later. wrap.ts: its PCR wraps at second 10.
+constexpr double kHalf = 30;
+constexpr double kWrap = 10;
+
+const Kind kKinds[] = {
+    {"command 6 and no break", "live.ts", Watched::kHold, 3 * kPicture, 3.5,
+     [](int i, double) { return Line("+%.2f mark before\n", 0.1 * i); },
+     [](int, double) { return Line("+0 discontinuity\n"); }, 0, 0},
+    {"jump with command 6 before it", "live.ts", Watched::kHold, 3 * kPicture, 3.5, Nothing,
+     [](int, double place) { return Line("+0 seek %.3f announced\n", place); }, 3, 27},
+    {"an hour forward, unannounced", "live.ts", Watched::kHold, kJump, 3.5,
+     [](int i, double) { return Line("+0 seek %.3f announced\n+2.5 mark before\n", 3.0 + i); },
+     [](int, double place) { return Line("+0 seek %.3f\n", place); }, kHalf + 2, kHalf + 25},
+    {"10 s back, unannounced", "live.ts", Watched::kHold, kJump, 3.5,
+     [](int, double place) { return Line("+0 seek %.3f announced\n+2.5 mark before\n", place + 10 - 2.5); },
+     [](int, double place) { return Line("+0 seek %.3f\n", place); }, 2, 15},
+    {"PCR and PTS wrap at 33 bits", "wrap.ts", Watched::kHold, kJump, 5.5,
+     [](int i, double) { return Line("+0 seek %.3f announced\n+2 mark before\n", kWrap - 4 + 0.3 * i); },
+     [](int, double) { return Line("+0 mark wrap\n"); }, 0, 0},
+    {"0.5 % of the packets lost", "live.ts", Watched::kHold, kGroup + 0.1, 6,
+     [](int i, double) { return Line("+0 lose 0\n+%.2f mark before\n", 1.5 + 0.1 * i); },
+     [](int, double) { return Line("+0 lose 0.5%%\n"); }, 0, 0},
+    {"a bit wrong in 0.5 % of the packets", "live.ts", Watched::kHold, kGroup + 0.1, 6,
+     [](int i, double) { return Line("+0 damage 0\n+%.2f mark before\n", 1.5 + 0.1 * i); },
+     [](int, double) { return Line("+0 damage 0.5%%\n"); }, 0, 0},
+    {"3 s without data, then all at once", "live.ts", Watched::kNext, 0.3, 4,
+     [](int i, double) { return Line("+%.2f stall\n+3 mark before\n", 0.1 * i); },
+     [](int, double) { return Line("+0 resume backlog\n"); }, 0, 0},
+    {"other PIDs for the programme", "pids.ts", Watched::kHold, kGroup + 0.1 + kBuilding, 4,
+     [](int i, double) {
+         return Line("+0 seek %.3f announced\n+0 command 0 0x01000110\n+3 mark before\n",
+                     kWrap - 3 + 0.1 * i);
+     },
+     [](int, double) { return Line("+0 command 0 0x02000210\n"); }, 0, 0},
+    {"10 s of pause, then Run: later than before", "live.ts", Watched::kDelay, 0.3, 4,
+     [](int i, double) { return Line("+%.2f mark delay\n+0 pause\n+10 mark before\n", 0.1 * i); },
+     [](int, double) { return Line("+0 run\n"); }, 0, 0},
+};
+
+std::vector<std::string> Options(std::size_t kind) {
+    return {"--set", "UseVMR9=1", "--set", "AudioUnmuteMsec=0", "--set", Line("KorvixCodec=%zu", kind % 2)};
+}
+
+// One line, and whether it is within limits.
+bool Print(const char* what, const std::vector<Measured>& measured, double limit, double lipSyncLimit) {
+    std::string values;
+    std::string lipSyncs;
+    bool right = true;
+    for (const Measured& one : measured) {
+        values += Line(" %5.2f", one.value);
+        lipSyncs += one.marks ? Line(" %4.0f", one.lipSync * 1000) : "    -";
+        right = right && one.value <= limit && one.marks && std::abs(one.lipSync) <= lipSyncLimit;
+    }
+    std::printf("%-44s %s  (at most %.2f s) | lip sync%s ms  %s\n", what, values.c_str(), limit,
+                lipSyncs.c_str(), right ? "ok" : "WRONG");
+    std::fflush(stdout);
+    return right;
+}
+
+bool RunKind(const Surroundings& where, SoundWatch& sound, std::size_t index) {
+    const Kind& kind = kKinds[index];
+    const std::vector<double> places =
+        Places(RandomAccessTimes(where.streams + "/" + kind.stream, kVideoPids[0]), kind.from, kind.to);
+    std::string script = "+0 play 1\n+0 wait picture 20\n+3 mark start\n";
+    double length = 30;
+    for (int i = 0; i < kTimes; ++i) {
+        const double place = places[static_cast<std::size_t>(i)];
+        script += kind.before(i, place) + Line("+0 mark event-%d\n", i) + kind.event(i, place) +
+                  Line("+%.2f mark end-%d\n", kind.watched, i);
+        length += kind.watched + 15;
+    }
+    const ProgrammeRun run =
+        RunScript(where, sound, Options(index), script + "+0 quit\n", kind.stream, length);
+    if (!run.failure.empty()) {
+        std::printf("%-44s WRONG: %s\n", kind.what, run.failure.c_str());
+        return false;
+    }
+    std::vector<Measured> measured;
+    std::vector<double> delays;
+    for (const AnalyzerProcess::Line& line : run.log) {
+        if (line.text == "mark delay") {
+            delays.push_back(line.time);
+        }
+    }
+    for (int i = 0; i < kTimes; ++i) {
+        const double event = run.Time(Line("mark event-%d", i));
+        const double end = run.Time(Line("mark end-%d", i));
+        Measured one;
+        switch (kind.value) {
+            case Watched::kHold:
+                one.value = LongestHold(run, event, end);
+                break;
+            case Watched::kNext:
+                one.value = NextPicture(run, event) - event;
+                break;
+            case Watched::kDelay:
+                one.value = Delay(run, event + 2) - Delay(run, delays[static_cast<std::size_t>(i)]);
+                break;
+        }
+        one.lipSync = WorstLipSync(run, event + kRecovery, end, &one.marks);
+        measured.push_back(one);
+    }
+    return Print(kind.what, measured, kind.limit, kLipSync);
+}
+
+// Selections at places all over the group of pictures.
+bool RunSelections(const Surroundings& where, SoundWatch& sound) {
+    std::string script = "+0 play 1\n+0 wait picture 20\n+3 mark start\n";
+    for (int i = 0; i < 2 * kTimes; ++i) {
+        script += Line("+%.2f play %d\n+0 wait picture 20\n+3 mark end-%d\n", 0.07 * i, 2 - i % 2, i);
+    }
+    const ProgrammeRun run = RunScript(where, sound, Options(0), script + "+0 quit\n", "live.ts", 90);
+    if (!run.failure.empty()) {
+        std::printf("SetPid WRONG: %s\n", run.failure.c_str());
+        return false;
+    }
+    std::vector<const AnalyzerProcess::Line*> commands;
+    std::vector<const AnalyzerProcess::Line*> pictures;
+    for (const AnalyzerProcess::Line& line : run.log) {
+        if (line.text.starts_with("command SetPid")) {
+            commands.push_back(&line);
+        } else if (line.text.starts_with("picture ")) {
+            pictures.push_back(&line);
+        }
+    }
+    bool right = true;
+    std::puts(
+        "SetPid: command itself, first picture, over the wait for a random-access picture; tone behind "
+        "picture");
+    for (std::size_t i = 0; i < std::min(commands.size(), pictures.size()); ++i) {
+        const double command = Value(commands[i]->text, "msec ") / 1000;
+        const double sent = commands[i]->time - command;
+        const double first = Value(pictures[i]->text, " msec ") / 1000;
+        const double over = first - Value(pictures[i]->text, "random-access-msec ") / 1000;
+        const double end = i + 1 < commands.size() ? commands[i + 1]->time : run.log.back().time;
+        SoundWatch::Piece piece = run.sound;
+        const auto skipped = std::min(
+            piece.samples.size(),
+            static_cast<std::size_t>(std::max(0.0, sent + command - piece.begin) * SoundWatch::kRate));
+        piece.samples.erase(piece.samples.begin(),
+                            piece.samples.begin() + static_cast<std::ptrdiff_t>(skipped));
+        piece.begin += static_cast<double>(skipped) / SoundWatch::kRate;
+        const double tone =
+            ToneEnvelope(piece, kTones[i == 0 || i % 2 == 0 ? 0 : 1]).Onset() - (sent + first);
+        bool marks = false;
+        const double lipSync = WorstLipSync(run, sent + first + kRecovery, end - 0.3, &marks);
+        const double late = first - std::max(first - over, command);
+        const bool ok = late <= kFirstPicture && tone <= 0.3 && marks && std::abs(lipSync) <= kLipSync;
+        std::printf("  %2zu %6.0f ms %6.0f ms %6.0f ms %6.0f ms | lip sync %4.0f ms  %s\n", i, command * 1000,
+                    first * 1000, over * 1000, tone * 1000, lipSync * 1000, ok ? "ok" : "WRONG");
+        right = right && (ok || i == 0); // the first also loads and starts everything
+    }
+    return right;
+}
+
+} // namespace
+
+bool RunLive(const Surroundings& where, SoundWatch& sound, std::size_t only) {
+    bool right = true;
+    if (only == 0 || only == 1) {
+        right = RunSelections(where, sound);
+    }
+    for (std::size_t i = 0; i < std::size(kKinds); ++i) {
+        bool ok = only != 0 && only != i + 2;
+        for (int attempt = 0; !ok && attempt < kAttempts; ++attempt) {
+            ok = RunKind(where, sound, i);
+        }
+        right = right && ok;
+    }
+    return right;
+}
+
+} // namespace vistrame::live
