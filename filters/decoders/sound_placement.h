@@ -29,7 +29,7 @@ public:
         std::int64_t skipped = 0; // frames to leave out at the beginning; all: nothing is played
         std::int64_t silence = 0; // frames to put before the rest
         bool discontinuity = false;
-        bool flush = false; // the renderer, first
+        bool flush = false;     // the renderer, first
         std::int64_t start = 0; // of what is played, silence included
     };
 
