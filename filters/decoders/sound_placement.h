@@ -10,9 +10,11 @@ namespace vistrame {
 // A sound renderer looks at a sample's time only behind a discontinuity, and there only to wait: sound that comes late
 // or overlaps what went before is played whole, a gap of less than 50 ms is closed, and everything behind it stays that
 // much late or early. Wine's also reckons a longer gap from what is being played instead of from the end of what it has,
-// and one that has run dry for longer than its buffer no longer knows where in it it stands. So what is late or
-// overlapping is left out here, gaps are filled with silence, and times only matter to a renderer that is empty: at the
-// start, and after a flush when it has run dry or a gap is very long.
+// one that has run dry for longer than its buffer no longer knows where in it it stands, and a time before the graph's
+// beginning is none to it: stream time is negative for the first 0.1 s, and sound of then was heard at once, up to
+// 0.13 s early. So what is late, overlapping or of before the beginning is left out here, gaps are filled with silence,
+// and times only matter to a renderer that is empty: at the start, and after a flush when it has run dry or a gap is
+// very long.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
