@@ -4,27 +4,27 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <sstream>
 
 #include "tests/transport/ts_builder.h"
 
 namespace vistrame {
 namespace {
 
-// One readable line per programme: "1 'name' pmt 100 pcr 101: 101 MPEG-2 video, 102 MPEG audio eng".
+// One readable line per programme: "1 'name' pmt 100 pcr 101: 101 MPEG-2 video; 102 MPEG audio eng;".
 std::string Describe(const ProgrammeTable& table) {
-    std::string text;
-    char buffer[64];
+    std::ostringstream text;
+    text << std::hex;
     for (const Programme& programme : table.Programmes()) {
-        (void)std::snprintf(buffer, sizeof buffer, " pmt %x pcr %x:", programme.pmtPid, programme.pcrPid);
-        text += std::to_string(programme.number) + " '" + programme.name + "'" + buffer;
+        text << programme.number << " '" << programme.name << "' pmt " << programme.pmtPid << " pcr "
+             << programme.pcrPid << ":";
         for (const ElementaryStream& stream : programme.streams) {
-            (void)std::snprintf(buffer, sizeof buffer, " %x ", stream.pid);
-            text += buffer + std::string(CodingName(stream.coding)) + (stream.language.empty() ? "" : " ") +
-                    stream.language + ";";
+            text << ' ' << stream.pid << ' ' << CodingName(stream.coding)
+                 << (stream.language.empty() ? "" : " ") << stream.language << ';';
         }
-        text += "\n";
+        text << '\n';
     }
-    return text;
+    return text.str();
 }
 
 void Feed(ProgrammeTable& table, const std::vector<TsBuilder::Packet>& packets) {
@@ -70,54 +70,45 @@ TEST(ProgrammeScanner, FindsProgrammesInAStream) {
     EXPECT_EQ(scanner.Table().FindProgrammeOf(0x300), nullptr);
 }
 
-// Each row feeds good tables, then something else, then looks.
+// Each row feeds good tables, then a section or a damaged one, then looks.
 TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
     struct Row {
         const char* name;
-        std::function<void(TsBuilder&)> more;
+        Pid pid;
+        Bytes sections;
         std::string expected;
+        std::size_t damaged = 0; // byte of the packet, and which of its bits
+        std::uint8_t bits = 0;
     };
     const std::string before = "1 '' pmt 100 pcr 101: 101 MPEG-2 video;\n";
     const std::string after = "1 '' pmt 100 pcr 111: 111 H.264;\n";
-    const Bytes pmt = MakeTable(0x02, 1, {0xE1, 0x11, 0xF0, 0, 0x1B, 0xE1, 0x11, 0xF0, 0});
-    const auto table = [](Pid pid, const Bytes& section) {
-        return [=](TsBuilder& b) { b.AddSection(pid, section); };
-    };
-    const auto damaged = [&](std::size_t byte, std::uint8_t mask) {
-        return [=](TsBuilder& b) {
-            b.AddSection(0x100, pmt);
-            b.packets.back()[byte] ^= mask;
-        };
-    };
-    const auto pat = [](const std::map<std::uint16_t, Pid>& programmes) {
-        return [=](TsBuilder& b) { b.AddPat(programmes); };
-    };
+    const Bytes pmt = MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0, 0x1B, 0xE1, 0x11, 0xF0, 0});
     const Bytes patHalf = MakeTable(0, 1, {0, 5, 0xE5, 0x00}, 1, 1, 0xC3);
-    const Bytes patOther = MakeTable(0, 1, {0, 1, 0xE1, 0x00}, 0, 1, 0xC3);
     Bytes patBoth = patHalf;
-    patBoth.insert(patBoth.end(), patOther.begin(), patOther.end());
+    std::ranges::copy(MakeTable(0, 1, {0, 1, 0xE1, 0x00}, 0, 1, 0xC3), std::back_inserter(patBoth));
     Bytes twoSections = MakeTable(0xC0, 1, Bytes(160));
-    twoSections.insert(twoSections.end(), pmt.begin(), pmt.end());
+    std::ranges::copy(pmt, std::back_inserter(twoSections));
     const Row rows[] = {
-        {"PMT with other PIDs", table(0x100, pmt), after},
-        {"PMT with a wrong CRC", damaged(17, 0x04), before}, // the stream type
-        {"PMT with a transport error", damaged(1, 0x80), before},
-        {"PMT of another programme on this PID", table(0x100, MakeTable(2, 9, {0xE1, 0x11, 0xF0, 0})),
-         before},
-        {"PMT not in force yet", table(0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0}, 0, 0, 0xC0)), before},
-        {"PMT whose loops do not fit", table(0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 9, 0, 0})), before},
-        {"second section of a packet goes on in the next", table(0x100, twoSections), after},
-        {"programme added", pat({{1, 0x100}, {2, 0x200}}), before + "2 '' pmt 200 pcr 1fff:\n"},
-        {"programme moved", pat({{1, 0x300}}), "1 '' pmt 300 pcr 1fff:\n"},
-        {"programme gone", pat({}), ""},
-        {"PAT in two sections, only one of them there", table(kPatPid, patHalf), before},
-        {"PAT in two sections", table(kPatPid, patBoth), before + "5 '' pmt 500 pcr 1fff:\n"},
+        {"PMT with other PIDs", 0x100, pmt, after},
+        {"PMT with a wrong CRC", 0x100, pmt, before, 17, 0x04}, // in the stream type
+        {"PMT with a transport error", 0x100, pmt, before, 1, 0x80},
+        {"PMT of another programme", 0x100, MakeTable(2, 9, {0xE1, 0x11, 0xF0, 0}), before},
+        {"PMT not in force yet", 0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0}, 0, 0, 0xC0), before},
+        {"PMT whose loops do not fit", 0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 9, 0, 0}), before},
+        {"second section of a packet goes on in the next", 0x100, twoSections, after},
+        {"programme added", 0, MakeTable(0, 1, {0, 1, 0xE1, 0, 0, 2, 0xE2, 0}),
+         before + "2 '' pmt 200 pcr 1fff:\n"},
+        {"programme moved", 0, MakeTable(0, 1, {0, 1, 0xE3, 0}), "1 '' pmt 300 pcr 1fff:\n"},
+        {"programme gone", 0, MakeTable(0, 1, {}), ""},
+        {"PAT in two sections, only one of them there", 0, patHalf, before},
+        {"PAT in two sections", 0, patBoth, before + "5 '' pmt 500 pcr 1fff:\n"},
     };
     for (const Row& row : rows) {
         TsBuilder builder;
         builder.AddPat({{1, 0x100}});
         builder.AddPmt(0x100, 1, 0x101, {{0x101, 0x02, {}}});
-        row.more(builder);
+        builder.AddSection(row.pid, row.sections);
+        builder.packets.back()[row.damaged] ^= row.bits;
         ProgrammeTable programmes;
         Feed(programmes, builder.packets);
         EXPECT_EQ(Describe(programmes), row.expected) << row.name;

@@ -31,8 +31,8 @@ std::string Describe(const std::vector<UnitRecorder::Unit>& units, std::int64_t 
                      int count, Bytes (*payload)(int)) {
     std::string text;
     int next = 0;
-    const auto missing = [&](int upTo) {
-        for (; next < upTo; ++next) {
+    const auto missUpTo = [&](int number) {
+        for (; next < number; ++next) {
             text += std::to_string(next) + "x ";
         }
     };
@@ -41,15 +41,14 @@ std::string Describe(const std::vector<UnitRecorder::Unit>& units, std::int64_t 
             text += u.continued && u.discontinuity ? "+! " : "(no stamp) ";
             continue;
         }
-        const auto number = static_cast<int>((static_cast<std::int64_t>(u.pts->raw) - firstPts) / step);
-        missing(number);
-        next = number + 1;
-        const bool whole = u.bytes == payload(number);
+        missUpTo(static_cast<int>((static_cast<std::int64_t>(u.pts->raw) - firstPts) / step));
+        const bool whole = u.bytes == payload(next);
         if (!whole || u.discontinuity) {
-            text += std::to_string(number) + (u.discontinuity ? whole ? "! " : "- " : "? ");
+            text += std::to_string(next) + (u.discontinuity ? whole ? "! " : "- " : "? ");
         }
+        ++next;
     }
-    missing(count);
+    missUpTo(count);
     return text;
 }
 

@@ -26,9 +26,8 @@ struct Playing : UnitRecorder {
 
 // The continuation of a programme, its clock moved by `jump`.
 ProgrammeRecipe Continued(ProgrammeRecipe recipe, std::int64_t jump, int pictures = 20) {
-    recipe.firstPicture += recipe.pictures;
+    recipe.firstPicture += std::exchange(recipe.pictures, pictures);
     recipe.start += jump;
-    recipe.pictures = pictures;
     return recipe;
 }
 
@@ -62,21 +61,21 @@ TEST(StreamTimeline, GoesOnAtAJumpWhereverItIsCut) {
     struct Row {
         const char* name;
         std::int64_t jump;
-        bool ownPcrPid, announced, segment;
+        std::optional<Pid> pcrPid;
+        bool announced, segment;
     };
     const Row rows[] = {
-        {"an hour ahead", kHour, false, false, true},
-        {"an hour back", -kHour, false, false, true},
-        {"3 s ahead", 3 * kTicksPerSecond, false, false, true},
-        {"1 s back", -kTicksPerSecond, false, false, true},
-        {"an hour ahead, PCR on its own PID", kHour, true, false, true},
-        {"10 s back, announced", -10 * kTicksPerSecond, false, true, true},
-        {"no jump, announced", 0, true, true, true},
-        {"no jump", 0, false, false, false},
+        {"an hour ahead", kHour, {}, false, true},
+        {"an hour back", -kHour, {}, false, true},
+        {"3 s ahead", 3 * kTicksPerSecond, {}, false, true},
+        {"1 s back", -kTicksPerSecond, {}, false, true},
+        {"an hour ahead, PCR on its own PID", kHour, 0x1F0, false, true},
+        {"10 s back, announced", -10 * kTicksPerSecond, {}, true, true},
+        {"no jump, announced", 0, 0x1F0, true, true},
+        {"no jump", 0, {}, false, false},
     };
     for (const Row& row : rows) {
-        ProgrammeRecipe recipe{.start = kHour * 2, .pictures = 20};
-        recipe.pcrPid = row.ownPcrPid ? std::optional<Pid>(0x1F0) : std::nullopt;
+        const ProgrammeRecipe recipe{.pcrPid = row.pcrPid, .start = kHour * 2, .pictures = 20};
         const Bytes first = Programme(recipe);
         const Bytes second = Programme(Continued(recipe, row.jump));
         for (std::size_t lost = 0; lost < 40; ++lost) {
@@ -120,14 +119,11 @@ TEST(StreamTimeline, DiscontinuityIndicatorStartsASegment) {
 
 // Without any PCR the stamps themselves make the timeline.
 TEST(StreamTimeline, DoesWithoutPcrs) {
-    ProgrammeRecipe recipe{.start = kTickWrap - kSendAhead - kPictureTicks, .pictures = 20};
-    recipe.pcrPid = kNullPid;
+    const ProgrammeRecipe recipe{.pcrPid = kNullPid, .start = kTickWrap - 2 * kSendAhead, .pictures = 20};
     const Playing run(Programme(recipe), Programme(Continued(recipe, kHour)), false);
-    const auto video = run.Of(kVideo);
-    EXPECT_EQ(video.size(), 40U);
-    EXPECT_EQ(video.front().segment, 0U);
-    EXPECT_EQ(video.back().segment, 1U);
-    const auto [least, most] = Steps(video);
+    EXPECT_EQ(run.Of(kVideo).size(), 40U);
+    EXPECT_EQ(run.units.back().segment, 1U);
+    const auto [least, most] = Steps(run.Of(kVideo));
     EXPECT_GE(least, 0);
     EXPECT_LE(most, 2 * kPictureTicks);
 }

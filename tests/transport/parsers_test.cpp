@@ -1,0 +1,135 @@
+// Parsers of single pieces: headers of PES packets, starts of pictures, texts of service information, clock values.
+// What damage does to whole streams is tested with the demultiplexer.
+#include <gtest/gtest.h>
+
+#include "tests/transport/ts_builder.h"
+#include "transport/access_unit.h"
+#include "transport/clock.h"
+#include "transport/pes_assembler.h"
+#include "transport/service_text.h"
+
+namespace vistrame {
+namespace {
+
+TEST(PesHeader, Fields) {
+    struct Row {
+        const char* name;
+        Bytes bytes;
+        PesHeaderState state;
+        std::size_t size, total;
+        std::optional<std::uint64_t> pts, dts;
+    };
+    using enum PesHeaderState;
+    constexpr std::int64_t kTop = kTickWrap - 1;
+    const Bytes both = MakePes({.pts = kTop, .dts = 0x1'2345'6789, .bounded = true}, Bytes(10));
+    const auto flipped = [&](std::size_t at, std::uint8_t mask) {
+        Bytes bytes = both;
+        bytes[at] ^= mask;
+        return bytes;
+    };
+    const Row rows[] = {
+        {"both stamps, bounded", both, kValid, 19, 29, kTop, 0x1'2345'6789},
+        {"PTS only, unbounded", MakePes({.pts = 7}, {}), kValid, 14, 0, 7, 7},
+        {"no stamps", MakePes({}, {1}), kValid, 9, 0, {}, {}},
+        {"marker of the PTS damaged", flipped(9, 1), kValid, 19, 29, {}, {}},
+        {"marker of the DTS damaged", flipped(16, 1), kValid, 19, 29, kTop, kTop},
+        {"header shorter than its stamps", flipped(8, 0x09), kValid, 12, 29, {}, {}},
+        {"no start code", flipped(2, 1), kInvalid, 0, 0, {}, {}},
+        {"no marker bits", flipped(6, 0x80), kInvalid, 0, 0, {}, {}},
+        {"shorter than its header", flipped(5, 0x13), kInvalid, 0, 0, {}, {}},
+        {"private stream 2 has no fields", {0, 0, 1, 0xBF, 0, 2, 0x55, 0x66}, kValid, 6, 8, {}, {}},
+        {"cut", Bytes(both.begin(), both.begin() + 18), kIncomplete, 0, 0, {}, {}},
+    };
+    for (const Row& row : rows) {
+        PesHeader header;
+        ASSERT_EQ(ParsePesHeader(row.bytes, header), row.state) << row.name;
+        const auto fields = [](const auto& from) {
+            return std::tuple(from.size, from.total, from.pts, from.dts);
+        };
+        EXPECT_TRUE(row.state != kValid || fields(header) == fields(row)) << row.name;
+    }
+}
+
+// What makes a place one where decoding can begin, and what looks like it.
+TEST(AccessUnit, RandomAccessPoints) {
+    struct Row {
+        const char* name;
+        Coding coding;
+        bool start;
+        std::vector<Bytes> units; // behind start codes
+    };
+    using enum Coding;
+    const Bytes sequence{0xB3, 0x2D, 0x02, 0x40, 0x33};
+    const Bytes intra{0x00, 0x00, 0x0F, 0xFF}; // temporal reference 0, coding type 1
+    const Bytes inter{0x00, 0x00, 0x17, 0xFF}; // coding type 2
+    const Bytes sps{0x67, 0x64, 0x00, 0x28};
+    const Bytes recovery{0x06, 0x06, 0x01, 0x84, 0x80};
+    const Bytes timing{0x06, 0x01, 0x03, 0x06, 0x06, 0x06, 0x80}; // looks like a recovery point inside
+    const Bytes longThenRecovery{0x06, 0x05, 0x02, 0x11, 0x22, 0x06, 0x01, 0x84, 0x80};
+    const Bytes idr{0x65, 0x88, 0x84};
+    const Bytes sliceI{0x41, 0x88, 0x80}; // first macroblock 0, type 7
+    const Bytes sliceP{0x41, 0x9A, 0x00}; // first macroblock 0, type 5
+    const Row rows[] = {
+        {"MPEG-2 sequence and I", kMpeg2Video, true, {sequence, {0xB8, 0, 0, 0, 0}, intra}},
+        {"MPEG-2 sequence and P", kMpeg2Video, false, {sequence, inter, sequence, intra}},
+        {"H.264 IDR", kH264, true, {sps, idr}},
+        {"H.264 recovery point", kH264, true, {recovery, sliceP}},
+        {"H.264 recovery point as second message", kH264, true, {longThenRecovery, sliceP}},
+        {"H.264 other message", kH264, false, {timing, sliceP}},
+        {"H.264 parameters and I slice", kH264, true, {sps, sliceI}},
+        {"H.264 I slice alone", kH264, false, {sliceI}},
+        {"H.264 parameters and P slice", kH264, false, {sps, sliceP, idr}},
+        {"HEVC IDR (19)", kHevc, true, {{0x40, 0x01}, {0x26, 0x01, 0xAF}}},
+        {"HEVC CRA (21)", kHevc, true, {{0x2A, 0x01, 0xAF}}},
+        {"HEVC trailing (1)", kHevc, false, {{0x02, 0x01, 0xD0}, {0x26, 0x01}}},
+    };
+    for (const Row& row : rows) {
+        Bytes bytes;
+        for (const Bytes& unit : row.units) {
+            bytes.insert(bytes.end(), {0, 0, 0, 1});
+            bytes.insert(bytes.end(), unit.begin(), unit.end());
+        }
+        EXPECT_EQ(IsRandomAccessPoint(row.coding, bytes), row.start) << row.name;
+    }
+}
+
+TEST(ServiceText, BecomesUtf8) {
+    struct Row {
+        const char* name;
+        std::string text; // octal escapes, since hexadecimal ones would swallow the letters behind them
+        std::string utf8;
+    };
+    using namespace std::string_literals;
+    const Row rows[] = {
+        {"default table: marks before letters", "\310uber \317S\302e \313c", "über Šé ç"},
+        {"default table: letters, euro", "\244 \341\371 \373", "€ Æø ß"},
+        {"default table: mark on a letter that has no such form", "\303q", "q\xCC\x82"},
+        {"default table: mark at the end, and before no letter", "a\301", "a\xEF\xBF\xBD"},
+        {"control codes", "\206A\207\212B\005", "A B"},
+        {"8859-5 by one byte", "\001\277\340", "Пр"},
+        {"8859-9 by one byte", "\005\335", "İ"},
+        {"8859-2 by three bytes", "\020\000\002\261"s, "ą"},
+        {"8859-12, which there is not", "\020\000\014a\261\262"s, "a\xEF\xBF\xBD"},
+        {"cut selection", "\020\000"s, ""},
+        {"two bytes each", "\021\000A\040\254\340\212\340\206\000B\000"s, "A€ B"},
+        {"utf-8", "\025Tøndel 📺\302\206", "Tøndel 📺"},
+        {"utf-8, malformed", "\025a\303(\355\240\200\377\342\202",
+         "a\xEF\xBF\xBD(\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(DecodeServiceText(Bytes(row.text.begin(), row.text.end())), row.utf8) << row.name;
+    }
+}
+
+TEST(Clock, DifferencesTakeTheShortWayRoundAndConversionsKeepSubUnits) {
+    const std::uint64_t top = (std::uint64_t{1} << 33) - 1;
+    EXPECT_EQ(TickDifference(0, top), 1);
+    EXPECT_EQ(TickDifference(top, 0), -1);
+    EXPECT_EQ(TickDifference(std::uint64_t{1} << 32, 0), -(std::int64_t{1} << 32));
+    EXPECT_EQ(TickDifference(top + 6, 4), 1);                  // beyond the range: wrapped first
+    EXPECT_EQ(ReferenceFromTicks(kTickWrap), 954'437'176'888); // 26.5 hours
+    EXPECT_EQ(ReferenceFromPcr(kPcrWrap), ReferenceFromTicks(kTickWrap));
+}
+
+} // namespace
+} // namespace vistrame
