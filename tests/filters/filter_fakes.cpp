@@ -1,6 +1,6 @@
 #include "tests/filters/filter_fakes.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace vistrame::test {
 
@@ -34,26 +34,22 @@ public:
     void Deactivate() override {
         InputPin::Deactivate();
         SetFreed(true);
-        owner_.NoteNeighbour();
     }
-    HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) override {
-        if (owner_.ownAllocatorOnly) {
-            ComPtr<IMemAllocator> own;
-            if (FAILED(GetAllocator(&own)) || own.Get() != allocator) {
-                return E_FAIL;
-            }
-        }
-        return InputPin::NotifyAllocator(allocator, readOnly);
+    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
+        ComPtr<IMemAllocator> usual;
+        const HRESULT result = InputPin::GetAllocator(&usual);
+        *allocator = owner_.Allocator(usual).Detach();
+        return result;
     }
 
 protected:
+    bool AcceptsTypeChange() const override { return owner_.reconnects; }
     HRESULT OnReceive(IMediaSample* sample) override {
         Sample taken;
         BYTE* data = nullptr;
         EXPECT_EQ(sample->GetPointer(&data), S_OK);
-        taken.data.assign(data, data + sample->GetActualDataLength());
-        REFERENCE_TIME start = 0, stop = 0, now = 0;
-        if (SUCCEEDED(sample->GetTime(&start, &stop))) {
+        REFERENCE_TIME start = 0, now = 0;
+        if (SUCCEEDED(sample->GetTime(&start, &taken.stop))) {
             taken.time = start;
             if (owner_.StreamTime(&now)) {
                 taken.lead = start - now;
@@ -62,23 +58,27 @@ protected:
         taken.discontinuity = sample->IsDiscontinuity() == S_OK;
         taken.syncPoint = sample->IsSyncPoint() == S_OK;
         taken.tick = GetTickCount();
+        owner_.Look({data, static_cast<std::size_t>(sample->GetActualDataLength())}, taken);
 
         std::unique_lock lock(owner_.lock_);
-        owner_.samples_.push_back(std::move(taken));
-        owner_.inReceive_ = true;
+        Record& record = owner_.record_;
+        record.samples.push_back(std::move(taken));
+        record.inReceive = true;
         owner_.changed_.wait(lock, [this] { return !owner_.blocked_ || owner_.freed_; });
-        owner_.inReceive_ = false;
-        return owner_.answer_;
+        record.inReceive = false;
+        return S_OK;
     }
-    HRESULT OnEndOfStream() override { return Count(owner_.ends_); }
-    HRESULT OnNewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override { return Count(owner_.segments_); }
+    HRESULT OnEndOfStream() override { return Count(owner_.record_.ends); }
+    HRESULT OnNewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override {
+        return Count(owner_.record_.segments);
+    }
     HRESULT OnBeginFlush() override {
         SetFreed(true);
         return S_OK;
     }
     HRESULT OnEndFlush() override {
         SetFreed(false);
-        return Count(owner_.flushes_);
+        return Count(owner_.record_.flushes);
     }
 
 private:
@@ -98,82 +98,33 @@ private:
 
 SinkFilter::SinkFilter() : BaseFilter(kSinkClass), pin_(&AddPin(std::make_unique<Pin>(*this))) {}
 
-SinkFilter::~SinkFilter() {
-    (void)Stop();
-}
-
-void SinkFilter::Answer(HRESULT result) {
-    const std::lock_guard lock(lock_);
-    answer_ = result;
-}
-
 void SinkFilter::Block(bool blocked) {
     const std::lock_guard lock(lock_);
     blocked_ = blocked;
     changed_.notify_all();
 }
 
-bool SinkFilter::InReceive() const {
+SinkFilter::Record SinkFilter::Seen() const {
     const std::lock_guard lock(lock_);
-    return inReceive_;
-}
-
-std::vector<SinkFilter::Sample> SinkFilter::Samples() const {
-    const std::lock_guard lock(lock_);
-    return samples_;
+    return record_;
 }
 
 std::size_t SinkFilter::Count() const {
     const std::lock_guard lock(lock_);
-    return samples_.size();
+    return record_.samples.size();
+}
+
+bool SinkFilter::Await(std::size_t count) const {
+    return WaitUntil([&] { return Count() >= count; });
+}
+
+bool SinkFilter::AwaitReceive() const {
+    return WaitUntil([&] { return Seen().inReceive; });
 }
 
 void SinkFilter::Forget() {
     const std::lock_guard lock(lock_);
-    samples_.clear();
-}
-
-int SinkFilter::EndsOfStream() const {
-    const std::lock_guard lock(lock_);
-    return ends_;
-}
-
-int SinkFilter::Segments() const {
-    const std::lock_guard lock(lock_);
-    return segments_;
-}
-
-int SinkFilter::Flushes() const {
-    const std::lock_guard lock(lock_);
-    return flushes_;
-}
-
-std::vector<FILTER_STATE> SinkFilter::NeighbourStates() const {
-    const std::lock_guard lock(lock_);
-    return neighbourStates_;
-}
-
-void SinkFilter::NoteNeighbour() {
-    const ComPtr<IPin> peer = Pins().front()->Peer();
-    PIN_INFO info{};
-    if (peer == nullptr || FAILED(peer->QueryPinInfo(&info))) {
-        return;
-    }
-    ComPtr<IBaseFilter> neighbour;
-    *neighbour.ReleaseAndGetAddressOf() = info.pFilter;
-    FILTER_STATE state{};
-    (void)neighbour->GetState(0, &state);
-    const std::lock_guard lock(lock_);
-    neighbourStates_.push_back(state);
-}
-
-HRESULT SinkFilter::Starting() {
-    NoteNeighbour();
-    return S_OK;
-}
-
-void SinkFilter::Running(REFERENCE_TIME /*start*/) {
-    NoteNeighbour();
+    record_.samples.clear();
 }
 
 class SourceFilter::Pin final : public OutputPin {
@@ -184,9 +135,7 @@ public:
     std::vector<MediaType> OfferedTypes() override { return owner_.offered; }
 
 protected:
-    ALLOCATOR_PROPERTIES NeededBuffers() override {
-        return {.cBuffers = owner_.bufferCount, .cbBuffer = owner_.bufferBytes, .cbAlign = 1, .cbPrefix = 0};
-    }
+    ALLOCATOR_PROPERTIES NeededBuffers() override { return {2, kBufferBytes, 1, 0}; }
 
 private:
     SourceFilter& owner_;
@@ -195,26 +144,17 @@ private:
 SourceFilter::SourceFilter() : BaseFilter(kSourceClass), pin_(&AddPin(std::make_unique<Pin>(*this))) {}
 
 HRESULT SourceFilter::Send(ByteSpan data, std::optional<REFERENCE_TIME> time, bool discontinuity) {
-    HRESULT result = S_OK;
-    while (result == S_OK && !data.empty()) {
-        ComPtr<IMediaSample> sample;
-        BYTE* target = nullptr;
-        result = pin_->GetBuffer(&sample);
-        if (result != S_OK || FAILED(sample->GetPointer(&target))) {
-            return FAILED(result) ? result : E_FAIL;
-        }
-        const std::size_t bytes =
-            std::min<std::size_t>(data.size(), static_cast<std::size_t>(sample->GetSize()));
-        std::memcpy(target, data.data(), bytes);
-        data = data.subspan(bytes);
-        (void)sample->SetActualDataLength(static_cast<long>(bytes));
-        (void)sample->SetTime(time ? &*time : nullptr, nullptr);
-        (void)sample->SetDiscontinuity(discontinuity ? TRUE : FALSE);
-        result = pin_->Deliver(sample.Get());
-        discontinuity = false;
-        time.reset();
+    ComPtr<IMediaSample> sample;
+    BYTE* target = nullptr;
+    if (const HRESULT result = pin_->GetBuffer(&sample); result != S_OK) {
+        return result;
     }
-    return result;
+    EXPECT_EQ(sample->GetPointer(&target), S_OK);
+    std::ranges::copy(data, target);
+    EXPECT_EQ(sample->SetActualDataLength(static_cast<long>(data.size())), S_OK);
+    (void)sample->SetTime(time ? &*time : nullptr, nullptr);
+    (void)sample->SetDiscontinuity(discontinuity ? TRUE : FALSE);
+    return pin_->Deliver(sample.Get());
 }
 
 TestGraph::TestGraph() {

@@ -18,6 +18,19 @@ namespace vistrame::test {
 
 using Bytes = std::vector<std::uint8_t>;
 
+inline constexpr REFERENCE_TIME kMs = 10'000;
+
+// The standard identifier of a wave format tag, or of a FourCC.
+constexpr GUID Numbered(DWORD number) {
+    return {number, 0, 0x10, {0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71}};
+}
+constexpr GUID FourCc(const char* name) {
+    return Numbered(MAKEFOURCC(name[0], name[1], name[2], name[3]));
+}
+inline constexpr GUID kLatm = Numbered(0x1602);
+inline constexpr GUID kDigitalPlus = {
+    0xa7fb87af, 0x2d02, 0x42fb, {0xa4, 0xd4, 0x05, 0xcd, 0x93, 0x84, 0x3b, 0xdd}};
+
 // Bound of every wait: far above what anything takes, far below what a test run is given.
 inline constexpr DWORD kPatience = 5000; // milliseconds
 // Something that is still blocked after this is called blocked.
@@ -35,15 +48,23 @@ public:
 };
 
 // Takes whatever is delivered and keeps a record of it.
-class SinkFilter final : public BaseFilter {
+class SinkFilter : public BaseFilter {
 public:
     struct Sample {
         Bytes data;
         std::optional<REFERENCE_TIME> time;
+        REFERENCE_TIME stop = 0;
         bool discontinuity = false;
         bool syncPoint = false;
         std::optional<REFERENCE_TIME> lead; // of its time before stream time, as it came in
         DWORD tick = 0;                     // milliseconds, as it came in
+    };
+    struct Record {
+        std::vector<Sample> samples;
+        int ends = 0; // of stream
+        int segments = 0;
+        int flushes = 0; // finished ones
+        bool inReceive = false;
     };
 
     SinkFilter();
@@ -53,58 +74,50 @@ public:
     // Set before connecting.
     std::function<HRESULT(const MediaType&)> check = [](const MediaType&) { return S_OK; };
     std::vector<MediaType> offered;
-    bool ownAllocatorOnly = false; // refuses every other
+    bool reconnects = true; // while running
 
-    // What Receive answers.
-    void Answer(HRESULT result);
     // Receive waits until it is unblocked, flushed or stopped.
     void Block(bool blocked);
-    bool InReceive() const;
 
-    std::vector<Sample> Samples() const;
+    Record Seen() const;
+    std::vector<Sample> Samples() const { return Seen().samples; }
     std::size_t Count() const;
+    // Waits for so many samples in all.
+    bool Await(std::size_t count) const;
+    bool AwaitReceive() const;
     void Forget();
-    int EndsOfStream() const;
-    int Segments() const;
-    int Flushes() const; // finished ones
-    // States of the connected upstream filter as seen in this filter's own Stop, Pause and Run.
-    std::vector<FILTER_STATE> NeighbourStates() const;
 
 protected:
-    HRESULT Starting() override;
-    void Running(REFERENCE_TIME start) override;
+    ~SinkFilter() override { (void)Stop(); }
+
+    // Before a sample goes into the record; on the thread that delivers it.
+    virtual void Look(ByteSpan data, Sample& sample) { sample.data.assign(data.begin(), data.end()); }
+    virtual ComPtr<IMemAllocator> Allocator(const ComPtr<IMemAllocator>& usual) { return usual; }
+
+    mutable std::mutex lock_; // guards what follows
 
 private:
     class Pin;
 
-    ~SinkFilter() override;
-    void NoteNeighbour();
-
-    mutable std::mutex lock_; // guards what follows
     std::condition_variable changed_;
-    HRESULT answer_ = S_OK;
     bool blocked_ = false;
     bool freed_ = false; // by a flush or by stopping
-    bool inReceive_ = false;
-    std::vector<Sample> samples_;
-    int ends_ = 0;
-    int segments_ = 0;
-    int flushes_ = 0;
-    std::vector<FILTER_STATE> neighbourStates_;
+    Record record_;
     InputPin* pin_;
 };
 
 // Delivers what a test tells it to, on the test's own thread.
 class SourceFilter final : public BaseFilter {
 public:
+    static constexpr long kBufferBytes = 4 << 20; // any picture of the tests' streams
+
     SourceFilter();
 
     OutputPin& Output() { return *pin_; }
 
     std::vector<MediaType> offered; // set before connecting
-    long bufferBytes = 1 << 16;
-    long bufferCount = 2;
 
+    // At most kBufferBytes.
     HRESULT Send(ByteSpan data, std::optional<REFERENCE_TIME> time = std::nullopt,
                  bool discontinuity = false);
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <algorithm>
-#include <functional>
+#include <ranges>
 
 #include "filters/base/reference_clock.h"
 #include "tests/filters/filter_fakes.h"
@@ -11,7 +11,6 @@
 
 namespace vistrame::test {
 
-inline constexpr REFERENCE_TIME kMs = 10'000;
 inline constexpr REFERENCE_TIME kPicture = 40 * kMs;
 
 class LiveProgramme {
@@ -19,71 +18,65 @@ public:
     explicit LiveProgramme(SourceFilter& source) : source_(source) {}
 
     ProgrammeRecipe recipe;
-    // Damages or drops packets before they are sent.
-    std::function<void(std::vector<TsBuilder::Packet>&)> damage;
+    bool discontinuity = false; // announced with what is sent next
 
     // Sends the next pictures, each when it is due; `paced` false: at once.
     void Send(int pictures, bool paced = true) {
         for (int i = 0; i < pictures; ++i) {
-            TsBuilder builder;
+            builder_.packets.clear();
             ProgrammeRecipe next = recipe;
             next.pictures = 1;
             next.firstPicture = picture_++;
-            AddProgramme(builder, next);
-            Continue(builder.packets);
-            if (damage) {
-                damage(builder.packets);
-            }
-            const Bytes data = Render(builder.packets);
-            EXPECT_EQ(source_.Send(data, std::nullopt, std::exchange(discontinuity_, false)), S_OK);
+            AddProgramme(builder_, next);
+            const Bytes data = Render(builder_.packets);
+            EXPECT_EQ(source_.Send(data, std::nullopt, std::exchange(discontinuity, false)), S_OK);
             due_ = std::max(due_, SystemTime() - kPicture) + (paced ? kPicture : 0);
             while (paced && SystemTime() < due_) {
                 Sleep(1);
             }
         }
     }
-    // Time passes and nothing is sent.
-    void Miss(DWORD milliseconds) { Sleep(milliseconds); }
-    // The clock jumps by so many 90 kHz ticks.
-    void Jump(std::int64_t ticks) { recipe.start += ticks; }
-    void MarkDiscontinuity() { discontinuity_ = true; }
     int Next() const { return picture_; }
 
 private:
-    // Continuity counters go on across builders.
-    void Continue(std::vector<TsBuilder::Packet>& packets) {
-        for (TsBuilder::Packet& packet : packets) {
-            const Pid pid = static_cast<Pid>((packet[1] & 0x1F) << 8 | packet[2]);
-            const bool payload = (packet[3] & 0x10) != 0;
-            unsigned& counter = counters_[pid];
-            counter = (counter + (payload ? 1 : 0)) & 0x0F;
-            packet[3] = static_cast<std::uint8_t>((packet[3] & 0xF0) | counter);
-        }
-    }
-
     SourceFilter& source_;
+    TsBuilder builder_; // whose continuity counters go on
     int picture_ = 0;
     REFERENCE_TIME due_ = 0;
-    bool discontinuity_ = false;
-    std::map<Pid, unsigned> counters_;
+};
+
+// A demultiplexer, what feeds it and what takes what comes out.
+template <class Filter>
+struct DemuxBench {
+    explicit DemuxBench(const wchar_t* input) {
+        MediaType type(MEDIATYPE_Stream, MEDIASUBTYPE_MPEG2_TRANSPORT);
+        type.SetFormat(FORMAT_None, {});
+        source->offered = {type};
+        EXPECT_EQ(graph.Connect(&source->Output(), PinOf(demux, input).Get()), S_OK);
+    }
+    void ConnectBoth() {
+        EXPECT_EQ(graph.Connect(PinOf(demux, L"Video Out").Get(), &video->Input()), S_OK);
+        EXPECT_EQ(graph.Connect(PinOf(demux, L"Audio Out").Get(), &audio->Input()), S_OK);
+    }
+
+    TestGraph graph;
+    SourceFilter* source = graph.Add(MakeObject<SourceFilter>(), L"source");
+    Filter* demux = graph.Add(MakeObject<Filter>(), L"demux");
+    SinkFilter* video = graph.Add(MakeObject<SinkFilter>(), L"video");
+    SinkFilter* audio = graph.Add(MakeObject<SinkFilter>(), L"audio");
+    LiveProgramme programme{*source};
 };
 
 // Which picture or audio frame a sample holds; -1: none of the first thousand.
 inline int PictureOf(const SinkFilter::Sample& sample) {
-    for (int i = 0; i < 1000; ++i) {
-        if (sample.data == PicturePayload(i)) {
-            return i;
-        }
-    }
-    return -1;
+    const auto numbers = std::views::iota(0, 1000);
+    const auto found = std::ranges::find(numbers, sample.data, PicturePayload);
+    return found == numbers.end() ? -1 : *found;
 }
 inline int AudioFrameOf(const SinkFilter::Sample& sample) {
-    for (int i = 0; i < 2000; ++i) {
-        if (sample.data == AudioPayload(i)) {
-            return i;
-        }
-    }
-    return -1;
+    const auto numbers = std::views::iota(0, 2000);
+    const auto found = std::ranges::find(numbers, sample.data, AudioPayload);
+    return found == numbers.end() ? -1 : *found;
 }
 
 } // namespace vistrame::test

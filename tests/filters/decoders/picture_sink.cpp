@@ -7,12 +7,6 @@
 
 namespace vistrame::test {
 
-namespace {
-
-constexpr CLSID kPictureSink = {0x0a51e0c1, 0x77b2, 0x4c0e, {0x90, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x02}};
-
-} // namespace
-
 bool IsNear(Rgb a, Rgb b, int tolerance) {
     return std::abs(a.r - b.r) <= tolerance && std::abs(a.g - b.g) <= tolerance &&
            std::abs(a.b - b.b) <= tolerance;
@@ -98,90 +92,49 @@ private:
 
 } // namespace
 
-class PictureSinkFilter::Pin final : public InputPin {
-public:
-    explicit Pin(PictureSinkFilter& owner) : InputPin(owner, L"In"), owner_(owner) {}
-
-    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
-        ComPtr<IMemAllocator> inner;
-        const HRESULT result = InputPin::GetAllocator(&inner);
-        if (SUCCEEDED(result) && owner_.padding != 0) {
-            *allocator = MakeObject<PaddingAllocator>(inner, *this, owner_.padding).Detach();
-            return S_OK;
-        }
-        *allocator = inner.Detach();
-        return result;
-    }
-
-    HRESULT CheckMediaType(const MediaType& type) override {
+PictureSinkFilter::PictureSinkFilter() {
+    check = [this](const MediaType& type) {
         const auto picture = ReadPictureType(type);
-        if (!picture || type->subtype != MEDIASUBTYPE_RGB32 || type->formattype != FORMAT_VideoInfo2) {
-            return VFW_E_TYPE_NOT_ACCEPTED;
-        }
-        const auto now = IsConnected() ? ReadPictureType(Type()) : std::nullopt;
-        return !now || owner_.acceptsAspect || now->aspect == picture->aspect ? S_OK
-                                                                              : VFW_E_TYPE_NOT_ACCEPTED;
-    }
+        const auto now = Input().IsConnected() ? ReadPictureType(Input().Type()) : std::nullopt;
+        return picture && type->subtype == MEDIASUBTYPE_RGB32 && type->formattype == FORMAT_VideoInfo2 &&
+                       (!now || acceptsAspect || now->aspect == picture->aspect)
+                   ? S_OK
+                   : VFW_E_TYPE_NOT_ACCEPTED;
+    };
+}
 
-protected:
-    bool AcceptsTypeChange() const override { return owner_.reconnects; }
+ComPtr<IMemAllocator> PictureSinkFilter::Allocator(const ComPtr<IMemAllocator>& usual) {
+    return padding == 0 ? usual
+                        : ComPtr<IMemAllocator>(MakeObject<PaddingAllocator>(usual, Input(), padding));
+}
 
-    HRESULT OnReceive(IMediaSample* sample) override {
-        const auto type = ReadPictureType(Type());
-        BYTE* data = nullptr;
-        EXPECT_HRESULT_SUCCEEDED(sample->GetPointer(&data));
-        EXPECT_TRUE(type.has_value());
-        if (!type || data == nullptr) {
-            return E_UNEXPECTED;
-        }
-        EXPECT_EQ(sample->GetActualDataLength(), type->Bytes());
-        EXPECT_EQ(type->stride - type->width, owner_.padding);
-        const PictureView view{data, type->width, type->height, type->stride, !type->topDown};
-        SeenPicture seen;
-        REFERENCE_TIME start = 0;
-        if (SUCCEEDED(sample->GetTime(&start, &seen.stop))) {
-            seen.start = start;
-        }
-        seen.discontinuity = sample->IsDiscontinuity() == S_OK;
-        seen.width = type->width;
-        seen.height = type->height;
-        seen.aspect = type->aspect;
-        seen.columns = view.HasColumns();
-        seen.bar = view.BarEdge(view.height * 7 / 8);
-        seen.combed = view.CombedLines();
-        seen.top = view.At(view.width / 2, 1);
-        seen.left = view.At(1, view.height / 2);
-        const std::lock_guard lock(owner_.lock_);
-        owner_.seen_.push_back(seen);
-        return S_OK;
-    }
-
-private:
-    PictureSinkFilter& owner_;
-};
-
-PictureSinkFilter::PictureSinkFilter()
-    : BaseFilter(kPictureSink), pin_(&AddPin(std::make_unique<Pin>(*this))) {}
-
-std::vector<SeenPicture> PictureSinkFilter::Seen() const {
+void PictureSinkFilter::Look(ByteSpan data, Sample& sample) {
+    const auto type = ReadPictureType(Input().Type());
+    ASSERT_TRUE(type.has_value());
+    ASSERT_EQ(data.size(), static_cast<std::size_t>(type->Bytes()));
+    EXPECT_EQ(type->stride - type->width, padding);
+    const PictureView view{data.data(), type->width, type->height, type->stride, !type->topDown};
     const std::lock_guard lock(lock_);
-    return seen_;
+    pictures_.push_back({sample, type->width, type->height, type->aspect, view.HasColumns(),
+                         view.BarEdge(view.height * 7 / 8), view.CombedLines(), view.At(view.width / 2, 1),
+                         view.At(1, view.height / 2)});
+}
+
+std::vector<SeenPicture> PictureSinkFilter::Pictures() const {
+    const std::lock_guard lock(lock_);
+    return pictures_;
 }
 
 void PictureSinkFilter::AwaitWarmUp() {
-    EXPECT_TRUE(WaitUntil([this] { return Count() > 0; }));
+    EXPECT_TRUE(Await(1));
+    Forget();
     const std::lock_guard lock(lock_);
-    EXPECT_EQ(seen_.size(), 1u);
-    for (const SeenPicture& picture : seen_) {
-        EXPECT_FALSE(picture.start.has_value());
+    EXPECT_EQ(pictures_.size(), 1u);
+    for (const SeenPicture& picture : pictures_) {
+        EXPECT_FALSE(picture.time.has_value());
         EXPECT_TRUE(IsNear(picture.top, kBlack, 0) && IsNear(picture.left, kBlack, 0));
     }
-    seen_.clear();
-}
-
-std::size_t PictureSinkFilter::Count() const {
-    const std::lock_guard lock(lock_);
-    return seen_.size();
+    pictures_.clear();
 }
 
 } // namespace vistrame::test

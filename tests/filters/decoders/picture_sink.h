@@ -2,8 +2,6 @@
 #pragma once
 
 #include <array>
-#include <functional>
-#include <optional>
 #include <vector>
 
 #include "filters/decoders/picture_types.h"
@@ -36,10 +34,7 @@ struct PictureView {
     bool HasColumns() const;
 };
 
-struct SeenPicture {
-    std::optional<REFERENCE_TIME> start;
-    REFERENCE_TIME stop = 0;
-    bool discontinuity = false;
+struct SeenPicture : SinkFilter::Sample {
     int width = 0;
     int height = 0;
     Aspect aspect;
@@ -51,29 +46,24 @@ struct SeenPicture {
 };
 
 // Takes RGB32 with a VIDEOINFOHEADER2, never waits for a picture's time.
-class PictureSinkFilter final : public BaseFilter {
+class PictureSinkFilter final : public SinkFilter {
 public:
     PictureSinkFilter();
 
-    InputPin& Input() const { return *pin_; }
-
-    // Set before running. A running renderer's answers to another type:
-    bool reconnects = true;    // ReceiveConnection
-    bool acceptsAspect = true; // QueryAccept of another aspect
+    // Set before running.
+    bool acceptsAspect = true; // QueryAccept of another aspect while connected
     int padding = 0;           // pixels it wants between the lines, as its buffers then tell
 
-    std::vector<SeenPicture> Seen() const;
-    std::size_t Count() const;
+    std::vector<SeenPicture> Pictures() const;
     // Waits for the black picture that a decoder sends ahead when it first runs, and forgets it.
     void AwaitWarmUp();
 
 private:
-    class Pin;
-    ~PictureSinkFilter() override = default;
+    ~PictureSinkFilter() override { (void)Stop(); }
+    void Look(ByteSpan data, Sample& sample) override;
+    ComPtr<IMemAllocator> Allocator(const ComPtr<IMemAllocator>& usual) override;
 
-    InputPin* pin_;
-    mutable std::mutex lock_; // guards seen_
-    std::vector<SeenPicture> seen_;
+    std::vector<SeenPicture> pictures_; // under the lock
 };
 
 } // namespace vistrame::test
