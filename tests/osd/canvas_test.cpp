@@ -124,22 +124,18 @@ TEST(Canvas, EveryBlendEqualsTheRule) {
 
 // Rectangles of any kind, inside and outside; sources that are another canvas, the same and one over the same bitmap.
 TEST(Canvas, RandomDrawingEqualsTheRules) {
-    constexpr std::array<std::uint32_t, 5> kAlphas = {0, 1, 127, 254, 255};
+    const std::array<std::uint32_t, 7> kAlphas = {0, 1, 77, 127, 180, 254, 255};
     for (int round = 0; round < 300; ++round) {
         Pair drawn(Between(1, 70), Between(1, 40)), other(Between(1, 70), Between(1, 40));
         for (int step = 0; step < 20; ++step) {
             const int x = Between(-30, 90), y = Between(-20, 60), w = Between(-10, 110), h = Between(-10, 70);
             const int sx = Between(0, 80), sy = Between(0, 50);
-            const int from = Between(0, 3);
+            const int from = Between(0, 3), operation = Between(0, 2);
+            const bool blend = Between(0, 1) != 0;
             const OsdCanvas& source = from < 2 ? other.canvas : from == 2 ? drawn.canvas : drawn.view;
             const PlainCanvas& plainSource = from < 2 ? other.plain : drawn.plain;
-            std::uint32_t colour = random();
-            if (const std::size_t choice = random() % 8; choice < kAlphas.size()) {
-                colour = (colour & 0x00FFFFFF) | kAlphas[choice] << 24;
-            }
+            const std::uint32_t colour = kAlphas[random() % kAlphas.size()] << 24 ^ (random() & 0xFFFFFF);
             const auto part = [&](int shift) { return static_cast<std::uint8_t>(colour >> shift); };
-            const int operation = Between(0, 2);
-            const bool blend = Between(0, 1) != 0;
             OsdCanvasArgb32& to = drawn.canvas;
             if (operation == 0) {
                 blend ? to.blendPixel(x, y, colour) : to.setPixel(x, y, colour);
@@ -164,25 +160,23 @@ TEST(Canvas, WorkedExamples) {
     ASSERT_TRUE(canvas.create(1920, 1080));
     ASSERT_EQ(canvas.bufferSize(), 8294400U);
     EXPECT_EQ(std::count(canvas.pixelsPtr(), canvas.pixelsPtr() + 8294400, 0), 8294400);
-    const struct {
-        std::uint32_t old, colour, result;
-    } blends[] = {
+    constexpr std::uint32_t kBlends[][3] = {
+        // old, colour, result
         {0, 0x80FFFFFF, 0x807F7F7F},
         {0, 0x01FFFFFF, 0x01000000},          // just short of 128 and of 1
         {0x11223344, 0xFF102030, 0x00102030}, // opaque leaves alpha 0
         {0x807F7F7F, 0x807F7F7F, 0xBF7F7F7F}, // equal components stay
     };
-    for (const auto& row : blends) {
-        canvas.setPixel(3, 4, row.old);
-        canvas.blendPixel(3, 4, row.colour);
+    for (const auto& [old, colour, result] : kBlends) {
+        canvas.setPixel(3, 4, old);
+        canvas.blendPixel(3, 4, colour);
         std::uint8_t red = 0, green = 0, blue = 0, alpha = 0;
         canvas.getPixel(3, 4, red, green, blue, alpha);
-        EXPECT_EQ(std::uint32_t{alpha} << 24 | red << 16 | green << 8 | blue, row.result);
+        EXPECT_EQ(std::uint32_t{alpha} << 24 | red << 16 | green << 8 | blue, result);
     }
 
-    const struct {
-        std::array<int, 4> rect, clipped;
-    } clips[] = {
+    using Rect = std::array<int, 4>;
+    const std::pair<Rect, Rect> clips[] = {
         {{-10, 5, 5, 5}, {0, 5, 0, 5}},
         {{1920, 0, 10, 10}, {1920, 0, 10, 10}}, // to the right, below, empty: left alone
         {{-5, 1080, 10, 10}, {-5, 1080, 10, 10}},
@@ -190,10 +184,9 @@ TEST(Canvas, WorkedExamples) {
         {{1915, 1000, INT_MAX, INT_MAX}, {1915, 1000, 5, 80}},
         {{INT_MIN, 0, INT_MAX, 1}, {0, 0, 0, 1}},
     };
-    for (const auto& row : clips) {
-        auto [x, y, w, h] = row.rect;
-        canvas.clipRect(x, y, w, h);
-        EXPECT_EQ((std::array{x, y, w, h}), row.clipped);
+    for (auto [rect, clipped] : clips) {
+        canvas.clipRect(rect[0], rect[1], rect[2], rect[3]);
+        EXPECT_EQ(rect, clipped);
     }
 }
 

@@ -31,33 +31,28 @@ using Bytes = std::vector<std::uint8_t>;
 std::string failing;         // what Direct3D refuses: "Direct3D", "device", "surface" or "lock"
 std::vector<IUnknown*> made; // Direct3D and its device, referenced once more
 
-// Puts a method in the place of one that all objects of a Direct3D class share; the one that was there.
-template <typename Method>
-Method* Replace(IUnknown* object, std::size_t place, Method* method) {
+// Puts a method in the place of one that all objects of a Direct3D class share, and keeps that.
+void Replace(IUnknown* object, std::size_t place, void* method, void*& real) {
     void*& slot = (*reinterpret_cast<void***>(object))[place];
-    DWORD earlier = 0;
-    VirtualProtect(&slot, sizeof slot, PAGE_EXECUTE_READWRITE, &earlier);
-    return reinterpret_cast<Method*>(std::exchange(slot, reinterpret_cast<void*>(method)));
+    if (slot != method) {
+        DWORD earlier = 0;
+        VirtualProtect(&slot, sizeof slot, PAGE_EXECUTE_READWRITE, &earlier);
+        real = std::exchange(slot, method);
+    }
 }
 
 // Places in their interfaces.
 constexpr std::size_t kCreateDevice = 16, kCreateSurface = 36, kLock = 13;
+void *realCreateDevice, *realCreateSurface, *realLock;
 
-HRESULT STDMETHODCALLTYPE CreateSurface(IDirect3DDevice9* device, UINT width, UINT height, D3DFORMAT format,
-                                        D3DPOOL pool, IDirect3DSurface9** surface, HANDLE* shared);
-decltype(CreateSurface)* realCreateSurface = nullptr;
 HRESULT STDMETHODCALLTYPE CreateSurface(IDirect3DDevice9* device, UINT width, UINT height, D3DFORMAT format,
                                         D3DPOOL pool, IDirect3DSurface9** surface, HANDLE* shared) {
     EXPECT_EQ(std::tuple(width, height, format, pool),
               std::tuple(1920U, 1080U, D3DFMT_A8R8G8B8, D3DPOOL_SYSTEMMEM));
-    return failing == "surface" ? E_FAIL
-                                : realCreateSurface(device, width, height, format, pool, surface, shared);
+    const auto create = reinterpret_cast<decltype(&CreateSurface)>(realCreateSurface);
+    return failing == "surface" ? E_FAIL : create(device, width, height, format, pool, surface, shared);
 }
 
-HRESULT STDMETHODCALLTYPE CreateDevice(IDirect3D9* direct3d, UINT adapter, D3DDEVTYPE type, HWND focus,
-                                       DWORD flags, D3DPRESENT_PARAMETERS* parameters,
-                                       IDirect3DDevice9** device);
-decltype(CreateDevice)* realCreateDevice = nullptr;
 HRESULT STDMETHODCALLTYPE CreateDevice(IDirect3D9* direct3d, UINT adapter, D3DDEVTYPE type, HWND focus,
                                        DWORD flags, D3DPRESENT_PARAMETERS* parameters,
                                        IDirect3DDevice9** device) {
@@ -66,12 +61,11 @@ HRESULT STDMETHODCALLTYPE CreateDevice(IDirect3D9* direct3d, UINT adapter, D3DDE
     if (failing == "device") {
         return E_FAIL;
     }
-    const HRESULT result = realCreateDevice(direct3d, adapter, type, focus, flags, parameters, device);
+    const auto create = reinterpret_cast<decltype(&CreateDevice)>(realCreateDevice);
+    const HRESULT result = create(direct3d, adapter, type, focus, flags, parameters, device);
     (*device)->AddRef();
     made.push_back(*device);
-    if (realCreateSurface == nullptr) {
-        realCreateSurface = Replace(*device, kCreateSurface, CreateSurface);
-    }
+    Replace(*device, kCreateSurface, reinterpret_cast<void*>(CreateSurface), realCreateSurface);
     return result;
 }
 
@@ -106,9 +100,6 @@ protected:
         surface->UnlockRect();
         return bytes;
     }
-    static Bytes CanvasBytes() {
-        return {OverlayCanvas.pixelsPtr(), OverlayCanvas.pixelsPtr() + OverlayCanvas.bufferSize()};
-    }
     static void Draw(unsigned seed) {
         std::generate_n(OverlayCanvas.pixelsPtr(), OverlayCanvas.bufferSize(), std::mt19937(seed));
     }
@@ -122,7 +113,6 @@ protected:
 // Without a surface nothing is drawn, either.
 TEST_F(Delivery, SetUpReportsItsFailuresAndReleasesWhatItMade) {
     const std::string noDevice = "Unable to create Direct3D Device instance\r\n";
-    const std::string noSurface = "Unable to create Direct3D surface\r\n";
     const struct {
         std::string fails;
         std::size_t objects;
@@ -130,7 +120,7 @@ TEST_F(Delivery, SetUpReportsItsFailuresAndReleasesWhatItMade) {
     } rows[] = {
         {"Direct3D", 0, "117 ", noDevice},
         {"device", 1, "117 ", noDevice},
-        {"surface", 2, "118 ", noSurface},
+        {"surface", 2, "118 ", "Unable to create Direct3D surface\r\n"},
         {"", 2, "", ""},
     };
     for (const auto& row : rows) {
@@ -167,28 +157,33 @@ TEST_F(Delivery, SetUpReportsItsFailuresAndReleasesWhatItMade) {
     EXPECT_EQ(std::memcmp(&OverlayAlphaBitmap, &record, sizeof record), 0);
 }
 
-TEST_F(Delivery, TheWholeCanvasGoesIntoTheSurfaceWhileThereIsAMixer) {
-    ASSERT_EQ(OverlayCanvas.bufferSize(), 8294400U);
+TEST_F(Delivery, ARebuildMakesAFreshSurfaceThatShowsTheCanvasWhileThereIsAMixer) {
+    IDirect3DSurface9* earlier = OverlaySurface;
+    ASSERT_EQ(SetUpOverlaySurface(window), 1);
+    EXPECT_NE(OverlaySurface, earlier);
+    EXPECT_EQ(OverlayAlphaBitmap.pDDS, OverlaySurface);
+    EXPECT_EQ(SurfaceBytes(earlier).size(), 8294400U); // still there for a renderer that has it
+    EXPECT_EQ(SurfaceBytes(), Bytes(8294400));         // transparent
     Draw(1);
+    const Bytes drawn(OverlayCanvas.pixelsPtr(), OverlayCanvas.pixelsPtr() + OverlayCanvas.bufferSize());
     RedrawOverlay();
-    const Bytes shown = SurfaceBytes();
-    EXPECT_TRUE(shown == CanvasBytes());
+    EXPECT_TRUE(SurfaceBytes() == drawn);
     EXPECT_EQ(mixer.last, &OverlayAlphaBitmap);
     ThePlayerGraph().mixerBitmap.Reset();
     Draw(2);
     RedrawOverlay();
-    EXPECT_TRUE(SurfaceBytes() == shown);
+    EXPECT_TRUE(SurfaceBytes() == drawn);
 }
 
 TEST_F(Delivery, FollowsThePitchAndSkipsALockedOutSurface) {
     Draw(79);
-    const auto lock = Replace(OverlaySurface, kLock, WideLock);
+    Replace(OverlaySurface, kLock, reinterpret_cast<void*>(WideLock), realLock);
     RedrawOverlay();
     EXPECT_EQ(journal.Take(), std::vector<std::string>{"SetAlphaBitmap"});
     failing = "lock";
     RedrawOverlay();
     EXPECT_EQ(journal.Take(), std::vector<std::string>{});
-    Replace(OverlaySurface, kLock, lock);
+    Replace(OverlaySurface, kLock, realLock, realLock);
     for (int y = 0; y < kOverlayHeight; ++y) {
         const std::uint8_t* row = &wideRows[static_cast<std::size_t>(y) * kWidePitch];
         ASSERT_EQ(std::memcmp(row, OverlayCanvas.pixelsPtr() + y * kOverlayStride, kOverlayStride), 0) << y;
@@ -196,25 +191,13 @@ TEST_F(Delivery, FollowsThePitchAndSkipsALockedOutSurface) {
     }
 }
 
-TEST_F(Delivery, ARebuildMakesAFreshSurfaceAndKeepsTheOldOne) {
-    IDirect3DSurface9* earlier = OverlaySurface;
-    ASSERT_EQ(SetUpOverlaySurface(window), 1);
-    EXPECT_NE(OverlaySurface, earlier);
-    EXPECT_EQ(OverlayAlphaBitmap.pDDS, OverlaySurface);
-    EXPECT_EQ(SurfaceBytes(earlier).size(), 8294400U); // still there for a renderer that has it
-    EXPECT_EQ(SurfaceBytes(), Bytes(8294400));         // transparent
-    RedrawOverlay();
-    EXPECT_TRUE(SurfaceBytes() == CanvasBytes());
-}
-
 // Bytes, handles.
 std::pair<SIZE_T, DWORD> InUse() {
-    std::pair<SIZE_T, DWORD> use;
     PROCESS_MEMORY_COUNTERS memory{};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
-    GetProcessHandleCount(GetCurrentProcess(), &use.second);
-    use.first = memory.PagefileUsage;
-    return use;
+    DWORD handles = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &handles);
+    return {memory.PagefileUsage, handles};
 }
 
 // Direct3D queues its work in a ring of a few megabytes, whose pages count as soon as they are reached: as many
@@ -254,8 +237,6 @@ extern "C" IDirect3D9* WINAPI Direct3DCreate9(UINT version) {
     IDirect3D9* direct3d = create(version);
     direct3d->AddRef();
     made.push_back(direct3d);
-    if (realCreateDevice == nullptr) {
-        realCreateDevice = Replace(direct3d, kCreateDevice, CreateDevice);
-    }
+    Replace(direct3d, kCreateDevice, reinterpret_cast<void*>(CreateDevice), realCreateDevice);
     return direct3d;
 }
