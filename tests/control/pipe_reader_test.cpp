@@ -12,7 +12,7 @@
 #include "app/process_state.h"
 #include "graph/player_graph.h"
 #include "tests/support/messages.h"
-#include "tests/support/player_fakes.h"
+#include "tests/support/playback_fakes.h"
 
 namespace vistrame {
 namespace {
@@ -45,19 +45,25 @@ protected:
     }
 
     PipeReader() {
-        feed.deliver = [this](const BYTE* data, ULONG length) {
+        Deliver([this](const BYTE* data, ULONG length) {
             const std::lock_guard hold(lock);
             chunks.push_back(length);
             received.insert(received.end(), data, data + length);
             total += length;
-        };
+            return E_FAIL;
+        });
     }
     ~PipeReader() override { ThePlayerGraph().ReleaseGraph(); }
 
+    template <typename Handler>
+    void Deliver(Handler handler) {
+        part.On<&FeedData::DeliverData>(std::move(handler));
+    }
+
     // As a build does: without FeedLock.
     void Connect() {
-        feed.AddRef();
-        ThePlayerGraph().feedData = &feed;
+        ++feed.references;
+        ThePlayerGraph().feedData = feed.As<FeedData>();
     }
 
     static void Write(const std::vector<BYTE>& bytes) {
@@ -71,7 +77,8 @@ protected:
     static inline HANDLE server = INVALID_HANDLE_VALUE;
 
     test::Journal journal;
-    test::FakeFeed feed{journal};
+    test::FakeObject feed{journal, "feed"};
+    test::FakePart& part = feed.Offer<FeedData>();
     std::mutex lock;
     std::vector<ULONG> chunks;
     std::vector<BYTE> received;
@@ -115,12 +122,13 @@ TEST_F(PipeReader, ATeardownWaitsForTheDeliveryUnderWay) {
     HANDLE delivering = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     HANDLE goOn = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     std::atomic<ULONG> referencesDuring = 0;
-    feed.deliver = [&](const BYTE*, ULONG) {
+    Deliver([&](const BYTE*, ULONG) {
         SetEvent(delivering);
         WaitForSingleObject(goOn, 10000);
         referencesDuring = feed.references.load();
         ++total;
-    };
+        return S_OK;
+    });
     Connect();
     Write(Pattern(10, 4));
     ASSERT_EQ(WaitForSingleObject(delivering, 10000), WAIT_OBJECT_0);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <gtest/gtest.h>
+
 #include "app/debug_log.h"
 #include "graph/audio_volume.h"
 #include "graph/com.h"
@@ -25,12 +27,11 @@ GUID Guid(const std::string& text) {
     return id;
 }
 
-std::vector<std::string> Matching(const std::vector<std::string>& lines,
-                                  const std::vector<std::string>& parts) {
-    std::vector<std::string> matching;
+Lines Matching(const Lines& lines, const Lines& parts) {
+    Lines matching;
     std::ranges::copy_if(lines, std::back_inserter(matching), [&](const std::string& line) {
-        return std::ranges::any_of(
-            parts, [&](const std::string& part) { return line.find(part) != std::string::npos; });
+        return std::ranges::any_of(parts,
+                                   [&](const auto& part) { return line.find(part) != std::string::npos; });
     });
     return matching;
 }
@@ -44,8 +45,8 @@ BuildBench::BuildBench(const std::string& audioDecoder, const std::string& video
     KorvixCodec = DebugOSD = 0;
     ClockSource = VideoType = AudioType = 0;
     PendingPids2 = kNullPid;
-    platform.InstallAudioDecoder(Guid(audioDecoder), "audio decoder");
-    platform.InstallVideoDecoder(Guid(videoDecoder), "video decoder");
+    platform.InstallAudioDecoder(Guid(audioDecoder));
+    platform.InstallVideoDecoder(Guid(videoDecoder));
     platform.withheld.emplace_back("VMR9", __uuidof(IVMRMixerBitmap9));
 }
 

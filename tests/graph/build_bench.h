@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,36 +13,24 @@
 
 namespace vistrame::test {
 
-inline constexpr char kCyberlinkAudio[] = "9BC1B780-85E3-11D2-98D0-0080C84E9C39";
-inline constexpr char kCyberlinkVideo[] = "9BC1B781-85E3-11D2-98D0-0080C84E9C39";
-
 GUID Guid(const std::string& text);
 
 // The lines that contain one of `parts`.
-std::vector<std::string> Matching(const std::vector<std::string>& lines,
-                                  const std::vector<std::string>& parts);
+Lines Matching(const Lines& lines, const Lines& parts);
 
 // A graph of its own on a recording platform: MPEG-2 video, MPEG audio, the Cyberlink pair installed and chosen,
 // VMR9 without the overlay's interface, so that no Direct3D device is made unless a test asks for one. Ends with
 // everything let go of.
 class BuildBench {
-    struct Com {
-        Com() { (void)CoInitialize(nullptr); }
-        Com(const Com&) = delete;
-        Com& operator=(const Com&) = delete;
-        ~Com() { CoUninitialize(); }
-    } com_;
-
 public:
-    explicit BuildBench(const std::string& audioDecoder = kCyberlinkAudio,
-                        const std::string& videoDecoder = kCyberlinkVideo);
+    explicit BuildBench(const std::string& audioDecoder = "9BC1B780-85E3-11D2-98D0-0080C84E9C39",
+                        const std::string& videoDecoder = "9BC1B781-85E3-11D2-98D0-0080C84E9C39");
     BuildBench(const BuildBench&) = delete;
     BuildBench& operator=(const BuildBench&) = delete;
     ~BuildBench();
 
     int Build() { return player.BuildGraph(window); }
-    // Offers the overlay's interface again.
-    void OfferMixer() { platform.withheld.clear(); }
+    Lines Calls() { return platform.journal.Take(); }
     // What the diagnostic log has got since the bench was made.
     [[nodiscard]] std::string Log() const;
 

@@ -13,7 +13,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Lines = std::vector<std::string>;
 
 constexpr char kNoPins[] =
     "Error: 111 The video Directshow decoder filter did not expose the expected input/output pins.\r\n";
@@ -93,8 +92,8 @@ TEST(DecoderChoice, EveryFixedPair) {
             Choose(row.videoType, row.codec);
             AudioType = row.audioType;
             EXPECT_EQ(bench.Build(), 1);
-            const Lines parameters = {"video decoder.SetValue(9CF1A330, 3)",
-                                      "video decoder.SetValue(BB8F00E9, 1)", "video decoder.Commit"};
+            const Lines parameters = {"video decoder.SetValue 9CF1A330(3)",
+                                      "video decoder.SetValue BB8F00E9(1)", "video decoder.Commit"};
             Lines expected = {"create audio decoder", "create video decoder",
                               Line("graph.AddFilter(audio decoder, \"%s\")", row.audioName),
                               Line("graph.AddFilter(video decoder, \"%s\")", row.videoName)};
@@ -105,9 +104,9 @@ TEST(DecoderChoice, EveryFixedPair) {
                 Line("graph.ConnectDirect(demux/Video Out, video decoder/%s, no type)", row.input));
             expected.push_back(
                 Line("graph.ConnectDirect(video decoder/%s, VMR9/VMR Input0, no type)", row.output));
-            EXPECT_EQ(Matching(bench.platform.record.lines,
-                               {"create audio decoder", "video decoder", "AddFilter(audio decoder"}),
-                      expected);
+            EXPECT_EQ(
+                Matching(bench.Calls(), {"create audio decoder", "video decoder", "AddFilter(audio decoder"}),
+                expected);
         }
         for (const char* const missing :
              {"audio decoder", "video decoder"}) { // both are created, then checked
@@ -118,7 +117,7 @@ TEST(DecoderChoice, EveryFixedPair) {
             bench.platform.broken = {missing};
             EXPECT_EQ(bench.Build(), 0);
             EXPECT_EQ(bench.Log(), Line("Error: %s\r\n", row.failure));
-            EXPECT_EQ(bench.platform.record.lines.size(), 3U);
+            EXPECT_EQ(bench.Calls().size(), 3U);
         }
     }
 }
@@ -138,7 +137,7 @@ TEST(DecoderChoice, EmptyRowsAndLargerValuesLoadNothing) {
         Choose(row.videoType, row.codec);
         EXPECT_EQ(bench.Build(), 0);
         EXPECT_EQ(bench.Log(), row.log);
-        EXPECT_THAT(bench.platform.record.lines, ElementsAre("create graph"));
+        EXPECT_THAT(bench.Calls(), ElementsAre("create graph"));
     }
 }
 
@@ -171,7 +170,7 @@ TEST(DecoderChoice, AutomaticSearchesByCoding) {
             expected.insert(expected.end(), audio.begin(), audio.end());
         }
         expected.emplace_back("create feed");
-        const Lines& lines = bench.platform.record.lines;
+        const Lines lines = bench.Calls();
         ASSERT_GT(lines.size(), expected.size());
         EXPECT_EQ(Lines(lines.begin() + 1, lines.begin() + 1 + static_cast<std::ptrdiff_t>(expected.size())),
                   expected);
@@ -229,7 +228,7 @@ TEST(DecoderChoice, AutomaticTakesTheFirstThatIsNotTheLastResort) {
     alone.platform.mappings = {{"video", {{Guid(kFfdshowVideoId), L"FFDShow V"}}},
                                {"audio", {{Guid(kFfdshowAudioId), L"FFDShow A"}}}};
     EXPECT_EQ(alone.Build(), 1);
-    EXPECT_EQ(Matching(alone.platform.record.lines, {"\"FFDShow V\"", "\"FFDShow A\""}).size(), 2U);
+    EXPECT_EQ(Matching(alone.Calls(), {"\"FFDShow V\"", "\"FFDShow A\""}).size(), 2U);
 }
 
 // The flag of this process that IsDebuggerPresent reads.

@@ -41,7 +41,7 @@ void ExpectType(MediaType& type, const char* major, const char* subtype, const c
     expected.formattype = Guid(format);
     expected.cbFormat = declared;
     expected.pbFormat = type.Get()->pbFormat;
-    EXPECT_EQ(std::memcmp(type.Get(), &expected, sizeof expected), 0) << Describe(type.Get());
+    EXPECT_EQ(std::memcmp(type.Get(), &expected, sizeof expected), 0) << Text(type.Get());
     ASSERT_EQ(type.Get()->pbFormat == nullptr, blockLength == 0);
     std::vector<BYTE> block(blockLength);
     for (const Value& value : values) {

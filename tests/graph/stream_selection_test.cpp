@@ -13,75 +13,64 @@ using ::testing::IsEmpty;
 // Two selections on a fresh graph, as the analyzer's commands make them, then the repeats that do less.
 TEST(StreamSelection, PlatformDemultiplexer) {
     struct Row {
-        void (*select)(PlayerGraph& player);
-        std::string log;
-        std::vector<std::string> calls;
+        bool video;
+        std::uint32_t pid;
+        bool keepStopped;
+        int unmapped, mapped; // -1: none
     };
-    using Player = PlayerGraph&;
-    const std::string video = "demux/Video Out.";
-    const std::string audio = "demux/Audio Out.";
     const Row rows[] = {
-        {[](Player player) { player.SetVideoPid(0x0100, 1); },
-         "Set Video: 0100\r\n",
-         {"graph.Stop", video + "UnmapPID(1FFF)", video + "MapPID(0100)"}},
-        {[](Player player) { player.SetAudioPid(0x0101, 0); },
-         "Set Audio: 0101\r\n",
-         {"graph.Stop", audio + "UnmapPID(1FFF)", audio + "MapPID(0101)", "graph.Run"}},
+        {true, 0x0100, true, 0x1FFF, 0x0100},
+        {false, 0x0101, false, 0x1FFF, 0x0101},
         // Only the low 16 bits count; a repeated video PID is mapped anew, a repeated audio PID is not.
-        {[](Player player) { player.SetVideoPid(0xABCD0100, 0); },
-         "Set Video: 0100\r\n",
-         {"graph.Stop", video + "UnmapPID(0100)", video + "MapPID(0100)", "graph.Run"}},
-        {[](Player player) { player.SetAudioPid(0xABCD0101, 0); }, "Set Audio: 0101\r\n", {}},
-        {[](Player player) { player.SetAudioPid(0x1FFF, 0); }, "", {}},
-        {[](Player player) { player.SetAudioPid(0xFFFF1FFF, 0); }, "", {}},
+        {true, 0xABCD0100, false, 0x0100, 0x0100},
+        {false, 0xABCD0101, false, -1, -1},
+        {false, 0x1FFF, false, -1, -1},
+        {false, 0xFFFF1FFF, false, -1, -1},
         // A stored video PID of 0 is not unmapped, a stored audio PID of 0 is.
-        {[](Player player) { player.SetVideoPid(0, 1); },
-         "Set Video: 0000\r\n",
-         {"graph.Stop", video + "UnmapPID(0100)", video + "MapPID(0000)"}},
-        {[](Player player) { player.SetVideoPid(0x0200, 1); },
-         "Set Video: 0200\r\n",
-         {"graph.Stop", video + "MapPID(0200)"}},
-        {[](Player player) { player.SetAudioPid(0, 1); },
-         "Set Audio: 0000\r\n",
-         {"graph.Stop", audio + "UnmapPID(0101)", audio + "MapPID(0000)"}},
-        {[](Player player) { player.SetAudioPid(0x0201, 1); },
-         "Set Audio: 0201\r\n",
-         {"graph.Stop", audio + "UnmapPID(0000)", audio + "MapPID(0201)"}},
-        {[](Player player) { player.SetVideoPid(0x1FFF, 0); },
-         "Set Video: 1FFF\r\n",
-         {"graph.Stop", video + "UnmapPID(0200)", video + "MapPID(1FFF)", "graph.Run"}},
+        {true, 0, true, 0x0100, 0},
+        {true, 0x0200, true, -1, 0x0200},
+        {false, 0, true, 0x0101, 0},
+        {false, 0x0201, true, 0, 0x0201},
+        {true, 0x1FFF, false, 0x0200, 0x1FFF},
     };
     BuildBench bench;
     ASSERT_EQ(bench.Build(), 1);
     std::string log;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        bench.platform.record.lines.clear();
-        row.select(bench.player);
-        EXPECT_EQ(bench.platform.record.lines, row.calls);
-        log += row.log;
+    for (const auto& [video, pid, keepStopped, unmapped, mapped] : rows) {
+        SCOPED_TRACE(Line("%s %08X", video ? "Video" : "Audio", pid));
+        bench.Calls();
+        video ? bench.player.SetVideoPid(pid, keepStopped) : bench.player.SetAudioPid(pid, keepStopped);
+        const std::string pin = video ? "demux/Video Out." : "demux/Audio Out.";
+        Lines calls = {"graph.Stop", Line("%sUnmapPID(%d)", pin.c_str(), unmapped),
+                       Line("%sMapPID(%d)", pin.c_str(), mapped), keepStopped ? "" : "graph.Run"};
+        std::erase_if(calls, [mapped](const auto& call) {
+            return mapped < 0 || call.empty() || call.ends_with("(-1)");
+        });
+        EXPECT_EQ(bench.Calls(), calls);
+        log += !video && (pid & 0xFFFF) == kNullPid
+                   ? ""
+                   : Line("Set %s: %04X\r\n", video ? "Video" : "Audio", pid & 0xFFFF);
         EXPECT_EQ(bench.Log(), log);
     }
     // The remembered PIDs outlive the graph: the next one's first mapping undoes them on the new pin.
     bench.player.ReleaseGraph();
     ASSERT_EQ(bench.Build(), 1);
-    bench.platform.record.lines.clear();
-    bench.player.SetVideoPid(0x0300, 1);
+    bench.Calls();
+    bench.player.SetVideoPid(768, 1);
     bench.player.SetAudioPid(0x0201, 0); // unchanged, so the graph stays stopped
-    EXPECT_THAT(bench.platform.record.lines,
-                ElementsAre("graph.Stop", video + "UnmapPID(1FFF)", video + "MapPID(0300)"));
+    EXPECT_THAT(bench.Calls(),
+                ElementsAre("graph.Stop", "demux/Video Out.UnmapPID(8191)", "demux/Video Out.MapPID(768)"));
 }
 
 TEST(StreamSelection, KorvixDemultiplexerHearsOfBothPids) {
     BuildBench bench;
     KorvixCodec = 1;
     ASSERT_EQ(bench.Build(), 1);
-    bench.platform.record.lines.clear();
+    bench.Calls();
     bench.player.SetVideoPid(0x0100, 1);
     bench.player.SetAudioPid(0x0101, 0);
-    EXPECT_THAT(bench.platform.record.lines,
-                ElementsAre("graph.Stop", "korvix demux.SetPids(0100, 1FFF, 0100)", "graph.Stop",
-                            "korvix demux.SetPids(0100, 0101, 0100)", "graph.Run"));
+    EXPECT_THAT(bench.Calls(), ElementsAre("graph.Stop", "korvix demux.SetPids(256, 8191, 256)", "graph.Stop",
+                                           "korvix demux.SetPids(256, 257, 256)", "graph.Run"));
 }
 
 // With both kinds of demultiplexer in the graph the two operations show their orders: the video's mapping comes
@@ -93,14 +82,14 @@ TEST(StreamSelection, OrderOfMappingAndTelling) {
     bench.player.ReleaseGraph(); // keeps the maker's demultiplexer
     KorvixCodec = 0;
     ASSERT_EQ(bench.Build(), 1);
-    bench.platform.record.lines.clear();
+    bench.Calls();
     bench.player.SetVideoPid(0x0100, 1);
     bench.player.SetAudioPid(0x0101, 1);
     EXPECT_THAT(
-        bench.platform.record.lines,
-        ElementsAre("graph.Stop", "demux/Video Out.UnmapPID(1FFF)", "demux/Video Out.MapPID(0100)",
-                    "korvix demux.SetPids(0100, 1FFF, 0100)", "graph.Stop", "demux/Audio Out.UnmapPID(1FFF)",
-                    "korvix demux.SetPids(0100, 0101, 0100)", "demux/Audio Out.MapPID(0101)"));
+        bench.Calls(),
+        ElementsAre("graph.Stop", "demux/Video Out.UnmapPID(8191)", "demux/Video Out.MapPID(256)",
+                    "korvix demux.SetPids(256, 8191, 256)", "graph.Stop", "demux/Audio Out.UnmapPID(8191)",
+                    "korvix demux.SetPids(256, 257, 256)", "demux/Audio Out.MapPID(257)"));
 }
 
 TEST(StreamSelection, WithoutAGraphPidsAreOnlyRemembered) {
@@ -110,7 +99,7 @@ TEST(StreamSelection, WithoutAGraphPidsAreOnlyRemembered) {
     EXPECT_EQ(bench.player.videoPid, 0x0111U);
     EXPECT_EQ(bench.player.audioPid, 0x0112U);
     EXPECT_EQ(bench.Log(), "Set Video: 0111\r\nSet Audio: 0112\r\n");
-    EXPECT_THAT(bench.platform.record.lines, IsEmpty());
+    EXPECT_THAT(bench.Calls(), IsEmpty());
 }
 
 } // namespace

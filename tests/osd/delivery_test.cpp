@@ -21,7 +21,7 @@
 #include "osd/overlay_surface.h"
 #include "tests/support/files.h"
 #include "tests/support/message_boxes.h"
-#include "tests/support/player_fakes.h"
+#include "tests/support/playback_fakes.h"
 
 namespace vistrame {
 namespace {
@@ -81,7 +81,7 @@ HRESULT STDMETHODCALLTYPE WideLock(IDirect3DSurface9*, D3DLOCKED_RECT* locked, c
 class Delivery : public testing::Test {
 protected:
     void SetUp() override {
-        ThePlayerGraph().mixerBitmap = &mixer;
+        ThePlayerGraph().mixerBitmap = mixer.As<IVMRMixerBitmap9>();
         failing.clear();
     }
     void TearDown() override {
@@ -179,7 +179,7 @@ TEST_F(Delivery, FollowsThePitchAndSkipsALockedOutSurface) {
     Draw(79);
     Replace(OverlaySurface, kLock, reinterpret_cast<void*>(WideLock), realLock);
     RedrawOverlay();
-    EXPECT_EQ(journal.Take(), std::vector<std::string>{"SetAlphaBitmap"});
+    EXPECT_EQ(journal.Take(), std::vector<std::string>{"mixer.SetAlphaBitmap"});
     failing = "lock";
     RedrawOverlay();
     EXPECT_EQ(journal.Take(), std::vector<std::string>{});

@@ -1,59 +1,112 @@
 #include "tests/support/com_fake.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdarg>
 #include <cstdio>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "graph/com.h"
+#include "graph/media_ids.h"
 
 namespace vistrame::test {
-namespace {
 
-// Answered by every fake with the FakeObject itself; no interface of this name exists.
-constexpr IID kSelf = {0x6a0d8f6e, 0x2a3a, 0x4a52, {0x8e, 0x55, 0x37, 0x6f, 0x0c, 0x63, 0x2d, 0x11}};
-
-} // namespace
-
-std::string Line(const char* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::string line = LineOf(format, arguments);
-    va_end(arguments);
-    return line;
+std::string Text(long number) {
+    return std::to_string(number);
 }
 
-std::string LineOf(const char* format, std::va_list arguments) {
+std::string Text(ULONG number) {
+    return std::to_string(number);
+}
+
+std::string Text(const wchar_t* text) {
+    return Line("\"%ls\"", text);
+}
+
+std::string Text(IUnknown* object) {
+    return object == nullptr ? "null" : FakeObject::Of(object).name;
+}
+
+std::string Text(const AM_MEDIA_TYPE* type) {
+    static const std::vector<std::pair<ClassId, std::string>> names = {{kNullId, "none"},
+                                                                       {kVideoType, "video"},
+                                                                       {kAudioType, "audio"},
+                                                                       {kMpeg2Video, "MPEG2"},
+                                                                       {kMpegAudio, "MPEG"},
+                                                                       {kAc3Audio, "AC3"},
+                                                                       {kLatmAacAudio, "LATM"},
+                                                                       {kEac3Audio, "EAC3"},
+                                                                       {kMpeg2VideoFormat, "MPEG2VIDEOINFO"},
+                                                                       {kWaveFormat, "WAVEFORMATEX"}};
+    const auto nameOf = [](const GUID& id) {
+        const auto found =
+            std::ranges::find_if(names, [&](const auto& known) { return ToGuid(known.first) == id; });
+        return found != names.end() ? found->second
+                                    : std::string(reinterpret_cast<const char*>(&id.Data1), 4); // a FourCC
+    };
+    if (type == nullptr) {
+        return "no type";
+    }
+    std::string text = nameOf(type->majortype) + "/" + nameOf(type->subtype);
+    if (type->cbFormat != 0 || type->formattype != GUID_NULL) {
+        text += ' ' + nameOf(type->formattype) + ' ' + std::to_string(type->cbFormat);
+    }
+    return text;
+}
+
+std::string Line(const char* format, ...) {
     std::array<char, 512> text{};
+    std::va_list arguments;
+    va_start(arguments, format);
     (void)std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
     return text.data();
 }
 
-void FakeObject::OfferUncalled(REFIID iid) {
-    Offer<FakePart<IUnknown>>();
-    interfaces_.back().first = iid;
+FakePart& FakeObject::Offer(REFIID iid) {
+    return *parts_.emplace_back(std::make_shared<FakePart>(*this, iid));
+}
+
+FakePart* FakeObject::Find(REFIID iid) {
+    const auto found = std::ranges::find_if(
+        parts_, [&](const auto& part) { return iid == IID_IUnknown || iid == part->iid; });
+    return found == parts_.end() ? nullptr : found->get();
 }
 
 void FakeObject::Withhold(REFIID iid) {
-    std::erase_if(interfaces_, [&](const auto& entry) { return entry.first == iid; });
+    if (FakePart* const part = Find(iid)) {
+        part->iid = {};
+    }
 }
 
 HRESULT FakeObject::Query(REFIID iid, void** out) {
-    if (iid == kSelf) {
-        *out = this;
-        return S_OK;
-    }
     if (onQuery) {
         onQuery(iid);
     }
-    const auto found =
-        std::ranges::find_if(interfaces_, [&](const auto& entry) { return entry.first == iid; });
-    IUnknown* const part = iid == IID_IUnknown          ? Identity()
-                           : found != interfaces_.end() ? found->second
-                                                        : nullptr;
-    *out = part;
-    if (part == nullptr) {
+    *out = Find(iid);
+    if (*out == nullptr) {
         return E_NOINTERFACE;
     }
-    part->AddRef();
+    ++references;
     return S_OK;
+}
+
+FakeObject& FakeObject::Of(IUnknown* part) {
+    return reinterpret_cast<FakePart*>(part)->object;
+}
+
+HRESULT FakeObject::Add(const std::string& method, const Lines& arguments) {
+    std::string line = name + '.' + method;
+    for (const std::string& argument : arguments) {
+        line += (&argument == arguments.data() ? "(" : ", ") + argument;
+    }
+    line += arguments.empty() ? "" : ")";
+    journal_.Add(line);
+    if (during) {
+        during(line);
+    }
+    return result;
 }
 
 ULONG FakeObject::Release() {
@@ -61,39 +114,34 @@ ULONG FakeObject::Release() {
         ADD_FAILURE() << name << " released once too often";
         return 0;
     }
-    if (record_.releases) {
-        Record("Release");
+    if (journal_.releases) {
+        journal_.Add(name + ".Release");
     }
     return --references;
 }
 
-FakeObject* FakeObject::Of(IUnknown* part) {
-    void* object = nullptr;
-    if (part != nullptr) {
-        (void)part->QueryInterface(kSelf, &object);
-    }
-    return static_cast<FakeObject*>(object);
+FakePart::FakePart(FakeObject& owner, REFIID interfaceId) : object(owner), iid(interfaceId) {
+    methods_ = table_.data();
+    table_.fill(reinterpret_cast<void*>(Unexpected));
+    table_[0] = reinterpret_cast<void*>(QueryInterface);
+    table_[1] = reinterpret_cast<void*>(AddRef);
+    table_[2] = reinterpret_cast<void*>(Release);
 }
 
-ClassOverride::ClassOverride(REFCLSID classId, Creator create) : create_(std::move(create)) {
-    EXPECT_EQ(CoRegisterClassObject(classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration_),
-              S_OK);
+HRESULT FakePart::QueryInterface(FakePart* part, REFIID iid, void** out) {
+    return part->object.Query(iid, out);
 }
 
-ClassOverride::~ClassOverride() {
-    EXPECT_EQ(CoRevokeClassObject(registration_), S_OK);
+ULONG FakePart::AddRef(FakePart* part) {
+    return ++part->object.references;
 }
 
-HRESULT ClassOverride::QueryInterface(REFIID iid, void** out) {
-    const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
-    *out = known ? this : nullptr;
-    return known ? S_OK : E_NOINTERFACE;
+ULONG FakePart::Release(FakePart* part) {
+    return part->object.Release();
 }
 
-HRESULT ClassOverride::CreateInstance(IUnknown* outer, REFIID iid, void** out) {
-    EXPECT_EQ(outer, nullptr);
-    *out = nullptr;
-    return create_(iid, out);
+void FakePart::Unexpected(FakePart* part) {
+    throw std::logic_error("unexpected call of " + part->object.name);
 }
 
 } // namespace vistrame::test

@@ -1,123 +1,190 @@
-// COM objects that record what is done to them, for tests.
+// COM objects for tests, made of single methods: what a test does not give an object, nobody may call.
 //
-// A FakeObject is made of parts, one per interface, that share its identity and reference count. It stays in
-// memory when the count falls to zero, so that a release too many or a late call fails the test by name instead
-// of crashing it. Threads: any, one at a time.
+// Calls are written down in a journal that several objects share, so that their order shows. An object stays in
+// memory when its count falls to zero: a release too many or a late call fails the test by name.
+//
+// Threads    journals and counts: any; an object is equipped before others see it.
+// Ownership  whoever makes an object keeps it; `references` counts what others hold.
 #pragma once
 
-#include <cstdarg>
+#include <array>
+#include <atomic>
+#include <bit>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include <windows.h>
-#include <unknwn.h>
+#include <dshow.h>
+
+#include "tests/support/messages.h"
 
 namespace vistrame::test {
 
-// printf into a string.
-[[gnu::format(printf, 1, 2)]] std::string Line(const char* format, ...);
-std::string LineOf(const char* format, std::va_list arguments);
+using Lines = std::vector<std::string>;
 
 // What happened, in order.
-struct CallRecord {
-    std::vector<std::string> lines;
+class Journal {
+public:
+    void Add(std::string line) {
+        const std::lock_guard hold(lock_);
+        lines_.push_back(std::move(line));
+    }
+    // The lines since the last call.
+    Lines Take() {
+        const std::lock_guard hold(lock_);
+        return std::exchange(lines_, {});
+    }
+    // The same, once there are `count` of them or five seconds are over; messages are dispatched meanwhile.
+    Lines TakeWhen(std::size_t count) {
+        const auto enough = [&] {
+            const std::lock_guard hold(lock_);
+            return lines_.size() >= count;
+        };
+        (void)PumpUntil(enough, 5000);
+        return Take();
+    }
+
     bool releases = false; // whether each release of an object is a line, too
+
+private:
+    std::mutex lock_;
+    Lines lines_;
 };
+
+// Arguments as lines show them: objects by name, media types as "video/H264 MPEG2VIDEOINFO 136" or "no type".
+std::string Text(long number);
+std::string Text(ULONG number);
+std::string Text(const wchar_t* text);
+std::string Text(IUnknown* object);
+std::string Text(const AM_MEDIA_TYPE* type);
+
+// printf into a string.
+[[gnu::format(printf, 1, 2)]] std::string Line(const char* format, ...);
+
+class FakePart;
 
 class FakeObject {
 public:
-    FakeObject(CallRecord& record, std::string objectName) : name(std::move(objectName)), record_(record) {}
+    FakeObject(Journal& journal, std::string objectName) : name(std::move(objectName)), journal_(journal) {}
     FakeObject(const FakeObject&) = delete;
     FakeObject& operator=(const FakeObject&) = delete;
-    virtual ~FakeObject() = default;
 
-    // Makes a Part(object, arguments...), found under its interface's identifier.
-    template <typename Part, typename... Arguments>
-    Part& Offer(Arguments&&... arguments) {
-        auto part = std::make_shared<Part>(*this, std::forward<Arguments>(arguments)...);
-        interfaces_.emplace_back(__uuidof(typename Part::Interface), part.get());
-        parts_.push_back(part);
-        return *part;
+    template <typename I>
+    FakePart& Offer() {
+        return Offer(__uuidof(I));
     }
-
-    // An interface that is asked for and never called.
-    void OfferUncalled(REFIID iid);
     void Withhold(REFIID iid);
-
     HRESULT Query(REFIID iid, void** out);
-    ULONG AddRef() { return ++references; }
-    ULONG Release();
 
-    // The first part; no reference is added.
-    [[nodiscard]] IUnknown* Identity() const { return interfaces_.front().second; }
-    // The object behind any of its interfaces; null for null. Only for fakes.
-    static FakeObject* Of(IUnknown* part);
+    // One of the interfaces, without another reference; null when it is not offered.
+    template <typename I>
+    I* As() {
+        return reinterpret_cast<I*>(Find(__uuidof(I)));
+    }
+    // The object behind any of its interfaces.
+    static FakeObject& Of(IUnknown* part);
 
-    // Adds the line "name.call".
-    void Record(const std::string& call) { record_.lines.push_back(name + "." + call); }
+    // Adds the line "name.method(arguments)".
+    template <typename... Arguments>
+    HRESULT Record(const std::string& method, const Arguments&... arguments) {
+        return Add(method, {Text(arguments)...});
+    }
 
     const std::string name;
-    ULONG references = 0;
-    std::function<void(REFIID)> onQuery; // sees each question for an interface
+    std::atomic<ULONG> references = 0;
+    HRESULT result = S_OK;                               // of each recorded call
+    std::function<void(const std::string& line)> during; // runs inside each recorded call
+    std::function<void(REFIID)> onQuery;                 // sees each question for an interface
 
 private:
-    CallRecord& record_;
-    std::vector<std::pair<IID, IUnknown*>> interfaces_;
-    std::vector<std::shared_ptr<void>> parts_;
+    friend class FakePart;
+    FakePart& Offer(REFIID iid);
+    FakePart* Find(REFIID iid);
+    HRESULT Add(const std::string& method, const Lines& arguments);
+    ULONG Release();
+
+    Journal& journal_;
+    std::vector<std::shared_ptr<FakePart>> parts_; // the first is the object's identity
 };
 
-// Gives an interface the identity of the object it is part of. A derived class overrides what it expects.
+// One interface of an object: a table of methods that throw until they are replaced.
+class FakePart {
+    void** methods_; // what makes this a COM object; nothing may lie before it
+
+public:
+    FakePart(FakeObject& owner, REFIID interfaceId);
+    FakePart(const FakePart&) = delete;
+    FakePart& operator=(const FakePart&) = delete;
+
+    // Replaces a method: On<&IMediaControl::Run>([] { return S_OK; }).
+    template <auto Method, typename Handler>
+    FakePart& On(Handler handler) {
+        return Replace<Method>(Method, std::move(handler));
+    }
+
+    // Methods that are recorded and do nothing else.
+    template <auto... Methods>
+    FakePart& Records() {
+        (On<Methods>([this](auto... arguments) { return object.Record(NameOf<Methods>(), arguments...); }),
+         ...);
+        return *this;
+    }
+
+    FakeObject& object;
+    IID iid;
+
+private:
+    // A pointer to a virtual method is its offset in the table plus one.
+    template <auto Method>
+    static std::size_t Slot() {
+        auto method = Method;
+        return (std::bit_cast<std::array<std::size_t, 2>>(method)[0] - 1) / sizeof(void*);
+    }
+
+    template <auto Method>
+    static std::string NameOf() {
+        const std::string text = __PRETTY_FUNCTION__; // "... [with auto Method = &Interface::Name; ...]"
+        const std::size_t start = text.find("::", text.find("Method = &")) + 2;
+        return text.substr(start, text.find_first_of(";]", start) - start);
+    }
+
+    template <auto Method, typename I, typename... Arguments>
+    FakePart& Replace(HRESULT (STDMETHODCALLTYPE I::*)(Arguments...),
+                      std::type_identity_t<std::function<HRESULT(Arguments...)>> handler) {
+        handlers_.at(Slot<Method>()) =
+            std::make_shared<std::function<HRESULT(Arguments...)>>(std::move(handler));
+        using Entry = HRESULT(STDMETHODCALLTYPE*)(FakePart*, Arguments...);
+        const Entry entry = &FakePart::Enter<Method, Arguments...>;
+        table_.at(Slot<Method>()) = reinterpret_cast<void*>(entry);
+        return *this;
+    }
+
+    template <auto Method, typename... Arguments>
+    static HRESULT STDMETHODCALLTYPE Enter(FakePart* part, Arguments... arguments) {
+        using Handler = std::function<HRESULT(Arguments...)>;
+        return (*static_cast<Handler*>(part->handlers_.at(Slot<Method>()).get()))(arguments...);
+    }
+
+    static HRESULT STDMETHODCALLTYPE QueryInterface(FakePart* part, REFIID iid, void** out);
+    static ULONG STDMETHODCALLTYPE AddRef(FakePart* part);
+    static ULONG STDMETHODCALLTYPE Release(FakePart* part);
+    [[noreturn]] static void STDMETHODCALLTYPE Unexpected(FakePart* part);
+
+    std::array<void*, 64> table_;
+    std::array<std::shared_ptr<void>, 64> handlers_;
+};
+
+// For methods that return an object: a counted reference.
 template <typename I>
-class FakePart : public I {
-public:
-    using Interface = I;
-    explicit FakePart(FakeObject& object) : object_(object) {}
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override { return object_.Query(iid, out); }
-    STDMETHODIMP_(ULONG) AddRef() override { return object_.AddRef(); }
-    STDMETHODIMP_(ULONG) Release() override { return object_.Release(); }
-
-protected:
-    // Adds the line "object.call", printf-formatted; always S_OK.
-    [[gnu::format(printf, 2, 3)]] HRESULT Record(const char* call, ...) {
-        std::va_list arguments;
-        va_start(arguments, call);
-        object_.Record(LineOf(call, arguments));
-        va_end(arguments);
-        return S_OK;
-    }
-
-    HRESULT Unexpected(const char* method) {
-        ADD_FAILURE() << "unexpected call " << object_.name << "." << method;
-        return E_NOTIMPL;
-    }
-
-    FakeObject& object_;
-};
-
-// Puts `create` behind a class identifier for as long as it lives, whatever the registry says.
-class ClassOverride final : public IClassFactory {
-public:
-    using Creator = std::function<HRESULT(REFIID, void**)>;
-    ClassOverride(REFCLSID classId, Creator create);
-    ClassOverride(const ClassOverride&) = delete;
-    ClassOverride& operator=(const ClassOverride&) = delete;
-    ~ClassOverride();
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; } // lives as long as the test wants
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override;
-    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
-
-private:
-    Creator create_;
-    DWORD registration_ = 0;
-};
+HRESULT Hand(FakeObject& object, I** out) {
+    ++object.references;
+    *out = object.As<I>();
+    return S_OK;
+}
 
 } // namespace vistrame::test

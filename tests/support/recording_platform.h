@@ -2,8 +2,7 @@
 // both demultiplexers, renderers, OSD source and whatever decoders a test installs, behind the real class
 // identifiers.
 //
-// What is created and called stands in `record` as readable lines, in order. Ends with the test's last reference:
-// let go of everything before the platform goes.
+// Ends with the test's last reference: let go of everything before the platform goes.
 #pragma once
 
 #include <array>
@@ -21,13 +20,6 @@
 
 namespace vistrame::test {
 
-class FakeFilter;
-
-struct PinPlan {
-    std::string name;
-    PIN_DIRECTION direction;
-};
-
 // A filter the mapper knows. Without an identifier it is a broken registration.
 struct MapperEntry {
     std::optional<CLSID> id;
@@ -42,10 +34,10 @@ public:
     ~RecordingPlatform();
 
     // Decoders have several pins of each direction, so that every way of choosing one chooses another.
-    void InstallAudioDecoder(REFCLSID id, const std::string& name);
-    void InstallVideoDecoder(REFCLSID id, const std::string& name);
+    void InstallAudioDecoder(REFCLSID id);
+    void InstallVideoDecoder(REFCLSID id);
 
-    CallRecord record;
+    Journal journal; // what is created and called
 
     // Set before the build, all by the names that stand in the lines.
     std::set<std::string> broken;                             // classes that cannot be created
@@ -53,31 +45,33 @@ public:
     std::set<std::string> missingPins;                        // "filter/pin"
     std::map<std::string, std::vector<MapperEntry>> mappings; // what the mapper finds, by "video" and "audio"
     long volume = 0;                                          // of the sound renderer
-    HRESULT removeResult = S_OK;                              // of the graph's RemoveFilter
-    std::array<ULONG, 2> stallCounts{};                       // of the maker's demultiplexer
 
     // "name count" of everything still referenced, in order of creation.
-    [[nodiscard]] std::vector<std::string> References() const;
+    [[nodiscard]] Lines References() const;
 
-    // The last object made under a name; a failure when there is none.
+    // The last object made under a name, which there must be.
     FakeObject& Find(const std::string& name);
 
-    // An object of no class, made by the other fakes.
-    FakeObject& AddObject(const std::string& name);
-
 private:
-    void InstallFilter(REFCLSID id, const std::string& name, std::vector<PinPlan> pins,
-                       void (*furnish)(RecordingPlatform&, FakeFilter&) = nullptr);
-    void InstallObject(REFCLSID id, const std::string& name,
-                       void (*furnish)(RecordingPlatform&, FakeObject&));
-    void InstallClass(REFCLSID id, const std::string& name, std::function<FakeObject&()> make);
-    FakeObject& Adopt(std::unique_ptr<FakeObject> object);
+    using Furnish = std::function<void(FakeObject&)>;
+    void Install(REFCLSID id, const std::string& name, const Furnish& furnish);
+    // `plan` names the pins, inputs with "<", outputs with ">".
+    void InstallFilter(REFCLSID id, const std::string& name, const Lines& plan, const Furnish& furnish = {});
+    HRESULT Create(const std::string& name, const Furnish& furnish, REFIID iid, void** out);
+    FakeObject& AddObject(const std::string& name);
+    FakeObject& AddPin(const std::string& name, PIN_DIRECTION direction);
+    template <typename I>
+    FakeObject& AddEnumerator(const std::string& name, std::vector<FakeObject*> items);
 
-    std::vector<std::unique_ptr<FakeObject>> objects_;
-    std::vector<std::unique_ptr<ClassOverride>> classes_;
+    void FurnishGraph(FakeObject& graph);
+    void FurnishMapper(FakeObject& mapper);
+    void FurnishDemux(FakeObject& demux);
+    FakeObject& AddMoniker(const MapperEntry& entry);
+
+    Journal silence_; // the class factories'
+    std::vector<std::unique_ptr<FakeObject>> objects_, factories_;
+    std::vector<DWORD> registrations_;
+    std::array<ULONG, 2> stallCounts_{};
 };
-
-// "video/H264 MPEG2VIDEOINFO 136", "no type" for null.
-std::string Describe(const AM_MEDIA_TYPE* type);
 
 } // namespace vistrame::test

@@ -13,17 +13,15 @@
 #include "graph/com.h"
 #include "graph/player_graph.h"
 #include "osd/overlay_surface.h"
-#include "tests/support/com_fake.h"
-#include "tests/support/directshow_stubs.h"
 #include "tests/support/message_boxes.h"
 #include "tests/support/messages.h"
-#include "tests/support/player_fakes.h"
+#include "tests/support/playback_fakes.h"
 #include "window/colour_bars.h"
 
 namespace vistrame {
 namespace {
 
-using Calls = std::vector<std::string>;
+using Calls = test::Lines;
 
 constexpr std::array kColours = {RGB(255, 255, 255), RGB(255, 255, 0), RGB(0, 255, 255), RGB(0, 255, 0),
                                  RGB(255, 0, 255),   RGB(255, 0, 0),   RGB(0, 0, 255)};
@@ -147,12 +145,12 @@ TEST_F(PlayerWindowTest, BarsFillAnyWidthAndTheLastTakesTheRemainder) {
 TEST(ColourBars, StartAtTheAreasLeftEdgeHoweverNarrow) {
     const struct {
         RECT area;
-        std::vector<int> bars; // the bar seen in each column, -1: none
+        std::string bars; // the one seen in each column
     } rows[] = {
-        {{2, 1, 9, 3}, {-1, -1, 0, 1, 2, 3, 4, 5, 6, -1}},
-        {{0, 0, 10, 2}, {0, 1, 2, 3, 4, 5, 6, 6, 6, 6}},
-        {{1, 0, 7, 2}, {-1, 6, 6, 6, 6, 6, 6, -1, -1, -1}}, // bars of width 0: the last one covers them
-        {{3, 0, 3, 2}, {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1}},
+        {{2, 1, 9, 3}, "  0123456 "},
+        {{0, 0, 10, 2}, "0123456666"},
+        {{1, 0, 7, 2}, " 666666   "}, // bars of width 0: the last one covers them
+        {{3, 0, 3, 2}, "          "},
     };
     HDC screen = GetDC(nullptr);
     HDC memory = CreateCompatibleDC(screen);
@@ -166,7 +164,7 @@ TEST(ColourBars, StartAtTheAreasLeftEdgeHoweverNarrow) {
         EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), objects) << "brushes left behind";
         for (int x = 0; x < 10; ++x) {
             for (int y = 0; y < 4; ++y) {
-                const int bar = row.bars.at(x);
+                const int bar = row.bars.at(x) - '0';
                 const bool inside = bar >= 0 && y >= row.area.top && y < row.area.bottom;
                 EXPECT_EQ(GetPixel(memory, x, y), inside ? kColours.at(bar) : RGB(0, 0, 0)) << x << ',' << y;
             }
@@ -198,39 +196,31 @@ TEST_F(PlayerWindowTest, PaintAndRefreshTimerRedrawTheOverlay) {
     test::Journal journal;
     test::FakeMixer mixer(journal);
     ASSERT_EQ(SetUpOverlaySurface(Window()), 1);
-    ThePlayerGraph().mixerBitmap = &mixer;
+    ThePlayerGraph().mixerBitmap = mixer.As<IVMRMixerBitmap9>();
     for (const bool standAlone : {true, false}) {
         StandAlone = standAlone;
         Repaint();
-        EXPECT_EQ(journal.Take(), Calls{"SetAlphaBitmap"});
+        EXPECT_EQ(journal.Take(), Calls{"mixer.SetAlphaBitmap"});
     }
     EXPECT_EQ(SendMessageA(Window(), WM_TIMER, TIMER_OSD_REFRESH, 0), 0);
-    EXPECT_EQ(journal.Take(), Calls{"SetAlphaBitmap"});
+    EXPECT_EQ(journal.Take(), Calls{"mixer.SetAlphaBitmap"});
     for (const WPARAM other : {1, 4, 99}) {
         EXPECT_EQ(SendMessageA(Window(), WM_TIMER, other, 0), 0);
     }
     EXPECT_EQ(journal.Take(), Calls{});
 }
 
-class RecordingVideoWindow final : public test::StubVideoWindow {
-public:
-    using StubVideoWindow::StubVideoWindow;
-    HRESULT STDMETHODCALLTYPE SetWindowPosition(long left, long top, long width, long height) override {
-        object_.Record(test::Line("SetWindowPosition %ld %ld %ld %ld", left, top, width, height));
-        return E_FAIL;
-    }
-};
-
 TEST_F(PlayerWindowTest, TheVideoFollowsTheClientArea) {
-    test::CallRecord record;
-    test::FakeObject video(record, "video");
-    ThePlayerGraph().videoWindow = &video.Offer<RecordingVideoWindow>();
+    test::Journal journal;
+    test::FakeObject video(journal, "video");
+    video.Offer<IVideoWindow>().Records<&IVideoWindow::SetWindowPosition>();
+    ThePlayerGraph().videoWindow = video.As<IVideoWindow>();
     const RECT client = Client();
     RedrawWindow(Window(), nullptr, nullptr, RDW_VALIDATE | RDW_NOERASE);
     EXPECT_EQ(SendMessageA(Window(), WM_SIZE, SIZE_RESTORED, MAKELPARAM(1, 2)),
               0); // the rectangle is asked for
-    EXPECT_EQ(record.lines,
-              Calls{test::Line("video.SetWindowPosition 0 0 %ld %ld", client.right, client.bottom)});
+    EXPECT_EQ(journal.Take(),
+              Calls{test::Line("video.SetWindowPosition(0, 0, %ld, %ld)", client.right, client.bottom)});
     RECT invalid{};
     EXPECT_TRUE(GetUpdateRect(Window(), &invalid, FALSE));
     EXPECT_TRUE(EqualRect(&invalid, &client));
