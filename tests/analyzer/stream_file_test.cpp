@@ -4,6 +4,7 @@
 #include "analyzer/report.h"
 #include "analyzer/stream_file.h"
 #include "tests/analyzer/temporary_stream.h"
+#include "transport/clock.h"
 
 namespace vistrame::test {
 namespace {
@@ -23,15 +24,13 @@ TEST(StreamFile, TellsWhyAFileIsNoUse) {
     const Row rows[] = {
         {"empty", {}, "no transport stream"},
         {"something else", Bytes(300'000, 0x20), "no transport stream"},
-        {"sync bytes and nothing between them", Bytes(187, kSyncByte), "no transport stream"},
         {"no tables", Render(tableless.packets), "no programme"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
         const TemporaryStream written(row.content);
         StreamFile file;
         const Outcome outcome = file.Open(written.Path());
-        EXPECT_EQ(outcome.code, ExitCode::kStream);
+        EXPECT_EQ(outcome.code, ExitCode::kStream) << row.what;
         EXPECT_THAT(outcome.reason, HasSubstr(row.reason));
         EXPECT_THAT(outcome.reason, HasSubstr(written.Path()));
     }
@@ -47,7 +46,7 @@ TEST(StreamFile, ProgrammesAndPaceOfAMultiplex) {
     builder.AddSdt({{1, "Vistrame \"One\""}, {2, "Zwei"}});
     // Only the second programme's clock runs: 500 packets each second.
     for (int i = 0; i < 200; ++i) {
-        builder.AddPcr(0x111, i * kPcrInterval);
+        builder.AddPcr(0x111, i * kPcrPerSecond / 50);
         for (int j = 1; j < 10; ++j) {
             (void)builder.AddPacket(0x101, false, Bytes(100, 0));
         }
@@ -66,7 +65,6 @@ TEST(StreamFile, ProgrammesAndPaceOfAMultiplex) {
               "  video 0x0111 H.264\n"
               "  audio 0x0112 AAC LATM\n"
               "programme 3 \"\" pmt 0x0120 without a map\n");
-    ASSERT_NE(file.Find(2), nullptr);
     EXPECT_EQ(file.Find(2)->name, "Zwei");
     EXPECT_EQ(file.Find(4), nullptr);
 }
