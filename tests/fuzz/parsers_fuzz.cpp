@@ -1,6 +1,5 @@
 // Single parsers on any bytes, past the checks that keep most damage from them. The first byte chooses.
-#include <cstdlib>
-
+#include "tests/fuzz/require.h"
 #include "transport/access_unit.h"
 #include "transport/pes_assembler.h"
 #include "transport/service_text.h"
@@ -9,12 +8,6 @@
 namespace {
 
 using namespace vistrame;
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 // Every lead byte has its continuation bytes, and none stands without one.
 bool IsUtf8(const std::string& text) {
@@ -29,48 +22,48 @@ bool IsUtf8(const std::string& text) {
     return due == 0;
 }
 
+void Pmt(ByteSpan bytes) {
+    const auto pmt = ParsePmt(bytes);
+    for (const ElementaryStream& stream : pmt ? pmt->streams : std::vector<ElementaryStream>()) {
+        Require(stream.language.empty() || stream.language.size() == 3);
+    }
+}
+
+void Sdt(ByteSpan bytes) {
+    const auto sdt = ParseSdt(bytes);
+    for (const auto& service : sdt ? sdt->services : std::vector<SdtSection::Service>()) {
+        Require(IsUtf8(service.name));
+    }
+}
+
+void Pes(ByteSpan bytes) {
+    PesHeader header;
+    if (ParsePesHeader(bytes, header) == PesHeaderState::kValid) {
+        Require(header.size <= bytes.size() && (header.total == 0 || header.total >= header.size));
+    }
+}
+
+template <Coding coding>
+void Picture(ByteSpan bytes) {
+    (void)IsRandomAccessPoint(coding, bytes);
+}
+
+constexpr void (*kParsers[8])(ByteSpan) = {
+    [](ByteSpan bytes) { (void)ParsePat(bytes); },
+    Pmt,
+    Sdt,
+    Pes,
+    Picture<Coding::kMpeg2Video>,
+    Picture<Coding::kH264>,
+    Picture<Coding::kHevc>,
+    [](ByteSpan bytes) { Require(IsUtf8(DecodeServiceText(bytes))); },
+};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) {
-        return 0;
-    }
-    const ByteSpan bytes(data + 1, size - 1);
-    switch (data[0] & 7) {
-        case 0:
-            (void)ParsePat(bytes);
-            break;
-        case 1:
-            if (const auto pmt = ParsePmt(bytes)) {
-                for (const ElementaryStream& stream : pmt->streams) {
-                    Require(stream.language.empty() || stream.language.size() == 3);
-                }
-            }
-            break;
-        case 2:
-            if (const auto sdt = ParseSdt(bytes)) {
-                for (const SdtSection::Service& service : sdt->services) {
-                    Require(IsUtf8(service.name));
-                }
-            }
-            break;
-        case 3: {
-            PesHeader header;
-            if (ParsePesHeader(bytes, header) == PesHeaderState::kValid) {
-                Require(header.size <= bytes.size() && (header.total == 0 || header.total >= header.size));
-            }
-            break;
-        }
-        case 4:
-        case 5:
-        case 6: {
-            constexpr Coding kCodings[] = {Coding::kMpeg2Video, Coding::kH264, Coding::kHevc};
-            (void)IsRandomAccessPoint(kCodings[(data[0] & 7) - 4], bytes);
-            break;
-        }
-        default:
-            Require(IsUtf8(DecodeServiceText(bytes)));
-            break;
+    if (size > 0) {
+        kParsers[data[0] & 7](ByteSpan(data + 1, size - 1));
     }
     return 0;
 }
