@@ -16,22 +16,17 @@ TEST(StreamFile, TellsWhyAFileIsNoUse) {
     for (int i = 0; i < 100; ++i) {
         (void)tableless.AddPacket(0x200, false, Bytes(184, 1));
     }
-    struct Row {
-        const char* what;
-        Bytes content;
-        const char* reason;
+    const std::pair<Bytes, const char*> rows[] = {
+        {{}, "no transport stream"},
+        {Bytes(300'000, 0x20), "no transport stream"},
+        {Render(tableless.packets), "no programme"},
     };
-    const Row rows[] = {
-        {"empty", {}, "no transport stream"},
-        {"something else", Bytes(300'000, 0x20), "no transport stream"},
-        {"no tables", Render(tableless.packets), "no programme"},
-    };
-    for (const Row& row : rows) {
-        const TemporaryStream written(row.content);
+    for (const auto& [content, reason] : rows) {
+        const TemporaryStream written(content);
         StreamFile file;
         const Outcome outcome = file.Open(written.Path());
-        EXPECT_EQ(outcome.code, ExitCode::kStream) << row.what;
-        EXPECT_THAT(outcome.reason, HasSubstr(row.reason));
+        EXPECT_EQ(outcome.code, ExitCode::kStream);
+        EXPECT_THAT(outcome.reason, HasSubstr(reason));
         EXPECT_THAT(outcome.reason, HasSubstr(written.Path()));
     }
     StreamFile file;

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "tests/transport/ts_builder.h"
+#include "transport/clock.h"
 
 namespace {
 
@@ -35,6 +36,9 @@ void WriteStreams() {
     for (std::uint8_t change = 0x13; change < 0x80; change += 0x10) {
         Write(path + "change" + std::to_string(change >> 4), {change, 0x20}, jump);
     }
+    TsBuilder halfWrap; // DTS and PTS on different sides of the point that is farthest from the clock
+    halfWrap.AddPes(0x101, {.pts = kTickWrap / 2 + 2600, .dts = kTickWrap / 2 - 1000, .pcr = 0}, Bytes(2000));
+    Write(path + "half-wrap", {0x00, 0x40}, Render(halfWrap.packets));
 }
 
 // The first byte chooses the parser in parsers_fuzz.

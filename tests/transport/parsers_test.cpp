@@ -121,12 +121,7 @@ TEST(ServiceText, BecomesUtf8) {
     }
 }
 
-TEST(Clock, DifferencesTakeTheShortWayRoundAndConversionsKeepSubUnits) {
-    const std::uint64_t top = (std::uint64_t{1} << 33) - 1;
-    EXPECT_EQ(TickDifference(0, top), 1);
-    EXPECT_EQ(TickDifference(top, 0), -1);
-    EXPECT_EQ(TickDifference(std::uint64_t{1} << 32, 0), -(std::int64_t{1} << 32));
-    EXPECT_EQ(TickDifference(top + 6, 4), 1);                  // beyond the range: wrapped first
+TEST(Clock, ConversionsKeepSubUnitsBeyondTheWrap) {
     EXPECT_EQ(ReferenceFromTicks(kTickWrap), 954'437'176'888); // 26.5 hours
     EXPECT_EQ(ReferenceFromPcr(kPcrWrap), ReferenceFromTicks(kTickWrap));
 }

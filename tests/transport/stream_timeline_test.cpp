@@ -151,16 +151,6 @@ TEST(StreamTimeline, KeepsTheOrderOfAPid) {
     EXPECT_EQ(run.beforeFlush, run.units.size());
 }
 
-// Stamps half a wrap off the clock, DTS on one side and PTS on the other: they keep their distance.
-TEST(StreamTimeline, KeepsPtsAndDtsTogether) {
-    TsBuilder builder;
-    const std::int64_t dts = kTickWrap / 2 - 1000;
-    builder.AddPes(kVideo, {.pts = dts + kPictureTicks, .dts = dts, .pcr = 0}, PicturePayload(0));
-    const Playing run(Render(builder.packets));
-    ASSERT_EQ(run.units.size(), 1U);
-    EXPECT_EQ(run.units[0].pts->timeline - run.units[0].dts->timeline, kPictureTicks);
-}
-
 // PCRs end, and then the stream jumps: units are held only so long, then go by their own stamps.
 TEST(StreamTimeline, WaitsForAPcrOnlySoLong) {
     const ProgrammeRecipe recipe{.pcrPid = 0x1F0, .pictures = 20};

@@ -22,12 +22,8 @@ void Append(Bytes& bytes, const Bytes& more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-std::uint64_t Wrapped(std::int64_t value, std::int64_t wrap) {
-    return static_cast<std::uint64_t>((value % wrap + wrap) % wrap);
-}
-
 void AppendStamp(Bytes& bytes, std::uint64_t prefix, std::int64_t stamp) {
-    const std::uint64_t value = Wrapped(stamp, kTickWrap);
+    const std::uint64_t value = static_cast<std::uint64_t>(stamp % kTickWrap);
     Append(bytes,
            prefix << 36 | (value >> 30) << 33 | (value >> 15 & 0x7FFF) << 17 | (value & 0x7FFF) << 1 |
                0x100010001,
@@ -35,7 +31,7 @@ void AppendStamp(Bytes& bytes, std::uint64_t prefix, std::int64_t stamp) {
 }
 
 void AppendPcr(Bytes& bytes, std::int64_t pcr) {
-    const std::uint64_t value = Wrapped(pcr, kPcrWrap);
+    const std::uint64_t value = static_cast<std::uint64_t>(pcr % kPcrWrap);
     Append(bytes, value / kPcrPerTick << 15 | 0x7E00 | value % kPcrPerTick, 6);
 }
 
