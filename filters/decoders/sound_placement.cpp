@@ -14,6 +14,11 @@ std::int64_t Frames(std::int64_t time, int rate) {
     return (time * rate + kUnitsPerSecond / 2) / kUnitsPerSecond;
 }
 
+// As many as it takes.
+std::int64_t FramesOver(std::int64_t time, int rate) {
+    return (time * rate + kUnitsPerSecond - 1) / kUnitsPerSecond;
+}
+
 std::int64_t Time(std::int64_t frames, int rate) {
     return frames * kUnitsPerSecond / rate;
 }
@@ -51,7 +56,7 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
     const std::int64_t ahead = placement.start - earliest;
     const std::int64_t exact = rendered_ ? kTolerance : 0;
     if (ahead < -exact) {
-        placement.skipped = std::min(Frames(-ahead, rate), count);
+        placement.skipped = std::min(FramesOver(-ahead, rate), count);
         placement.start += Time(placement.skipped, rate);
         if (placement.skipped == count) {
             return placement;

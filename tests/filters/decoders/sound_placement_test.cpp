@@ -1,6 +1,7 @@
 // Sound at a renderer that behaves as the system's does: it heeds times only behind a discontinuity, and only to wait.
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -15,17 +16,18 @@ constexpr int kRate = 48'000;
 constexpr std::int64_t kCount = 1152; // 24 ms
 
 struct Renderer {
-    std::int64_t end = 0; // of what it has
+    std::optional<std::int64_t> end; // of what it has
 
     // When the first of `length` is heard.
     std::int64_t Play(std::int64_t start, std::int64_t length, const SoundPlacement::Placement& place,
                       std::int64_t now) {
-        end = place.flush ? 0 : end;
+        end = place.flush ? std::nullopt : end;
         const std::int64_t soonest = now + 10 * kMs;
-        const bool dry = end < soonest;
-        const bool lost = end != 0 && end + 1000 * kMs < now; // its buffer went round
-        const std::int64_t position = dry ? soonest : end;
-        const std::int64_t gap = place.discontinuity && !lost ? start - position : 0;
+        const bool dry = !end || *end < soonest;
+        const bool lost = end && *end + 1000 * kMs < now; // its buffer went round
+        const std::int64_t position = dry ? soonest : *end;
+        const bool timed = place.discontinuity && start >= 0 && !lost; // before zero there is no time
+        const std::int64_t gap = timed ? start - position : 0;
         const std::int64_t heard = gap > (dry ? 0 : 50 * kMs) ? soonest + gap : position;
         end = heard + length;
         return heard;
@@ -53,11 +55,11 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
         SCOPED_TRACE(row.what);
         SoundPlacement placement;
         Renderer renderer;
-        std::int64_t now = 0;
-        std::int64_t played = 0; // of the second part
+        std::int64_t now = -130 * kMs; // a graph's stream time when it begins to run
+        std::int64_t played = 0;       // of the second part
         for (int i = 0; i < 90; ++i) {
             const bool second = i >= 40;
-            const std::int64_t time = (300 + i * 24 + (second ? row.moved : 0)) * kMs;
+            const std::int64_t time = (i * 24 - 100 + (second ? row.moved : 0)) * kMs - 7;
             now = std::max(now, time - (second ? row.lead : 200) * kMs); // when the decoder has it
             const auto place = placement.Place(kCount, kRate, time, now);
             if (place.skipped == kCount) {
