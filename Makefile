@@ -11,7 +11,7 @@ play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
 test: ## build everything and run every test
 	@tools/test
 
-live: ## measure every coding, demultiplexer, renderer and clock on the built player
+live: ## measure what the built player shows and plays, coding by coding and event by event
 	@tools/test live
 
 build: ## build the product: build/mingw32

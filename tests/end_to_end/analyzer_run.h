@@ -23,13 +23,8 @@ public:
     AnalyzerRun& operator=(const AnalyzerRun&) = delete;
     ~AnalyzerRun();
 
-    struct Line {
-        double seconds = 0; // since the analyzer's start
-        std::string text;   // behind the time
-    };
-    // The next log line that begins like this, waiting for it; nothing when the analyzer has ended without
-    // it.
-    std::optional<Line> WaitForLine(const std::string& begin, DWORD limitMsec);
+    // Waits for the next log line that begins like this behind its time; false when there is none up to the end.
+    bool WaitForLine(const std::string& begin, DWORD limitMsec);
 
     // Waits for the end. The exit code, or nothing.
     std::optional<DWORD> WaitForExit(DWORD limitMsec);
@@ -39,9 +34,6 @@ public:
     std::string Error() const;
     std::string Log() const;
     std::string Report() const;
-
-    // The area that the player fills; null when there is none.
-    static HWND PlayerArea();
 
 private:
     std::string folder_;

@@ -1,4 +1,4 @@
-#include "tests/live/matrix.h"
+#include "tests/live/parts.h"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,6 @@ constexpr double kLipSyncAfter = 1.0; // seconds from the first picture on that 
 constexpr double kHold = 0.5;         // a picture may stand that long on a machine that does other things too
 // A sound server or a player that other programs keep from running for some milliseconds loses its timing for seconds.
 constexpr int kAttempts = 3;
-constexpr int kColourTolerance = 30;
 
 // What codings look and sound like is known by make-streams.
 struct Row {
@@ -82,12 +81,6 @@ constexpr bool Pairwise() {
 }
 static_assert(Pairwise());
 
-bool Near(const Look& look, int colour) {
-    return std::abs(look.red - (colour >> 16)) <= kColourTolerance &&
-           std::abs(look.green - (colour >> 8 & 0xFF)) <= kColourTolerance &&
-           std::abs(look.blue - (colour & 0xFF)) <= kColourTolerance;
-}
-
 struct Result {
     std::string wrong; // nothing when the row is right
     double firstPicture = -1, overRandomAccess = 0, soundAfterPicture = 0;
@@ -105,7 +98,7 @@ void CheckPicture(const Row& row, const ProgrammeRun& run, double begin, double 
         const double shown =
             std::clamp(run.screen[i + 1].time, begin, end) - std::clamp(run.screen[i].time, begin, end);
         if (look.flash == Look::Flash::kNone) {
-            (Near(look, kColours[row.colour]) ? right : other) += shown;
+            (look.Near(kColours[row.colour]) ? right : other) += shown;
         }
     }
     if (right < 20 * other || right == 0) {
@@ -162,7 +155,7 @@ Result Play(const Row& row, const Surroundings& where, SoundWatch& sound) {
     Result result;
     if (!run.failure.empty()) {
         result.wrong = " " + run.failure;
-        for (const AnalyzerProcess::Line& line : run.log) {
+        for (const LogLine& line : run.log) {
             result.wrong += "\n        " + line.text;
         }
         return result;

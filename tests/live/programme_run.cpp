@@ -2,36 +2,155 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace vistrame::live {
+namespace {
+
+// Through tools/wine of this checkout; -1 when it cannot be started.
+pid_t Start(std::vector<std::string> arguments, const std::string& output) {
+    arguments.insert(arguments.begin(), VISTRAME_SOURCE_DIR "/tools/wine");
+    std::vector<char*> words;
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                     0600);
+    posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
+    pid_t process = -1;
+    if (posix_spawn(&process, words[0], &files, nullptr, words.data(), environ) != 0) {
+        process = -1;
+    }
+    posix_spawn_file_actions_destroy(&files);
+    return process;
+}
+
+std::string FileText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Reads what is new in the log. Its times are put on our clock by the line that took the least time to come in.
+class LogReader {
+public:
+    explicit LogReader(std::string path) : path_(std::move(path)) {}
+
+    void Read() {
+        const std::string text = FileText(path_);
+        for (std::size_t end; (end = text.find('\n', read_)) != std::string::npos; read_ = end + 1) {
+            char* rest = nullptr;
+            const double time = std::strtod(text.c_str() + read_, &rest);
+            const std::size_t from = static_cast<std::size_t>(rest - text.c_str()) + 1;
+            const std::size_t to = text.find_last_not_of("\r\n", end) + 1;
+            lines_.push_back({time, from < to ? text.substr(from, to - from) : ""});
+            offset_ = std::min(offset_, Now() - time);
+        }
+    }
+
+    std::vector<LogLine> Lines() const {
+        std::vector<LogLine> lines = lines_;
+        for (LogLine& line : lines) {
+            line.time += offset_;
+        }
+        return lines;
+    }
+
+private:
+    std::string path_;
+    std::size_t read_ = 0;
+    std::vector<LogLine> lines_; // with the analyzer's times
+    double offset_ = 1e18;       // ours minus the analyzer's
+};
+
+// Follows the log to the analyzer's end. Nothing, or how it failed.
+std::string Follow(pid_t process, LogReader& log, const std::string& output, double limit) {
+    const double end = Now() + limit;
+    int status = -1;
+    while (process > 0 && waitpid(process, &status, WNOHANG) == 0) {
+        log.Read();
+        if (Now() > end) {
+            kill(process, SIGTERM);
+            waitpid(process, nullptr, 0);
+            return "the analyzer did not end in time";
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    log.Read();
+    std::string text = FileText(output);
+    std::ranges::replace(text, '\n', ' ');
+    return status == 0 ? "" : "exit code " + std::to_string(WEXITSTATUS(status)) + ": " + text;
+}
+
+} // namespace
+
+bool RegisterFilters(const std::string& build, bool in) {
+    // The 32-bit server registers in the 32-bit view, so with the 32-bit program.
+    std::vector<std::string> words{"C:\\windows\\syswow64\\regsvr32.exe", "/s"};
+    if (!in) {
+        words.emplace_back("/u");
+    }
+    words.push_back("Z:" + build + "/filters/vistrame.ax");
+    int status = -1;
+    const pid_t process = Start(words, "/dev/null");
+    return process > 0 && waitpid(process, &status, 0) == process && status == 0;
+}
 
 double ProgrammeRun::Time(const std::string& begin) const {
-    const auto found = std::ranges::find_if(
-        log, [&](const AnalyzerProcess::Line& line) { return line.text.starts_with(begin); });
+    const auto found =
+        std::ranges::find_if(log, [&](const LogLine& line) { return line.text.starts_with(begin); });
     return found == log.end() ? 0 : found->time;
 }
 
 std::string ProgrammeRun::Rest(const std::string& begin) const {
-    const auto found = std::ranges::find_if(
-        log, [&](const AnalyzerProcess::Line& line) { return line.text.starts_with(begin); });
+    const auto found =
+        std::ranges::find_if(log, [&](const LogLine& line) { return line.text.starts_with(begin); });
     return found == log.end() ? "" : found->text.substr(begin.size());
 }
 
 ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
-                       const std::string& script, const std::string& stream, double limit) {
+                       const std::string& script, const std::string& stream, double limit, int colourRow) {
     ProgrammeRun run;
+    const char* const session = std::getenv("VISTRAME_SESSION");
+    std::string folder = std::string(session != nullptr ? session : "/tmp") + "/live.XXXXXX";
+    if (mkdtemp(folder.data()) == nullptr) {
+        run.failure = "no folder for the script";
+        return run;
+    }
+    std::ofstream(folder + "/script")
+        << "0 size " + std::to_string(kAreaWidth) + " " + std::to_string(kAreaHeight) + "\n" + script;
+    std::vector<std::string> words{where.build + "/analyzer/vistrame-analyzer.exe",
+                                   "--player",
+                                   where.build + "/app/vistrame.exe",
+                                   "--log",
+                                   folder + "/log",
+                                   "--script",
+                                   folder + "/script"};
+    words.insert(words.end(), options.begin(), options.end());
+    words.push_back(stream.front() == '/' ? stream : where.streams + "/" + stream);
+
     const double begin = Now();
-    const ScreenWatch screen(kAreaWidth, kAreaHeight);
-    AnalyzerProcess analyzer(
-        where.build, options,
-        "0 size " + std::to_string(kAreaWidth) + " " + std::to_string(kAreaHeight) + "\n" + script,
-        where.streams + "/" + stream);
-    run.failure = analyzer.Finish(limit);
-    run.log = analyzer.Lines();
+    const ScreenWatch screen(kAreaWidth, kAreaHeight, colourRow);
+    LogReader log(folder + "/log");
+    run.failure = Follow(Start(words, folder + "/output"), log, folder + "/output", limit);
+    run.log = log.Lines();
     run.screen = screen.Changes();
     run.blink = screen.LongestBlink();
     run.sound = sound.Since(begin);
+    std::filesystem::remove_all(folder);
     return run;
 }
 

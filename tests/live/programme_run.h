@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "tests/live/analyzer_process.h"
 #include "tests/live/screen_watch.h"
 #include "tests/live/sound_marks.h"
 #include "tests/live/sound_watch.h"
@@ -19,10 +18,15 @@ struct Surroundings {
 inline constexpr int kAreaWidth = 480;
 inline constexpr int kAreaHeight = 270;
 
-// One run of the analyzer, seen and heard.
+struct LogLine {
+    double time = 0;  // to a few milliseconds
+    std::string text; // behind the log's own time
+};
+
+// One run of the analyzer, seen and heard. Times are of Now().
 struct ProgrammeRun {
-    std::string failure; // nothing, or the analyzer's complaint
-    std::vector<AnalyzerProcess::Line> log;
+    std::string failure; // nothing, or the analyzer's own line and exit code
+    std::vector<LogLine> log;
     std::vector<ScreenWatch::Change> screen;
     SoundWatch::Piece sound;
     double blink = 0; // the longest time without a look at the screen
@@ -32,8 +36,13 @@ struct ProgrammeRun {
     // What it says behind `begin`.
     std::string Rest(const std::string& begin) const;
 };
+// The analyzer of the build under test carries out a script, which is ended when it takes longer than `limit`.
 ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
-                       const std::string& script, const std::string& stream, double limit = 60);
+                       const std::string& script, const std::string& stream, double limit = 60,
+                       int colourRow = kAreaHeight / 2);
+
+// Registers the filters of the build under test in the session's Wine (or takes them out again).
+bool RegisterFilters(const std::string& build, bool in);
 
 // A flash and the beep that belongs to it.
 struct LipSync {

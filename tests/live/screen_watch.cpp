@@ -120,7 +120,15 @@ double Now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-ScreenWatch::ScreenWatch(int width, int height) : width_(width), height_(height) {
+bool Look::Near(int colour) const {
+    constexpr int kTolerance = 30;
+    return std::abs(red - (colour >> 16)) <= kTolerance &&
+           std::abs(green - (colour >> 8 & 0xFF)) <= kTolerance &&
+           std::abs(blue - (colour & 0xFF)) <= kTolerance;
+}
+
+ScreenWatch::ScreenWatch(int width, int height, int colourRow)
+    : width_(width), height_(height), colourRow_(colourRow < 0 ? height / 2 : colourRow) {
     thread_ = std::thread([this] { Run(); });
 }
 
@@ -158,7 +166,7 @@ void ScreenWatch::Run() {
             continue;
         }
         const double begin = Now();
-        const Picture picture = Row(display.get(), place->x, place->y + height_ / 2, width_);
+        const Picture picture = Row(display.get(), place->x, place->y + colourRow_, width_);
         const Picture numbers = Row(display.get(), place->x, place->y + height_ / 12, width_);
         const double time = (begin + Now()) / 2;
         if (picture == nullptr || numbers == nullptr) {

@@ -15,10 +15,11 @@ double Now();
 struct Look {
     enum class Flash { kNone, kWhite, kCyan };
 
-    int red = 0, green = 0, blue = 0; // of the left half
+    int red = 0, green = 0, blue = 0; // at the left of the row that is watched for it
     Flash flash = Flash::kNone;
     int number = -1; // of the picture, in 25 Hz; -1 when it cannot be read
 
+    bool Near(int colour) const; // 0xRRGGBB, as far as coding and scaling let it be
     bool operator==(const Look&) const = default;
 };
 
@@ -32,7 +33,8 @@ class ScreenWatch {
 public:
     static constexpr double kPeriod = 0.003;
 
-    ScreenWatch(int width, int height); // of the area
+    // The area, and the row of it whose colour counts: the middle one unless told.
+    ScreenWatch(int width, int height, int colourRow = -1);
     ScreenWatch(const ScreenWatch&) = delete;
     ScreenWatch& operator=(const ScreenWatch&) = delete;
     ~ScreenWatch();
@@ -49,7 +51,7 @@ public:
 private:
     void Run();
 
-    const int width_, height_;
+    const int width_, height_, colourRow_;
     mutable std::mutex lock_;
     std::vector<Change> changes_;
     double blink_ = 0;

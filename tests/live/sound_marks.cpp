@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <iterator>
 #include <numbers>
-#include <span>
 
 namespace vistrame::live {
 namespace {
@@ -97,13 +95,13 @@ Envelope ToneEnvelope(const SoundWatch::Piece& sound, double hertz) {
     return envelope;
 }
 
-Tone FindTone(const SoundWatch::Piece& sound) {
+Tone FindTone(const SoundWatch::Piece& sound, std::span<const double> tones) {
     constexpr std::size_t kLength = SoundWatch::kRate / 20;
     constexpr std::size_t kStepSamples = kLength / 5; // 10 ms: unambiguous within 50 Hz
     Tone tone;
     double strongest = kThere;
-    for (int index = 0; index < static_cast<int>(std::size(kTones)); ++index) {
-        const auto values = Demodulate(sound.samples, kTones[index], kLength, kStepSamples);
+    for (std::size_t index = 0; index < tones.size(); ++index) {
+        const auto values = Demodulate(sound.samples, tones[index], kLength, kStepSamples);
         double sum = 0;
         Complex turn;
         for (std::size_t i = 1; i < values.size(); ++i) {
@@ -113,8 +111,9 @@ Tone FindTone(const SoundWatch::Piece& sound) {
         const double mean = values.size() < 2 ? 0 : sum / static_cast<double>(values.size() - 1);
         if (mean > strongest) {
             strongest = mean;
-            tone = {index, kTones[index] + std::arg(turn) / (2 * std::numbers::pi) * SoundWatch::kRate /
-                                               static_cast<double>(kStepSamples)};
+            tone = {static_cast<int>(index), tones[index] + std::arg(turn) / (2 * std::numbers::pi) *
+                                                                SoundWatch::kRate /
+                                                                static_cast<double>(kStepSamples)};
         }
     }
     return tone;

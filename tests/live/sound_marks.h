@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "tests/live/sound_watch.h"
@@ -28,11 +29,11 @@ Envelope ToneEnvelope(const SoundWatch::Piece& sound, double hertz);
 
 // The tones by audio coding.
 inline constexpr double kTones[] = {500, 700, 900, 1100};
-// Which of them is there (its index; -1: none), and its exact frequency.
+// Which of some tones is there (its index; -1: none), and its exact frequency.
 struct Tone {
     int index = -1;
     double hertz = 0;
 };
-Tone FindTone(const SoundWatch::Piece& sound);
+Tone FindTone(const SoundWatch::Piece& sound, std::span<const double> tones = kTones);
 
 } // namespace vistrame::live

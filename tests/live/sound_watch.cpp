@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <span>
 
 #include <pulse/error.h>
@@ -88,10 +89,18 @@ void SoundWatch::Calibrate() {
     }
     std::ranges::sort(heard);
     begin_ = heard[heard.size() / 2] - static_cast<double>(click - samples_.begin()) / kRate;
-    captureDelay_ = earliest_ - begin_;
     std::printf(
         "sound: a click was heard within %.1f ms of when the server said; samples come in %.1f ms later\n",
-        (heard.back() - heard.front()) * 500, captureDelay_ * 1000);
+        (heard.back() - heard.front()) * 500, (earliest_ - begin_) * 1000);
+}
+
+SoundWatch::Piece SoundWatch::Piece::Cut(double from, double to) const {
+    const auto at = [this](double time) {
+        return std::clamp(static_cast<std::ptrdiff_t>((time - begin) * kRate), std::ptrdiff_t{0},
+                          std::ssize(samples));
+    };
+    return {begin + static_cast<double>(at(from)) / kRate,
+            {samples.begin() + at(from), samples.begin() + at(to)}};
 }
 
 SoundWatch::Piece SoundWatch::Since(double time) const {

@@ -30,11 +30,11 @@ public:
     struct Piece {
         double begin = 0; // when its first sample is heard
         std::vector<float> samples;
+
+        Piece Cut(double from, double to) const;
     };
     // What has been heard since that moment.
     Piece Since(double time) const;
-    // How long samples come in after they are heard, at least: what calibration has found.
-    double CaptureDelay() const { return captureDelay_; }
 
 private:
     void Run();
@@ -43,9 +43,8 @@ private:
     pa_simple* capture_ = nullptr;
     mutable std::mutex lock_;
     std::vector<float> samples_;
-    double earliest_ = 1e18;  // of "now minus the recording's length", over all reads
-    double begin_ = 0;        // when sample 0 was heard
-    double captureDelay_ = 0; // earliest_ - begin_, at calibration
+    double earliest_ = 1e18; // of "now minus the recording's length", over all reads
+    double begin_ = 0;       // when sample 0 was heard
     std::atomic<bool> stop_ = false;
     std::thread thread_;
 };

@@ -1,4 +1,4 @@
-#include "tests/live/timers.h"
+#include "tests/live/parts.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+
+#include "tests/live/programme_run.h"
+
+namespace vistrame::live {
+
+// What can be measured, each part printing a line for every measurement and saying whether all were right.
+// `only`: that measurement alone, counted from 1; 0: all of them.
+
+// The demo of `make play`: both programmes by colour, motion and tone.
+bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t only);
+// Every coding through every demultiplexer, renderer and clock: colour, motion, tone, lip sync.
+bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only);
+// The fade-in and the stall watchdog.
+bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only);
+// What happens to live streams, five times each at different places: how long the picture holds, lip sync afterwards.
+bool RunEvents(const Surroundings& where, SoundWatch& sound, std::size_t only);
+
+} // namespace vistrame::live
