@@ -12,19 +12,12 @@ namespace {
 const ProgrammeRecipe kRecipe{.pictures = 24};
 using Packets = std::vector<TsBuilder::Packet>;
 
-// Packet `offset` of the PES packet number `unit` on this PID.
+// Packet `offset` of the PES packet number `unit` on this PID; its packets stand together.
 Packets::iterator At(Packets& packets, Pid pid, int unit, int offset = 0) {
-    int units = -1;
-    int within = 0;
-    return std::ranges::find_if(packets, [&](const TsBuilder::Packet& packet) {
-        const PacketView view(packet);
-        if (view.PacketId() != pid) {
-            return false;
-        }
-        within = view.UnitStart() ? 0 : within + 1;
-        units += view.UnitStart() ? 1 : 0;
-        return units == unit && within == offset;
-    });
+    return offset + std::ranges::find_if(packets, [&](const TsBuilder::Packet& packet) {
+               const PacketView view(packet);
+               return view.PacketId() == pid && view.UnitStart() && unit-- == 0;
+           });
 }
 
 std::string Describe(const std::vector<UnitRecorder::Unit>& units, std::int64_t firstPts, std::int64_t step,
@@ -74,16 +67,13 @@ TEST(StreamDamage, IsMarkedWhereItIsAndCostsNothingElse) {
     };
     const auto lose = [](Pid pid, int unit, int offset, int count = 1) {
         return [=](Packets& p) {
-            for (int i = count - 1; i >= 0; --i) {
-                p.erase(At(p, pid, unit, offset + i));
-            }
+            const auto at = At(p, pid, unit, offset);
+            p.erase(at, at + count);
         };
     };
     const auto flip = [](Pid pid, int unit, int offset, std::size_t byte, std::uint8_t mask, int count = 1) {
         return [=](Packets& p) {
-            for (int i = 0; i < count; ++i) {
-                (*At(p, pid, unit, offset + i))[byte] ^= mask;
-            }
+            std::for_each_n(At(p, pid, unit, offset), count, [&](auto& packet) { packet[byte] ^= mask; });
         };
     };
     // A second copy behind the packet, its byte changed.

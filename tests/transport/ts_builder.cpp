@@ -195,9 +195,9 @@ void AddProgramme(TsBuilder& builder, const ProgrammeRecipe& recipe) {
         const int picture = recipe.firstPicture + i;
         const std::int64_t now = recipe.start + picture * kPictureTicks;
         if (i % 3 == 0) {
-            builder.AddPat({{recipe.number, recipe.pmtPid}});
+            builder.AddPat({{1, 0x100}});
             builder.AddPmt(
-                recipe.pmtPid, recipe.number, recipe.pcrPid.value_or(recipe.videoPid),
+                0x100, 1, recipe.pcrPid.value_or(recipe.videoPid),
                 {{recipe.videoPid, 0x02, {}}, {recipe.audioPid, 0x03, {0x0A, 4, 'e', 'n', 'g', 0}}});
         }
         const std::int64_t dts = now + kSendAhead;

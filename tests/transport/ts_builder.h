@@ -63,11 +63,10 @@ Bytes MakePes(const TsBuilder::Pes& pes, const Bytes& payload);
 Bytes MakeTable(std::uint8_t tableId, std::uint16_t extension, const Bytes& body, std::uint8_t number = 0,
                 std::uint8_t last = 0, std::uint8_t flags = 0xC1);
 
-// One programme as a broadcaster would send it: tables every 0.1 s, MPEG-2 video at 25 pictures/s (groups of 12, I
-// pictures of 22 packets, P pictures of 5, PCR with every picture) and MPEG audio every 24 ms (4 packets).
+// Programme 1 as a broadcaster would send it, its PMT on PID 0x100: tables every 0.1 s, MPEG-2
+// video at 25 pictures/s (groups of 12, I pictures of 22 packets, P pictures of 5, PCR with every picture) and MPEG audio
+// every 24 ms (4 packets).
 struct ProgrammeRecipe {
-    std::uint16_t number = 1;
-    Pid pmtPid = 0x100;
     Pid videoPid = 0x101;
     Pid audioPid = 0x102;
     std::optional<Pid> pcrPid = std::nullopt; // other than the video's: PCRs stand on their own
