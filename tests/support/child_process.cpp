@@ -15,25 +15,6 @@ std::string ThisProgram() {
     return path.data();
 }
 
-struct WindowSearch {
-    DWORD process;
-    const char* title;
-    HWND found;
-};
-
-BOOL CALLBACK CompareWindow(HWND window, LPARAM parameter) {
-    auto& search = *reinterpret_cast<WindowSearch*>(parameter);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
-    std::array<char, 64> title{};
-    GetWindowTextA(window, title.data(), static_cast<int>(title.size()));
-    if (process == search.process && IsWindowVisible(window) != FALSE &&
-        std::string(title.data()) == search.title) {
-        search.found = window;
-    }
-    return search.found == nullptr;
-}
-
 } // namespace
 
 ChildProcess::ChildProcess(std::string commandLine) {
@@ -66,15 +47,17 @@ std::optional<DWORD> ChildProcess::WaitForExit(DWORD limitMsec) {
 }
 
 HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
-    WindowSearch search = {id_, title, nullptr};
-    (void)PumpUntil(
-        [&search] {
-            EnumWindows(CompareWindow, reinterpret_cast<LPARAM>(&search));
-            return search.found != nullptr;
-        },
-        limitMsec);
-    EXPECT_NE(search.found, nullptr) << "no window \"" << title << '"';
-    return search.found;
+    HWND window = nullptr;
+    const auto found = [&] {
+        DWORD process = 0;
+        do {
+            window = FindWindowExA(nullptr, window, nullptr, title);
+            GetWindowThreadProcessId(window, &process);
+        } while (window != nullptr && (process != id_ || IsWindowVisible(window) == FALSE));
+        return window != nullptr;
+    };
+    EXPECT_TRUE(PumpUntil(found, limitMsec)) << "no window \"" << title << '"';
+    return window;
 }
 
 std::string PlayerCommandLine(const std::string& arguments) {

@@ -81,8 +81,8 @@ void FakeObject::Withhold(REFIID iid) {
 }
 
 HRESULT FakeObject::Query(REFIID iid, void** out) {
-    if (onQuery) {
-        onQuery(iid);
+    if (queries) {
+        Record(Line("Query %08lX", iid.Data1));
     }
     *out = Find(iid);
     if (*out == nullptr) {

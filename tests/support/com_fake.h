@@ -71,8 +71,6 @@ class FakePart;
 class FakeObject {
 public:
     FakeObject(Journal& journal, std::string objectName) : name(std::move(objectName)), journal_(journal) {}
-    FakeObject(const FakeObject&) = delete;
-    FakeObject& operator=(const FakeObject&) = delete;
 
     template <typename I>
     FakePart& Offer() {
@@ -99,7 +97,7 @@ public:
     std::atomic<ULONG> references = 0;
     HRESULT result = S_OK;                               // of each recorded call
     std::function<void(const std::string& line)> during; // runs inside each recorded call
-    std::function<void(REFIID)> onQuery;                 // sees each question for an interface
+    bool queries = false;                                // whether questions for interfaces are lines, too
 
 private:
     friend class FakePart;

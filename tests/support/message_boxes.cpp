@@ -12,7 +12,6 @@ thread_local MessageBoxes* current = nullptr;
 // Control identifiers of the system's message box.
 constexpr int kTextControl = 0xFFFF;
 constexpr int kIconControl = 0x440;
-constexpr int kIconControlOfWindows = 20;
 
 constexpr char kDialogClass[] = "#32770";
 
@@ -24,25 +23,11 @@ std::string TextOf(HWND window) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
+// Icons of other processes' boxes are not told apart.
 UINT IconFlag(HWND box) {
     HWND control = GetDlgItem(box, kIconControl);
-    if (control == nullptr) {
-        control = GetDlgItem(box, kIconControlOfWindows);
-    }
-    if (control == nullptr) {
-        return 0;
-    }
-    auto* const icon = reinterpret_cast<HICON>(SendMessageA(control, STM_GETICON, 0, 0));
-    const std::array<std::pair<LPCSTR, UINT>, 4> icons = {{{IDI_HAND, MB_ICONERROR},
-                                                           {IDI_EXCLAMATION, MB_ICONWARNING},
-                                                           {IDI_ASTERISK, MB_ICONINFORMATION},
-                                                           {IDI_QUESTION, MB_ICONQUESTION}}};
-    for (const auto& [name, flag] : icons) {
-        if (icon != nullptr && icon == LoadIconA(nullptr, name)) {
-            return flag;
-        }
-    }
-    return 0;
+    const LRESULT icon = control == nullptr ? 0 : SendMessageA(control, STM_GETICON, 0, 0);
+    return icon != 0 && icon == reinterpret_cast<LRESULT>(LoadIconA(nullptr, IDI_HAND)) ? MB_ICONERROR : 0;
 }
 
 bool IsMessageBox(HWND window) {
@@ -54,10 +39,7 @@ bool IsMessageBox(HWND window) {
 } // namespace
 
 MessageBoxRecord DescribeMessageBox(HWND box) {
-    const UINT buttons =
-        GetDlgItem(box, IDCANCEL) != nullptr && GetDlgItem(box, IDOK) != nullptr ? MB_OKCANCEL : MB_OK;
-    return {TextOf(GetDlgItem(box, kTextControl)), TextOf(box), IconFlag(box) | buttons,
-            GetWindow(box, GW_OWNER)};
+    return {TextOf(GetDlgItem(box, kTextControl)), TextOf(box), IconFlag(box), GetWindow(box, GW_OWNER)};
 }
 
 MessageBoxes::MessageBoxes()

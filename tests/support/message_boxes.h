@@ -16,7 +16,7 @@ namespace vistrame::test {
 struct MessageBoxRecord {
     std::string text;
     std::string caption;
-    UINT flags = 0; // MB_ICONERROR, MB_ICONINFORMATION, MB_ICONWARNING or 0, with MB_OK (0) or MB_OKCANCEL
+    UINT flags = 0; // MB_ICONERROR or 0
     HWND owner = nullptr;
 
     bool operator==(const MessageBoxRecord&) const = default;
@@ -41,7 +41,7 @@ private:
     HHOOK hook_;
 };
 
-// The record of an open message box of any process. Icons are told apart only in this process.
+// The record of an open message box of any process.
 MessageBoxRecord DescribeMessageBox(HWND box);
 
 } // namespace vistrame::test

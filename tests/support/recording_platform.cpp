@@ -43,18 +43,7 @@ void OfferVmr9(FakeObject& renderer) {
     renderer.Offer<IVMRWindowlessControl>();
     renderer.Offer<IVMRMixerBitmap9>();
     renderer.Offer<IVMRVideoStreamControl9>();
-    renderer.onQuery = [&renderer](REFIID iid) {
-        static const std::vector<std::pair<IID, std::string>> names = {
-            {__uuidof(IQualProp), "IQualProp"},
-            {__uuidof(IVMRFilterConfig9), "IVMRFilterConfig9"},
-            {__uuidof(IVMRWindowlessControl), "IVMRWindowlessControl"},
-            {__uuidof(IVMRMixerBitmap9), "IVMRMixerBitmap9"},
-            {__uuidof(IVMRVideoStreamControl9), "IVMRVideoStreamControl9"}};
-        const auto known = std::ranges::find(names, iid, &std::pair<IID, std::string>::first);
-        if (known != names.end()) {
-            renderer.Record("Query " + known->second);
-        }
-    };
+    renderer.queries = true;
 }
 
 void OfferOsd(FakeObject& source) {
