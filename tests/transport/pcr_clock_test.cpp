@@ -33,7 +33,7 @@ TEST(PcrClock, TellsJumpsFromGapsAndLosses) {
         SCOPED_TRACE(row.name);
         PcrClock clock;
         PcrClock::Reading last;
-        std::int64_t pcr = 0;
+        std::int64_t pcr = kPcrPerSecond;
         for (std::uint64_t i = 0; i < 4; ++i, pcr += 40 * kMs) {
             last = clock.OnPcr(static_cast<std::uint64_t>(pcr), i * 100);
             EXPECT_FALSE(last.jump);
