@@ -16,7 +16,6 @@
 #include "tests/support/message_boxes.h"
 #include "tests/support/messages.h"
 #include "tests/support/playback_fakes.h"
-#include "window/colour_bars.h"
 
 namespace vistrame {
 namespace {
@@ -135,44 +134,13 @@ TEST_F(PlayerWindowTest, BarsFillAnyWidthAndTheLastTakesTheRemainder) {
     ASSERT_EQ(Client().right, before.right + 6);
     ASSERT_EQ(Client().right % 7, 5);
     FillClient(kBefore);
+    const DWORD objects = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
     Repaint();
+    EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), objects) << "brushes left behind";
     ExpectBars();
     SetWindowPos(Window(), nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
                  SWP_NOMOVE | SWP_NOZORDER);
     test::PumpFor(50);
-}
-
-TEST(ColourBars, StartAtTheAreasLeftEdgeHoweverNarrow) {
-    const struct {
-        RECT area;
-        std::string bars; // the one seen in each column
-    } rows[] = {
-        {{2, 1, 9, 3}, "  0123456 "},
-        {{0, 0, 10, 2}, "0123456666"},
-        {{1, 0, 7, 2}, " 666666   "}, // bars of width 0: the last one covers them
-        {{3, 0, 3, 2}, "          "},
-    };
-    HDC screen = GetDC(nullptr);
-    HDC memory = CreateCompatibleDC(screen);
-    HBITMAP bitmap = CreateCompatibleBitmap(screen, 10, 4);
-    SelectObject(memory, bitmap);
-    for (const auto& row : rows) {
-        const RECT all = {0, 0, 10, 4};
-        FillRect(memory, &all, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
-        const DWORD objects = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
-        PaintColourBars(memory, row.area);
-        EXPECT_EQ(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), objects) << "brushes left behind";
-        for (int x = 0; x < 10; ++x) {
-            for (int y = 0; y < 4; ++y) {
-                const int bar = row.bars.at(x) - '0';
-                const bool inside = bar >= 0 && y >= row.area.top && y < row.area.bottom;
-                EXPECT_EQ(GetPixel(memory, x, y), inside ? kColours.at(bar) : RGB(0, 0, 0)) << x << ',' << y;
-            }
-        }
-    }
-    DeleteDC(memory);
-    DeleteObject(bitmap);
-    ReleaseDC(nullptr, screen);
 }
 
 TEST_F(PlayerWindowTest, WithAGraphOrAParentNothingIsPainted) {
