@@ -101,6 +101,11 @@ void PictureOutput::Show(const Picture& picture) {
     (void)sample->SetSyncPoint(TRUE);
     (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
     (void)sample->SetPreroll(FALSE);
+    if (!picture.start) {
+        // Some renderers (VMR9 under Wine) show a picture only when the next one comes; nobody waits for that with the
+        // first one of all.
+        (void)queue_.TryPush(ComPtr<IMediaSample>(sample), 1);
+    }
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
 }
 

@@ -52,6 +52,7 @@ bool AllHaveColumns(std::span<const SeenPicture> seen) {
 } // namespace
 
 TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
+    constexpr std::size_t kAtOnce = 2; // the first picture, twice for renderers that wait for a next one
     struct Row {
         const char* file;
         MediaType type;
@@ -77,19 +78,18 @@ TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
         }
         playback.Send(pieces);
         const std::vector<SeenPicture> seen = playback.Finish();
-        ASSERT_EQ(seen.size(), static_cast<std::size_t>(row.pictures) + 1)
-            << "every picture, the first one twice";
-        EXPECT_FALSE(seen[0].time.has_value()) << "the first picture is shown at once";
-        EXPECT_EQ(seen[0].bar, seen[1].bar);
+        ASSERT_EQ(seen.size(), static_cast<std::size_t>(row.pictures) + kAtOnce);
+        EXPECT_FALSE(seen[0].time || seen[1].time) << "the first picture is shown at once";
+        EXPECT_EQ(seen[0].bar, seen[kAtOnce].bar) << "and at its time";
         EXPECT_TRUE(seen[0].discontinuity);
         for (int i = 0; i < row.pictures; ++i) {
-            const SeenPicture& picture = seen[static_cast<std::size_t>(i) + 1];
+            const SeenPicture& picture = seen[static_cast<std::size_t>(i) + kAtOnce];
             SCOPED_TRACE(i);
             ASSERT_TRUE(picture.time.has_value());
-            EXPECT_NEAR(*picture.time - *seen[1].time, i * row.duration, 200);
+            EXPECT_NEAR(*picture.time - *seen[kAtOnce].time, i * row.duration, 200);
             EXPECT_NEAR(picture.stop - *picture.time, row.duration, 200);
             ASSERT_TRUE(picture.columns);
-            ASSERT_NEAR(picture.bar, (seen[1].bar + i * row.barStep) % (row.width - 32), 2)
+            ASSERT_NEAR(picture.bar, (seen[kAtOnce].bar + i * row.barStep) % (row.width - 32), 2)
                 << "order of display";
             EXPECT_EQ(picture.combed, 0);
             EXPECT_EQ(picture.width, row.width);
