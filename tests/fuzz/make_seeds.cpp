@@ -36,8 +36,11 @@ void WriteStreams() {
     for (std::uint8_t change = 0x13; change < 0x80; change += 0x10) {
         Write(path + "change" + std::to_string(change >> 4), {change, 0x20}, jump);
     }
-    TsBuilder halfWrap; // DTS and PTS on different sides of the point that is farthest from the clock
-    halfWrap.AddPes(0x101, {.pts = kTickWrap / 2 + 2600, .dts = kTickWrap / 2 - 1000, .pcr = 0}, Bytes(2000));
+    TsBuilder halfWrap; // at the next PCR the DTS is less than half a wrap ahead and the PTS is more
+    for (const std::int64_t now : {0, 3600, 7200}) {
+        const std::int64_t dts = kTickWrap / 2 + now + 2600;
+        halfWrap.AddPes(0x101, {.pts = dts + 3600, .dts = dts, .pcr = now * kPcrPerTick}, Bytes(2000));
+    }
     Write(path + "half-wrap", {0x00, 0x40}, Render(halfWrap.packets));
 }
 
