@@ -100,6 +100,10 @@ HRESULT AudioDecoderFilter::Starting() {
     return S_OK;
 }
 
+void AudioDecoderFilter::Running(REFERENCE_TIME /*start*/) {
+    resumed_ = true;
+}
+
 void AudioDecoderFilter::FlushDone() {
     Restart();
 }
@@ -132,6 +136,9 @@ HRESULT AudioDecoderFilter::Transform(IMediaSample* sample) {
 void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) {
     const auto channels = static_cast<std::size_t>(format_.channels);
     const auto count = static_cast<std::int64_t>(samples.size() / channels);
+    if (resumed_.exchange(false)) {
+        placement_.Resume();
+    }
     REFERENCE_TIME now = 0;
     const bool running = StreamTime(&now);
     const SoundPlacement::Placement place =

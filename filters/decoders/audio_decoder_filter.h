@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "filters/base/transform_filter.h"
 #include "filters/decoders/audio_decoder.h"
 #include "filters/decoders/sound_placement.h"
@@ -29,6 +31,7 @@ protected:
     void OutputTypeAgreed(const MediaType& type) override;
 
     HRESULT Starting() override;
+    void Running(REFERENCE_TIME start) override;
     HRESULT Transform(IMediaSample* sample) override;
     void FlushDone() override;
 
@@ -45,6 +48,7 @@ private:
     SoundFormat format_;
     SoundPlacement placement_;
     bool discontinuity_ = true;
+    std::atomic<bool> resumed_ = false; // told by the state change, taken by the streaming thread
 };
 
 } // namespace vistrame

@@ -31,6 +31,11 @@ void SoundPlacement::Restart() {
     stale_ = false;
 }
 
+void SoundPlacement::Resume() {
+    stale_ = stale_ || rendered_;
+    rendered_.reset();
+}
+
 std::int64_t SoundPlacement::Expected(int rate) const {
     return base_.value_or(0) + Time(counted_, rate);
 }

@@ -37,6 +37,9 @@ public:
 
     // Forgets everything: the renderer is empty.
     void Restart();
+    // The renderer runs again after a pause. What it still has is not worth it: it is played at once, while stream time
+    // goes on a little later (0.13 s under Wine).
+    void Resume();
     // Places `count` frames; `time`: when the first is to be heard, if known; `now`: the stream time, while it runs.
     Placement Place(std::int64_t count, int rate, std::optional<std::int64_t> time,
                     std::optional<std::int64_t> now);

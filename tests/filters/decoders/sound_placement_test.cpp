@@ -76,6 +76,16 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
     }
 }
 
+TEST(SoundPlacement, AfterAPauseTheRendererBeginsAnew) {
+    SoundPlacement placement;
+    placement.Resume(); // the first run: nothing to forget
+    EXPECT_FALSE(placement.Place(kCount, kRate, 200 * kMs, 0).flush);
+    placement.Resume();
+    const auto place = placement.Place(kCount, kRate, 224 * kMs, 0);
+    EXPECT_TRUE(place.flush && place.discontinuity);
+    EXPECT_EQ(place.start, 224 * kMs);
+}
+
 TEST(SoundPlacement, SoundWithoutAnyTimeIsNotPlayed) {
     SoundPlacement placement;
     EXPECT_EQ(placement.Place(kCount, kRate, std::nullopt, 0).skipped, kCount);

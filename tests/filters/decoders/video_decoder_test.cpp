@@ -12,7 +12,8 @@ namespace vistrame::test {
 namespace {
 
 constexpr REFERENCE_TIME kHour = 3'600'000 * kMs;
-constexpr int kBarStep = 8; // pixels from source picture to source picture, see make_streams.sh
+constexpr std::size_t kAtOnce = 2; // times the first picture, for renderers that wait for a next one
+constexpr int kBarStep = 8;        // pixels from source picture to source picture, see make_streams.sh
 
 MediaType Mpeg2() {
     return {MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO};
@@ -52,7 +53,6 @@ bool AllHaveColumns(std::span<const SeenPicture> seen) {
 } // namespace
 
 TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
-    constexpr std::size_t kAtOnce = 2; // the first picture, twice for renderers that wait for a next one
     struct Row {
         const char* file;
         MediaType type;
@@ -124,7 +124,7 @@ TEST(VideoDecoder, DamageNeitherStopsNorFreezesIt) {
         const REFERENCE_TIME later = *damaged.back().time + 40 * kMs;
         playback.Send(ReadStream(row.file, true), later);
         const std::vector<SeenPicture> seen = playback.Finish();
-        for (std::size_t i = 2; i < seen.size(); ++i) { // the first comes twice
+        for (std::size_t i = kAtOnce + 1; i < seen.size(); ++i) {
             EXPECT_LE(*seen[i].time - *seen[i - 1].time, row.group + 100 * kMs);
         }
         const auto clean = std::ranges::find_if(
@@ -167,7 +167,7 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
         const std::vector<SeenPicture> seen = playback.Finish();
         ASSERT_GT(seen.size(), 196u);
         for (const SeenPicture& picture : seen) {
-            const REFERENCE_TIME at = picture.time.value_or(0) - *seen[1].time;
+            const REFERENCE_TIME at = picture.time.value_or(0) - *seen[kAtOnce].time;
             const bool second = at > 2990 * kMs && at < 4990 * kMs;
             SCOPED_TRACE(at / kMs);
             EXPECT_EQ(picture.width, second ? row.second.cx : row.first.cx);
