@@ -223,10 +223,11 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
         demux.programme.discontinuity = row.announced;
         Sleep(row.gap);
         demux.programme.Send(row.backlog, false);
+        std::size_t before = 0;
         if (row.paused != 0) {
             demux.graph.Pause();
             Sleep(kBlocked);
-            const std::size_t before = demux.video->Count();
+            before = demux.video->Count();
             demux.programme.Send(row.paused);
             EXPECT_EQ(demux.video->Count(), before);
             demux.graph.Run();
@@ -238,11 +239,13 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
         ASSERT_TRUE(WaitUntil([&] { return PictureOf(demux.video->Samples().back()) >= newest; }));
         const auto videos = demux.video->Samples();
         EXPECT_LE(videos[0].lead, 0);
+        EXPECT_TRUE(before == 0 || PictureOf(videos[before]) >= edge - 12) << "what passed in the pause";
         bool marked = false;
         for (std::size_t i = 1; i < videos.size(); ++i) {
             const int picture = PictureOf(videos[i]);
             marked = marked || videos[i].discontinuity;
             EXPECT_LE(videos[i].tick - videos[i - 1].tick, row.hold);
+            EXPECT_GT(videos[i].lead, -StreamPin::kLatePicture - 100 * kMs);
             EXPECT_EQ(videos[i].syncPoint, picture % 12 == 0);
             if (picture != PictureOf(videos[i - 1]) + 1) {
                 EXPECT_TRUE(lost && videos[i].syncPoint && videos[i].discontinuity) << picture;

@@ -81,12 +81,10 @@ TEST(FeedFilter, ABlockedDownstreamNeverBlocksTheCallerAndOverflowIsCountedAndMa
     feed.graph.Run();
     feed.sink->Block(true);
     const Bytes chunk = Numbered(1 << 20, 0);
-    const DWORD start = GetTickCount();
     std::uint64_t sent = 0;
     for (; sent < std::uint64_t{2} * FeedFilter::kQueueBytes; sent += chunk.size()) {
         feed.Deliver(chunk);
     }
-    EXPECT_LT(GetTickCount() - start, kPatience); // it returned at all
     const std::uint64_t dropped = feed.feed->DroppedBytes();
     EXPECT_GT(dropped, 0u);
     feed.sink->Block(false);

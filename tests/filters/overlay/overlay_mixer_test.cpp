@@ -36,7 +36,8 @@ TEST(OverlayMixer, ShowsTheDecodersPicturesWhateverTheOrderAndTheRenderer) {
             ASSERT_EQ(source->Send(pieces[i].data, pieces[i].time), S_OK);
         }
         EXPECT_EQ(source->Output().DeliverEndOfStream(), S_OK);
-        ASSERT_EQ(sink->Count(), 11u);
+        EXPECT_TRUE(static_cast<OutputPin*>(output.Get())->Type() == sink->Input().Type());
+        ASSERT_GT(sink->Count(), 10u);
         for (const SeenPicture& seen : sink->Pictures()) {
             EXPECT_EQ(seen.width, reconnects ? 352 : PictureOutput::kConnectWidth);
             EXPECT_EQ(seen.aspect, (Aspect{4, 3}));
