@@ -54,6 +54,9 @@ LRESULT Send(CommandCode code, std::uint32_t argument) {
     return Send(static_cast<WPARAM>(code), static_cast<LPARAM>(argument));
 }
 
+constexpr int kPlatforms = 1;
+constexpr int kMakers = 2;
+
 class Dispatcher : public testing::Test, protected test::PlaybackFakes {
 protected:
     static void SetUpTestSuite() {
@@ -75,6 +78,13 @@ protected:
                 << "not torn down first";
             journal.Add("build");
             Fill();
+            if ((demultiplexers & kPlatforms) == 0) {
+                ThePlayerGraph().videoPidMap.Reset();
+                ThePlayerGraph().audioPidMap.Reset();
+            }
+            if ((demultiplexers & kMakers) != 0) {
+                ThePlayerGraph().korvixDemux = demux.As<KorvixDemux>();
+            }
             return 1;
         };
     }
@@ -82,9 +92,12 @@ protected:
     ~Dispatcher() override {
         test::PumpFor(100); // for the last fade-in thread
         ThePlayerGraph().ReleaseGraph();
+        ThePlayerGraph().korvixDemux.Reset();
         SetAudioVolume(nullptr);
         TimerRuns();
     }
+
+    int demultiplexers = kPlatforms; // of the next graph
 
     // The lines since the last call.
     static std::string Log() {
@@ -94,77 +107,98 @@ protected:
     }
 };
 
-TEST_F(Dispatcher, EveryCodeWithoutAGraphWritesItsLineAndAnswersZero) {
+TEST_F(Dispatcher, EveryCodeWritesItsLineAndReachesItsObject) {
     const struct {
         WPARAM code;
         LPARAM argument;
         std::string log;
+        Lines calls; // with a graph
     } rows[] = {
-        {0, 0x1FFF1FFF, ""},                      // the PIDs at start: no change
-        {0, static_cast<LPARAM>(0xFFFFFFFF), ""}, // the same but for bits that do not count
-        {1, 0x05000001, ""},
-        {2, 0x0A12C0F0, ""},
-        {3, 0, "RUN message: 00000000\r\n"},
-        {4, 0x1234ABCD, "STOP message: 1234ABCD\r\n"},
-        {5, -1, "PAUSE message: FFFFFFFF\r\n"},
-        {6, 7, "SendDisc message: 00000007\r\n"},
-        {7, 0x00121234, "SetPids2: 00121234\r\n"},
-        {9, 1, ""},
-        {10, 1, ""},
-        {12, 1, ""},
-        {13, 1, ""},
-        {14, 1, ""},
-        {0x10003, 1, ""},
-        {static_cast<WPARAM>(-1), 1, ""},
+        {0, 0x1FFF1FFF, "", {}},                      // the PIDs at start: no change
+        {0, static_cast<LPARAM>(0xFFFFFFFF), "", {}}, // the same but for bits that do not count
+        {1, 0x05000001, "", {"mixer.GetAlphaBitmapParameters", "mixer.SetAlphaBitmap"}},
+        {2, 0x0A12C0F0, "", {}},
+        {3, 0, "RUN message: 00000000\r\n", {"control.Run"}},
+        {4, 0x1234ABCD, "STOP message: 1234ABCD\r\n", {"control.Stop"}},
+        {5, -1, "PAUSE message: FFFFFFFF\r\n", {"control.Pause"}},
+        {6, 7, "SendDisc message: 00000007\r\n", {"feed.SendDiscontinuity"}},
+        {7, 0x00121234, "SetPids2: 00121234\r\n", {"feed.SetPids2(1184308)"}},
+        {9, 1, "", {}},
+        {10, 1, "", {}},
+        {12, 1, "", {}},
+        {13, 1, "", {}},
+        {14, 1, "", {}},
+        {0x10003, 1, "", {}},
+        {static_cast<WPARAM>(-1), 1, "", {}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.code);
-        EXPECT_EQ(Send(row.code, row.argument), 0);
-        EXPECT_EQ(Log(), row.log);
+    for (const bool graph : {false, true}) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.code);
+            EXPECT_EQ(Send(row.code, row.argument), 0);
+            EXPECT_EQ(Log(), row.log);
+            EXPECT_EQ(journal.Take(), graph ? row.calls : Lines{});
+        }
+        EXPECT_EQ(std::exchange(PendingPids2, 0), 0x1234) << "kept for the next build";
+        Fill();
     }
-    EXPECT_EQ(journal.Take(), Lines{});
-    EXPECT_EQ(PendingPids2, 0x1234) << "kept for the next build";
     EXPECT_FALSE(TimerRuns());
     EXPECT_TRUE(std::ranges::all_of(OsdElements, [](const OsdElement& element) { return element.x == 0; }));
 }
 
+// The maker's demultiplexer is told behind the video's mapping and before the audio's.
 TEST_F(Dispatcher, SelectionsRebuildMapAndRunOnlyWhenSomethingChanges) {
     const struct {
         std::uint32_t argument;
-        Lines calls;
-        std::string log;
+        int demultiplexers;
+        std::string calls;
     } rows[] = {
         // Audio none: built and mapped, but stopped until a Run.
-        {0x01001FFF,
-         {"build", "control.Stop", "video.UnmapPID(8191)", "video.MapPID(256)"},
-         "Set Pid message: 01001FFF\r\nSet Video: 0100\r\n"},
-        {0x01001FFF, {}, ""},
+        {0x01001FFF, kPlatforms, "build control.Stop video.UnmapPID(8191) video.MapPID(256) "},
+        {0x01001FFF, kPlatforms, ""},
         // Both: the graph runs once both are in place.
-        {0x02000201,
-         {"control.Stop", "build", "control.Stop", "video.UnmapPID(256)", "video.MapPID(512)", "control.Stop",
-          "audio.UnmapPID(8191)", "audio.MapPID(513)", "control.Run"},
-         "Set Pid message: 02000201\r\nSet Video: 0200\r\nSet Audio: 0201\r\n"},
-        {0xE200E201, {}, ""}, // bits that do not count
+        {0x02000201, kPlatforms,
+         "control.Stop build control.Stop video.UnmapPID(256) video.MapPID(512) "
+         "control.Stop audio.UnmapPID(8191) audio.MapPID(513) control.Run "},
+        {0xE200E201, kPlatforms, ""}, // bits that do not count
         // The video alone: the audio PID is the one mapped last, so nothing runs.
-        {0x03000201,
-         {"control.Stop", "build", "control.Stop", "video.UnmapPID(512)", "video.MapPID(768)"},
-         "Set Pid message: 03000201\r\nSet Video: 0300\r\nSet Audio: 0201\r\n"},
-        {0x03000301,
-         {"control.Stop", "build", "control.Stop", "video.UnmapPID(768)", "video.MapPID(768)", "control.Stop",
-          "audio.UnmapPID(513)", "audio.MapPID(769)", "control.Run"},
-         "Set Pid message: 03000301\r\nSet Video: 0300\r\nSet Audio: 0301\r\n"},
+        {0x03000201, kPlatforms, "control.Stop build control.Stop video.UnmapPID(512) video.MapPID(768) "},
+        // An unchanged video PID is mapped anew.
+        {0x03000000, kPlatforms,
+         "control.Stop build control.Stop video.UnmapPID(768) video.MapPID(768) "
+         "control.Stop audio.UnmapPID(513) audio.MapPID(0) control.Run "},
+        {0x00000000, kPlatforms, "control.Stop build control.Stop video.UnmapPID(768) video.MapPID(0) "},
+        // A video PID of 0 is not unmapped, an audio PID of 0 is.
+        {0x04000401, kPlatforms,
+         "control.Stop build control.Stop video.MapPID(1024) "
+         "control.Stop audio.UnmapPID(0) audio.MapPID(1025) control.Run "},
+        {0x05000501, kMakers,
+         "control.Stop build control.Stop demux.SetPids(1280, 1025, 1280) "
+         "control.Stop demux.SetPids(1280, 1281, 1280) control.Run "},
+        {0x06000601, kPlatforms | kMakers,
+         "control.Stop build control.Stop video.UnmapPID(1280) video.MapPID(1536) demux.SetPids(1536, 1281, "
+         "1536) "
+         "control.Stop audio.UnmapPID(1281) demux.SetPids(1536, 1537, 1536) audio.MapPID(1537) control.Run "},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << std::hex << row.argument);
+        SCOPED_TRACE(test::Line("%08X", row.argument));
+        demultiplexers = row.demultiplexers;
         SetTimer(Window(), TIMER_STALL_WATCH, 60000, nullptr);
         EXPECT_EQ(Send(CommandCode::SetPid, row.argument), 0);
-        EXPECT_EQ(journal.Take(), row.calls);
-        EXPECT_EQ(Log(), row.log);
         EXPECT_TRUE(TimerRuns());
-        if (row.calls.empty()) {
+        std::string calls;
+        for (const std::string& call : journal.Take()) {
+            calls += call + ' ';
+        }
+        EXPECT_EQ(calls, row.calls);
+        if (calls.empty()) {
+            EXPECT_EQ(Log(), "");
             test::PumpFor(50);
             EXPECT_EQ(levels.Take(), Lines{});
         } else {
+            std::string log =
+                test::Line("Set Pid message: %08X\r\nSet Video: %04X\r\n", row.argument, row.argument >> 16);
+            log += row.argument == 0x01001FFF ? "" : test::Line("Set Audio: %04X\r\n", row.argument & 0xFFFF);
+            EXPECT_EQ(Log(), log);
             EXPECT_EQ(levels.TakeWhen(2), (Lines{"-10000", "-6000"})) << "the fade-in";
         }
     }
@@ -173,7 +207,7 @@ TEST_F(Dispatcher, SelectionsRebuildMapAndRunOnlyWhenSomethingChanges) {
 TEST_F(Dispatcher, ASelectionArmsTheWatchdogAndReadsTheSilenceAfresh) {
     const test::SettingsKey settings;
     settings.Set("AudioUnmuteMsec", 600);
-    ThePlayerGraph().korvixDemux = demux.As<KorvixDemux>();
+    demultiplexers |= kMakers;
     Send(CommandCode::SetPid, 0x04000401);
     journal.Take();
     EXPECT_EQ(levels.TakeWhen(1), Lines{"-10000"});
@@ -181,29 +215,6 @@ TEST_F(Dispatcher, ASelectionArmsTheWatchdogAndReadsTheSilenceAfresh) {
     EXPECT_EQ(levels.TakeWhen(1), Lines{"-6000"});
     ThePlayerGraph().ReleaseGraph();
     EXPECT_EQ(demux.references, 1U) << "survives the teardown";
-    ThePlayerGraph().korvixDemux.Reset();
-}
-
-TEST_F(Dispatcher, PlaybackCommandsReachTheirObjects) {
-    Fill();
-    const struct {
-        CommandCode code;
-        std::uint32_t argument;
-        Lines calls;
-        std::string log;
-    } rows[] = {
-        {CommandCode::Run, 1, {"control.Run"}, "RUN message: 00000001\r\n"},
-        {CommandCode::Stop, 2, {"control.Stop"}, "STOP message: 00000002\r\n"},
-        {CommandCode::Pause, 3, {"control.Pause"}, "PAUSE message: 00000003\r\n"},
-        {CommandCode::SendDisc, 4, {"feed.SendDiscontinuity"}, "SendDisc message: 00000004\r\n"},
-        {CommandCode::SetPids2, 0xABCD0102, {"feed.SetPids2(2882339074)"}, "SetPids2: ABCD0102\r\n"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Send(row.code, row.argument), 0);
-        EXPECT_EQ(journal.Take(), row.calls);
-        EXPECT_EQ(Log(), row.log);
-    }
-    EXPECT_EQ(PendingPids2, 0x0102);
 }
 
 TEST_F(Dispatcher, OverlayCommands) {

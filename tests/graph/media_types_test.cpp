@@ -33,7 +33,7 @@ const char kAc3Subtype[] = "E06D802C-DB46-11CF-B4D1-00805F6CBBEA";
 const char kLatmSubtype[] = "00001602-0000-0010-8000-00AA00389B71";
 const char kEac3Subtype[] = "A7FB87AF-2D02-42FB-A4D4-05CD93843BDD";
 
-void ExpectType(MediaType& type, const char* major, const char* subtype, const char* format, ULONG declared,
+void ExpectType(MediaType type, const char* major, const char* subtype, const char* format, ULONG declared,
                 std::size_t blockLength, const Values& values) {
     AM_MEDIA_TYPE expected{};
     expected.majortype = Guid(major);
@@ -44,14 +44,10 @@ void ExpectType(MediaType& type, const char* major, const char* subtype, const c
     EXPECT_EQ(std::memcmp(type.Get(), &expected, sizeof expected), 0) << Text(type.Get());
     ASSERT_EQ(type.Get()->pbFormat == nullptr, blockLength == 0);
     std::vector<BYTE> block(blockLength);
-    for (const Value& value : values) {
-        for (std::size_t i = 0; i < value.width; ++i) {
-            block.at(value.offset + i) = static_cast<BYTE>(value.value >> (8 * i));
-        }
+    for (const auto& [offset, width, value] : values) {
+        std::memcpy(&block.at(offset), &value, width); // lowest byte first, as here
     }
-    for (std::size_t i = 0; i < blockLength; ++i) {
-        ASSERT_EQ(type.Get()->pbFormat[i], block[i]) << "at offset " << i;
-    }
+    EXPECT_EQ(std::vector<BYTE>(type.Get()->pbFormat, type.Get()->pbFormat + blockLength), block);
 }
 
 const Values kMpeg2Values = {{56, 4, 4}, {60, 4, 3},  {72, 4, 40}, {76, 4, 1920}, {80, 4, 1080},
@@ -67,26 +63,19 @@ const Values kLatmValues = {{0, 2, 0xFF}, {2, 2, 2},  {4, 4, 48000}, {8, 4, 9375
                             {12, 2, 400}, {16, 2, 2}, {18, 1, 0x11}, {19, 1, 0x90}};
 
 TEST(MediaTypes, VideoOfThePlatformDemultiplexer) {
-    MediaType mpeg2 = PlatformVideoType(0);
-    ExpectType(mpeg2, kVideo, "E06D8026-DB46-11CF-B4D1-00805F6CBBEA", kMpeg2VideoInfo, 1136, 2136,
-               kMpeg2Values);
-    MediaType h264 = PlatformVideoType(1);
-    ExpectType(h264, kVideo, kH264, kNull, 1136, 2136, kH264Values);
+    ExpectType(PlatformVideoType(0), kVideo, "E06D8026-DB46-11CF-B4D1-00805F6CBBEA", kMpeg2VideoInfo, 1136,
+               2136, kMpeg2Values);
+    ExpectType(PlatformVideoType(1), kVideo, kH264, kNull, 1136, 2136, kH264Values);
     for (const std::int32_t other : {2, 3, -1}) {
-        MediaType hevc = PlatformVideoType(other);
-        ExpectType(hevc, kVideo, kHevc, kNull, 1136, 2136, kH264Values);
+        ExpectType(PlatformVideoType(other), kVideo, kHevc, kNull, 1136, 2136, kH264Values);
     }
 }
 
 TEST(MediaTypes, VideoOfTheMakersDemultiplexer) {
     EXPECT_FALSE(KorvixVideoType(0).has_value());
-    std::optional<MediaType> h264 = KorvixVideoType(1);
-    ASSERT_TRUE(h264.has_value());
-    ExpectType(*h264, kVideo, kH264, kMpeg2VideoInfo, 136, 136, kH264Values);
+    ExpectType(KorvixVideoType(1).value(), kVideo, kH264, kMpeg2VideoInfo, 136, 136, kH264Values);
     for (const std::int32_t other : {2, -1}) {
-        std::optional<MediaType> hevc = KorvixVideoType(other);
-        ASSERT_TRUE(hevc.has_value());
-        ExpectType(*hevc, kVideo, kHevc, kNull, 0, 0, {});
+        ExpectType(KorvixVideoType(other).value(), kVideo, kHevc, kNull, 0, 0, {});
     }
 }
 
@@ -99,17 +88,14 @@ TEST(MediaTypes, AudioOfThePlatformDemultiplexer) {
     for (const auto& [codec, preset] : presets) {
         SCOPED_TRACE(codec);
         const char* const major = preset ? kAudio : kNull;
-        MediaType mpeg = PlatformAudioType(0, codec);
-        ExpectType(mpeg, major, preset ? kMpegAudioSubtype : kNull, kWaveFormatEx, 40, 40, kMpegAudioValues);
-        MediaType ac3 = PlatformAudioType(1, codec);
-        ExpectType(ac3, major, kAc3Subtype, kWaveFormatEx, 18, 18, kDolbyValues);
-        MediaType latm = PlatformAudioType(2, codec);
-        ExpectType(latm, kAudio, kLatmSubtype, kWaveFormatEx, 20, 20, kLatmValues);
-        MediaType eac3 = PlatformAudioType(3, codec);
-        ExpectType(eac3, major, kEac3Subtype, kWaveFormatEx, 18, 18, kDolbyValues);
+        ExpectType(PlatformAudioType(0, codec), major, preset ? kMpegAudioSubtype : kNull, kWaveFormatEx, 40,
+                   40, kMpegAudioValues);
+        ExpectType(PlatformAudioType(1, codec), major, kAc3Subtype, kWaveFormatEx, 18, 18, kDolbyValues);
+        ExpectType(PlatformAudioType(2, codec), kAudio, kLatmSubtype, kWaveFormatEx, 20, 20, kLatmValues);
+        ExpectType(PlatformAudioType(3, codec), major, kEac3Subtype, kWaveFormatEx, 18, 18, kDolbyValues);
         for (const std::int32_t other : {4, -1}) {
-            MediaType none = PlatformAudioType(other, codec);
-            ExpectType(none, major, preset ? kMpegAudioSubtype : kNull, kNull, 0, 0, {});
+            ExpectType(PlatformAudioType(other, codec), major, preset ? kMpegAudioSubtype : kNull, kNull, 0,
+                       0, {});
         }
     }
 }

@@ -7,15 +7,6 @@
 #include "tests/support/messages.h"
 
 namespace vistrame::test {
-namespace {
-
-std::string ThisProgram() {
-    std::array<char, MAX_PATH> path{};
-    GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return path.data();
-}
-
-} // namespace
 
 ChildProcess::ChildProcess(std::string commandLine) {
     STARTUPINFOA startup{};
@@ -62,13 +53,10 @@ HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
 
 std::string PlayerCommandLine(const std::string& arguments) {
     // Tests lie in tests/<area>/ of the build, the player in app/.
-    const std::string program = ThisProgram();
-    return '"' + program.substr(0, program.rfind('\\')) + R"(\..\..\app\vistrame.exe" )" + arguments;
-}
-
-std::optional<DWORD> RunDisabledTest(const std::string& name) {
-    ChildProcess child('"' + ThisProgram() + "\" --gtest_also_run_disabled_tests --gtest_filter=" + name);
-    return child.WaitForExit(20000);
+    std::array<char, MAX_PATH> program{};
+    GetModuleFileNameA(nullptr, program.data(), static_cast<DWORD>(program.size()));
+    const std::string path = program.data();
+    return '"' + path.substr(0, path.rfind('\\')) + R"(\..\..\app\vistrame.exe" )" + arguments;
 }
 
 } // namespace vistrame::test

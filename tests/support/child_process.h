@@ -1,5 +1,4 @@
-// Programs under test as processes of their own: the built player, or this test program again for what ends the
-// process it runs in.
+// Programs under test as processes of their own.
 //
 // Ownership  a process that still runs when the object goes is terminated.
 // Errors     a process that cannot be started fails the running test.
@@ -25,7 +24,6 @@ public:
     std::optional<DWORD> WaitForExit(DWORD limitMsec);
 
     bool IsRunning() const { return WaitForSingleObject(process_, 0) == WAIT_TIMEOUT; }
-    DWORD Id() const { return id_; }
     HANDLE Handle() const { return process_; }
 
     // A visible top-level window or message box of the process; waits for it.
@@ -38,8 +36,5 @@ private:
 
 // The player of this build, quoted, followed by a blank and `arguments`.
 std::string PlayerCommandLine(const std::string& arguments);
-
-// Runs a disabled test of this very program in a process of its own; its exit code, or nothing after 20 s.
-std::optional<DWORD> RunDisabledTest(const std::string& name);
 
 } // namespace vistrame::test

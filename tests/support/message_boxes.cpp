@@ -13,8 +13,6 @@ thread_local MessageBoxes* current = nullptr;
 constexpr int kTextControl = 0xFFFF;
 constexpr int kIconControl = 0x440;
 
-constexpr char kDialogClass[] = "#32770";
-
 std::string TextOf(HWND window) {
     std::array<char, 2048> text{};
     // WM_GETTEXT rather than GetWindowText: this also reads controls of other processes.
@@ -28,12 +26,6 @@ UINT IconFlag(HWND box) {
     HWND control = GetDlgItem(box, kIconControl);
     const LRESULT icon = control == nullptr ? 0 : SendMessageA(control, STM_GETICON, 0, 0);
     return icon != 0 && icon == reinterpret_cast<LRESULT>(LoadIconA(nullptr, IDI_HAND)) ? MB_ICONERROR : 0;
-}
-
-bool IsMessageBox(HWND window) {
-    std::array<char, 16> name{};
-    GetClassNameA(window, name.data(), static_cast<int>(name.size()));
-    return std::string(name.data()) == kDialogClass && GetDlgItem(window, kTextControl) != nullptr;
 }
 
 } // namespace
@@ -58,7 +50,7 @@ LRESULT CALLBACK MessageBoxes::AfterMessage(int code, WPARAM wParam, LPARAM lPar
     const auto* message = reinterpret_cast<const CWPRETSTRUCT*>(lParam);
     // Once the box has initialised itself its text and icon are in place, whether it gets the focus or not.
     if (code == HC_ACTION && message->message == WM_INITDIALOG && current != nullptr &&
-        IsMessageBox(message->hwnd)) {
+        GetDlgItem(message->hwnd, kTextControl) != nullptr) {
         current->Record(message->hwnd);
     }
     return CallNextHookEx(nullptr, code, wParam, lParam);

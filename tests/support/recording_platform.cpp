@@ -17,12 +17,6 @@
 namespace vistrame::test {
 namespace {
 
-// The graph's filters, shared with its enumerators, which every change makes invalid.
-struct FilterList {
-    std::vector<FakeObject*> filters;
-    unsigned version = 0;
-};
-
 void OfferFeed(FakeObject& feed) {
     OfferFeedData(feed);
     feed.Offer<FeedControl>().Records<&FeedControl::SetMode>();
@@ -136,11 +130,11 @@ HRESULT RecordingPlatform::Create(const std::string& name, const Furnish& furnis
 void RecordingPlatform::InstallFilter(REFCLSID id, const std::string& name, const Lines& plan,
                                       const Furnish& furnish) {
     Install(id, name, [=, this](FakeObject& filter) {
-        std::vector<FakeObject*> pins;
+        const auto pins = std::make_shared<ItemList>();
         for (const std::string& entry : plan) {
             const std::string pin = name + '/' + entry.substr(1);
             if (!missingPins.contains(pin)) {
-                pins.push_back(&AddPin(pin, entry[0] == '<' ? PINDIR_INPUT : PINDIR_OUTPUT));
+                pins->items.push_back(&AddPin(pin, entry[0] == '<' ? PINDIR_INPUT : PINDIR_OUTPUT));
             }
         }
         filter.Offer<IBaseFilter>()
@@ -149,9 +143,9 @@ void RecordingPlatform::InstallFilter(REFCLSID id, const std::string& name, cons
             })
             .On<&IBaseFilter::FindPin>([=](LPCWSTR wanted, IPin** out) -> HRESULT {
                 const auto found =
-                    std::ranges::find(pins, Line("%s/%ls", name.c_str(), wanted), &FakeObject::name);
+                    std::ranges::find(pins->items, Line("%s/%ls", name.c_str(), wanted), &FakeObject::name);
                 *out = nullptr;
-                return found == pins.end() ? VFW_E_NOT_FOUND : Hand(**found, out);
+                return found == pins->items.end() ? VFW_E_NOT_FOUND : Hand(**found, out);
             });
         if (furnish) {
             furnish(filter);
@@ -173,58 +167,54 @@ FakeObject& RecordingPlatform::AddPin(const std::string& name, PIN_DIRECTION dir
 }
 
 template <typename I>
-FakeObject& RecordingPlatform::AddEnumerator(const std::string& name, std::vector<FakeObject*> items) {
+FakeObject& RecordingPlatform::AddEnumerator(const std::string& name, std::shared_ptr<const ItemList> list) {
+    struct State {
+        std::size_t next;
+        unsigned version;
+    };
+    const auto state = std::make_shared<State>(State{0, list->version});
     FakeObject& enumerator = AddObject(name);
-    enumerator.Offer<I>().template On<&I::Next>(
-        [items = std::move(items), next = std::size_t{}](ULONG count, auto** out, ULONG* fetched) mutable {
+    enumerator.Offer<I>()
+        .template On<&I::Next>([=](ULONG count, auto** out, ULONG* fetched) -> HRESULT {
+            if (state->version != list->version) {
+                return VFW_E_ENUM_OUT_OF_SYNC;
+            }
             ULONG handed = 0;
-            for (; handed < count && next < items.size(); ++handed, ++next) {
-                Hand(*items[next], out + handed);
+            while (handed < count && state->next < list->items.size()) {
+                Hand(*list->items[state->next++], out + handed++);
             }
             if (fetched != nullptr) {
                 *fetched = handed;
             }
             return handed == count ? S_OK : S_FALSE;
+        })
+        .template On<&I::Reset>([=] {
+            *state = {0, list->version};
+            return S_OK;
         });
     return enumerator;
 }
 
 void RecordingPlatform::FurnishGraph(FakeObject& graph) {
-    auto list = std::make_shared<FilterList>();
+    auto list = std::make_shared<ItemList>();
     graph.Offer<IGraphBuilder>()
         .Records<&IGraphBuilder::ConnectDirect, &IGraphBuilder::Render>()
         .On<&IGraphBuilder::AddFilter>([=, &graph](IBaseFilter* filter, LPCWSTR name) {
             filter->AddRef();
-            list->filters.push_back(&FakeObject::Of(filter));
+            list->items.push_back(&FakeObject::Of(filter));
             ++list->version;
             return graph.Record("AddFilter", filter, name);
         })
         .On<&IGraphBuilder::RemoveFilter>([=, &graph](IBaseFilter* filter) {
             if (SUCCEEDED(graph.Record("RemoveFilter", filter))) {
-                EXPECT_EQ(std::erase(list->filters, &FakeObject::Of(filter)), 1U);
+                EXPECT_EQ(std::erase(list->items, &FakeObject::Of(filter)), 1U);
                 ++list->version;
                 filter->Release();
             }
             return graph.result;
         })
         .On<&IGraphBuilder::EnumFilters>([=, this](IEnumFilters** out) {
-            auto next = std::make_shared<std::size_t>();
-            auto version = std::make_shared<unsigned>(list->version);
-            FakeObject& filters = AddObject("filters");
-            filters.Offer<IEnumFilters>()
-                .On<&IEnumFilters::Next>([=](ULONG count, IBaseFilter** filter, ULONG*) -> HRESULT {
-                    EXPECT_EQ(count, 1U);
-                    if (*version != list->version) {
-                        return VFW_E_ENUM_OUT_OF_SYNC;
-                    }
-                    return *next == list->filters.size() ? S_FALSE : Hand(*list->filters[(*next)++], filter);
-                })
-                .On<&IEnumFilters::Reset>([=] {
-                    *version = list->version;
-                    *next = 0;
-                    return S_OK;
-                });
-            return Hand(filters, out);
+            return Hand(AddEnumerator<IEnumFilters>("filters", list), out);
         });
     OfferControl(graph);
     graph.Offer<IMediaFilter>().Records<&IMediaFilter::SetSyncSource>();
@@ -264,9 +254,9 @@ void RecordingPlatform::FurnishMapper(FakeObject& mapper) {
                      types.c_str(), flags, exact, merit, inputNeeded, render, outputNeeded));
             EXPECT_TRUE(inputMedium == nullptr && inputCategory == nullptr && outputs == 0 &&
                         outputTypes == nullptr && outputMedium == nullptr && outputCategory == nullptr);
-            std::vector<FakeObject*> monikers;
+            const auto monikers = std::make_shared<ItemList>();
             for (const MapperEntry& entry : mappings[types.substr(0, types.find('/'))]) {
-                monikers.push_back(&AddMoniker(entry));
+                monikers->items.push_back(&AddMoniker(entry));
             }
             return Hand(AddEnumerator<IEnumMoniker>("matches", monikers), out);
         });

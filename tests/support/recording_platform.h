@@ -53,6 +53,11 @@ public:
     FakeObject& Find(const std::string& name);
 
 private:
+    // What enumerators show; each change makes those there are invalid.
+    struct ItemList {
+        std::vector<FakeObject*> items;
+        unsigned version = 0;
+    };
     using Furnish = std::function<void(FakeObject&)>;
     void Install(REFCLSID id, const std::string& name, const Furnish& furnish);
     // `plan` names the pins, inputs with "<", outputs with ">".
@@ -61,7 +66,7 @@ private:
     FakeObject& AddObject(const std::string& name);
     FakeObject& AddPin(const std::string& name, PIN_DIRECTION direction);
     template <typename I>
-    FakeObject& AddEnumerator(const std::string& name, std::vector<FakeObject*> items);
+    FakeObject& AddEnumerator(const std::string& name, std::shared_ptr<const ItemList> list);
 
     void FurnishGraph(FakeObject& graph);
     void FurnishMapper(FakeObject& mapper);

@@ -66,27 +66,27 @@ TEST(WindowBase, HandsMessagesToTheirHandlers) {
 }
 
 TEST(WindowBase, NamesItsClassAndUnregistersItAtTheEnd) {
-    HINSTANCE module = GetModuleHandleA(nullptr);
-    WNDCLASSEXA registered{};
-    registered.cbSize = sizeof registered;
-
+    const auto registered = [](const std::string& name) {
+        WNDCLASSEXA description{};
+        description.cbSize = sizeof description;
+        return GetClassInfoExA(GetModuleHandleA(nullptr), name.c_str(), &description) != FALSE;
+    };
     auto named = std::make_unique<RecordingWindow>();
     EXPECT_TRUE(named->RegisterWindowClass("VistrameTestClass"));
-    EXPECT_TRUE(GetClassInfoExA(module, "VistrameTestClass", &registered));
     RecordingWindow second;
     EXPECT_FALSE(second.RegisterWindowClass("VistrameTestClass")) << "a class exists once";
+    EXPECT_TRUE(registered("VistrameTestClass"));
     named.reset();
-    EXPECT_FALSE(GetClassInfoExA(module, "VistrameTestClass", &registered));
+    EXPECT_FALSE(registered("VistrameTestClass"));
 
     auto generated = std::make_unique<RecordingWindow>();
-    HWND handle = generated->Create("", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr);
+    DestroyWindow(generated->Create("", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr));
     const std::string name = generated->ClassName();
     EXPECT_EQ(name.size(), std::string("AutgenWndClassName").size() + 8);
-    EXPECT_EQ(name.rfind("AutgenWndClassName", 0), 0U);
-    EXPECT_TRUE(GetClassInfoExA(module, name.c_str(), &registered));
-    DestroyWindow(handle);
+    EXPECT_TRUE(name.starts_with("AutgenWndClassName"));
+    EXPECT_TRUE(registered(name));
     generated.reset();
-    EXPECT_FALSE(GetClassInfoExA(module, name.c_str(), &registered));
+    EXPECT_FALSE(registered(name));
 }
 
 } // namespace
