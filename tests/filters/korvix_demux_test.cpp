@@ -1,8 +1,4 @@
-// The maker's demultiplexer: fixed pins by number, stall counts, its state on a display.
-#include <windows.h>
-#include <dshow.h>
-#include <dvdmedia.h>
-
+// The maker's demultiplexer: stall counts, its state on a display. What its numbers stand for is played in tests/live.
 #include "filters/demux/korvix_demux.h"
 #include "tests/filters/live_programme.h"
 
@@ -45,22 +41,6 @@ private:
 };
 
 } // namespace
-
-// What each number stands for is played in tests/live.
-TEST(KorvixDemux, TakesACallersTypeOfThePinsCodingAsItIs) {
-    Korvix korvix;
-    MediaType h264(MEDIATYPE_Video, FourCc("H264"));
-    MPEG2VIDEOINFO info{};
-    info.dwLevel = 7;
-    h264.SetFormat(FORMAT_MPEG2Video, info);
-    const auto video = PinOf(korvix.demux, L"Video Out"), audio = PinOf(korvix.demux, L"Audio Out");
-    EXPECT_TRUE(FAILED(korvix.graph.Connect(video.Get(), &korvix.video->Input(), &h264.Get())));
-    EXPECT_EQ(korvix.demux->SetVideoType(1), S_OK);
-    ASSERT_EQ(korvix.graph.Connect(video.Get(), &korvix.video->Input(), &h264.Get()), S_OK);
-    EXPECT_TRUE(korvix.video->Input().Type() == h264);
-    EXPECT_EQ(korvix.demux->SetAudioType(4), S_OK);
-    EXPECT_TRUE(FAILED(korvix.graph.Connect(audio.Get(), &korvix.audio->Input()))) << "no such coding";
-}
 
 TEST(KorvixDemux, PlaysThePairItIsGivenAndCountsStalls) {
     Korvix korvix;
