@@ -11,8 +11,8 @@ play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
 test: ## build everything and run every test
 	@tools/test
 
-live: ## measure what the built player shows and plays, coding by coding and event by event
-	@tools/test live
+live: ## measure what happens to live streams on the built player (ten minutes)
+	@tools/live
 
 build: ## build the product: build/mingw32
 	@tools/setup play

@@ -3,49 +3,25 @@
 // usage: live_probe demo BUILD STREAMS           the demo of `make play`
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //        live_probe timers BUILD STREAMS [ROW]   fade-in and stall watchdog
-//        live_probe events BUILD STREAMS [ROW]   what happens to live streams
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <iterator>
 #include <span>
 #include <string_view>
 
 #include "tests/live/parts.h"
 
-namespace vistrame::live {
-namespace {
-
-int Main(std::span<char*> words) {
-    const std::string_view what = words.size() > 1 ? words[1] : "";
-    struct Part {
-        std::string_view name;
-        bool (*run)(const Surroundings& where, SoundWatch& sound, std::size_t only);
-    };
-    constexpr Part kParts[] = {
-        {"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"events", RunEvents}};
-    const auto* const part = std::ranges::find(kParts, what, &Part::name);
-    if (part != std::end(kParts) && (words.size() == 4 || words.size() == 5)) {
-        const Surroundings where{words[2], words[3]};
-        if (!RegisterFilters(where.build, true)) {
-            std::fputs("vistrame.ax cannot be registered\n", stderr);
-            return 1;
-        }
-        SoundWatch sound;
-        const bool right =
-            part->run(where, sound, words.size() == 5 ? std::strtoul(words[4], nullptr, 10) : 0);
-        (void)RegisterFilters(where.build, false); // the session is at its end, or the next test sees to it
-        return right ? 0 : 1;
-    }
-    std::fputs("usage: live_probe demo|matrix|timers|events BUILD STREAMS [ROW]\n", stderr);
-    return 2;
-}
-
-} // namespace
-} // namespace vistrame::live
-
 int main(int count, char** words) {
-    return vistrame::live::Main({words, static_cast<std::size_t>(count)});
+    using namespace vistrame::live;
+    struct Named {
+        std::string_view name;
+        Part part;
+    };
+    for (const auto& [name, part] : {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}}) {
+        if (count >= 4 && name == words[1]) {
+            return RunPart(part, std::span(words, static_cast<std::size_t>(count)).subspan(2));
+        }
+    }
+    std::fputs("usage: live_probe demo|matrix|timers BUILD STREAMS [ROW]\n", stderr);
+    return 2;
 }

@@ -15,7 +15,5 @@ bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t only);
 bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only);
 // The fade-in and the stall watchdog.
 bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only);
-// What happens to live streams, five times each at different places: how long the picture holds, lip sync afterwards.
-bool RunEvents(const Surroundings& where, SoundWatch& sound, std::size_t only);
 
 } // namespace vistrame::live

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -95,8 +96,6 @@ std::string Follow(pid_t process, LogReader& log, const std::string& output, dou
     return status == 0 ? "" : "exit code " + std::to_string(WEXITSTATUS(status)) + ": " + text;
 }
 
-} // namespace
-
 bool RegisterFilters(const std::string& build, bool in) {
     // The 32-bit server registers in the 32-bit view, so with the 32-bit program.
     std::vector<std::string> words{"C:\\windows\\syswow64\\regsvr32.exe", "/s"};
@@ -107,6 +106,20 @@ bool RegisterFilters(const std::string& build, bool in) {
     int status = -1;
     const pid_t process = Start(words, "/dev/null");
     return process > 0 && waitpid(process, &status, 0) == process && status == 0;
+}
+
+} // namespace
+
+int RunPart(Part part, std::span<char*> words) {
+    const Surroundings where{words[0], words[1]};
+    if (!RegisterFilters(where.build, true)) {
+        std::fputs("vistrame.ax cannot be registered\n", stderr);
+        return 1;
+    }
+    SoundWatch sound;
+    const bool right = part(where, sound, words.size() > 2 ? std::strtoul(words[2], nullptr, 10) : 0);
+    (void)RegisterFilters(where.build, false); // the session is at its end, or the next run sees to it
+    return right ? 0 : 1;
 }
 
 double ProgrammeRun::Time(const std::string& begin) const {

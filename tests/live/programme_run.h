@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,7 @@ namespace vistrame::live {
 // Where things are.
 struct Surroundings {
     std::string build;   // of the product
-    std::string streams; // tests/live/make-streams' folder
+    std::string streams; // of tests/live/make-streams
 };
 
 inline constexpr int kAreaWidth = 480;
@@ -41,8 +43,10 @@ ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::
                        const std::string& script, const std::string& stream, double limit = 60,
                        int colourRow = kAreaHeight / 2);
 
-// Registers the filters of the build under test in the session's Wine (or takes them out again).
-bool RegisterFilters(const std::string& build, bool in);
+// Runs a part with the filters of the build under test registered in the session's Wine, listening to its sink.
+// `words`: BUILD STREAMS [ROW]. The program's exit code.
+using Part = bool (*)(const Surroundings& where, SoundWatch& sound, std::size_t only);
+int RunPart(Part part, std::span<char*> words);
 
 // A flash and the beep that belongs to it.
 struct LipSync {

@@ -1,5 +1,11 @@
-#include "tests/live/parts.h"
-
+// Does to a running player what happens to live streams, five times each at different places of the stream, and tells how
+// long the picture held and how far sound and picture were apart afterwards. To be run inside a session
+// (tools/wine-session) on a machine that does nothing else.
+//
+// usage: live_events BUILD STREAMS [ROW]
+//
+// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. The exit code is 1 when a limit that the
+// product sets itself was broken.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,9 +15,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "tests/live/programme_run.h"
 #include "transport/packet.h"
 
 namespace vistrame::live {
@@ -315,8 +323,6 @@ bool RunSelections(const Surroundings& where, SoundWatch& sound) {
     return right;
 }
 
-} // namespace
-
 bool RunEvents(const Surroundings& where, SoundWatch& sound, std::size_t only) {
     bool right = true;
     if (only == 0 || only == 1) {
@@ -332,4 +338,14 @@ bool RunEvents(const Surroundings& where, SoundWatch& sound, std::size_t only) {
     return right;
 }
 
+} // namespace
 } // namespace vistrame::live
+
+int main(int count, char** words) {
+    using namespace vistrame::live;
+    if (count < 3) {
+        std::fputs("usage: live_events BUILD STREAMS [ROW]\n", stderr);
+        return 2;
+    }
+    return RunPart(RunEvents, std::span(words, static_cast<std::size_t>(count)).subspan(1));
+}
