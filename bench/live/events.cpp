@@ -132,13 +132,13 @@ enum class Watched {
 struct Kind {
     const char* what;
     const char* stream;
-    Watched value;
     double limit;                               // seconds
     double watched;                             // seconds from the event on
     std::string (*before)(int i, double place); // script up to the event
     std::string (*event)(int i, double place);  // its first line takes place at the event
     double from, to;                            // places in the file
-    bool damaged = false;                       // what is seen and heard may be so, and marks with it
+    Watched value;
+    bool damaged = false; // what is seen and heard may be so, and marks with it
 };
 
 std::string Nothing(int /*i*/, double /*place*/) {
@@ -150,38 +150,38 @@ constexpr double kHalf = 30;
 constexpr double kWrap = 10;
 
 const Kind kKinds[] = {
-    {"command 6 and no break", "live.ts", Watched::kHold, 3 * kPicture, 3.5,
+    {"command 6 and no break", "live.ts", 3 * kPicture, 3.5,
      [](int i, double) { return Line("+%.2f mark before\n", 0.1 * i); },
-     [](int, double) { return Line("+0 discontinuity\n"); }, 0, 0},
-    {"jump with command 6 before it", "live.ts", Watched::kHold, 3 * kPicture, 3.5, Nothing,
-     [](int, double place) { return Line("+0 seek %.3f announced\n", place); }, 3, 27},
-    {"an hour forward, unannounced", "live.ts", Watched::kHold, kJump, 3.5,
+     [](int, double) { return Line("+0 discontinuity\n"); }, 0, 0, Watched::kHold},
+    {"jump with command 6 before it", "live.ts", 3 * kPicture, 3.5, Nothing,
+     [](int, double place) { return Line("+0 seek %.3f announced\n", place); }, 3, 27, Watched::kHold},
+    {"an hour forward, unannounced", "live.ts", kJump, 3.5,
      [](int i, double) { return Line("+0 seek %.3f announced\n+2.5 mark before\n", 3.0 + i); },
-     [](int, double place) { return Line("+0 seek %.3f\n", place); }, kHalf + 2, kHalf + 25},
-    {"10 s back, unannounced", "live.ts", Watched::kHold, kJump, 3.5,
+     [](int, double place) { return Line("+0 seek %.3f\n", place); }, kHalf + 2, kHalf + 25, Watched::kHold},
+    {"10 s back, unannounced", "live.ts", kJump, 3.5,
      [](int, double place) { return Line("+0 seek %.3f announced\n+2.5 mark before\n", place + 10 - 2.5); },
-     [](int, double place) { return Line("+0 seek %.3f\n", place); }, 2, 15},
-    {"PCR and PTS wrap at 33 bits", "wrap.ts", Watched::kHold, kJump, 5.5,
+     [](int, double place) { return Line("+0 seek %.3f\n", place); }, 2, 15, Watched::kHold},
+    {"PCR and PTS wrap at 33 bits", "wrap.ts", kJump, 5.5,
      [](int i, double) { return Line("+0 seek %.3f announced\n+2 mark before\n", kWrap - 4 + 0.3 * i); },
-     [](int, double) { return Line("+0 mark wrap\n"); }, 0, 0},
-    {"0.5 % of the packets lost", "live.ts", Watched::kHold, kGroup + 0.1, 6,
+     [](int, double) { return Line("+0 mark wrap\n"); }, 0, 0, Watched::kHold},
+    {"0.5 % of the packets lost", "live.ts", kGroup + 0.1, 6,
      [](int i, double) { return Line("+0 lose 0\n+%.2f mark before\n", 1.5 + 0.1 * i); },
-     [](int, double) { return Line("+0 lose 0.5%%\n"); }, 0, 0, true},
-    {"a bit wrong in 0.5 % of the packets", "live.ts", Watched::kHold, kGroup + 0.1, 6,
+     [](int, double) { return Line("+0 lose 0.5%%\n"); }, 0, 0, Watched::kHold, true},
+    {"a bit wrong in 0.5 % of the packets", "live.ts", kGroup + 0.1, 6,
      [](int i, double) { return Line("+0 damage 0\n+%.2f mark before\n", 1.5 + 0.1 * i); },
-     [](int, double) { return Line("+0 damage 0.5%%\n"); }, 0, 0, true},
-    {"3 s without data, then all at once", "live.ts", Watched::kNext, 0.3, 4,
+     [](int, double) { return Line("+0 damage 0.5%%\n"); }, 0, 0, Watched::kHold, true},
+    {"3 s without data, then all at once", "live.ts", 0.3, 4,
      [](int i, double) { return Line("+%.2f stall\n+3 mark before\n", 0.1 * i); },
-     [](int, double) { return Line("+0 resume backlog\n"); }, 0, 0},
-    {"other PIDs for the programme", "pids.ts", Watched::kHold, kGroup + 0.1 + kBuilding, 4,
+     [](int, double) { return Line("+0 resume backlog\n"); }, 0, 0, Watched::kNext},
+    {"other PIDs for the programme", "pids.ts", kGroup + 0.1 + kBuilding, 4,
      [](int i, double) {
          return Line("+0 seek %.3f announced\n+0 command 0 0x01000110\n+3 mark before\n",
                      kWrap - 3 + 0.1 * i);
      },
-     [](int, double) { return Line("+0 command 0 0x02000210\n"); }, 0, 0},
-    {"10 s of pause, then Run: later than before", "live.ts", Watched::kDelay, 0.3, 4,
+     [](int, double) { return Line("+0 command 0 0x02000210\n"); }, 0, 0, Watched::kHold},
+    {"10 s of pause, then Run: later than before", "live.ts", 0.3, 4,
      [](int i, double) { return Line("+%.2f mark delay\n+0 pause\n+10 mark before\n", 0.1 * i); },
-     [](int, double) { return Line("+0 run\n"); }, 0, 0},
+     [](int, double) { return Line("+0 run\n"); }, 0, 0, Watched::kDelay},
 };
 
 std::vector<std::string> Options(std::size_t kind) {
