@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <mutex>
 #include <random>
-#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -18,6 +19,8 @@
 
 namespace vistrame {
 namespace {
+
+using namespace std::chrono_literals;
 
 std::vector<BYTE> Pattern(std::size_t size, unsigned seed) {
     std::vector<BYTE> bytes(size);
@@ -115,18 +118,18 @@ TEST_F(PipeReader, AnEmptyReadIsDeliveredToo) {
 }
 
 TEST_F(PipeReader, ATeardownWaitsForTheDeliveryUnderWay) {
-    std::binary_semaphore delivering{0};
-    std::binary_semaphore goOn{0};
+    std::promise<void> delivering;
+    std::promise<void> goOn;
     Deliver([&](const BYTE*, ULONG) {
-        delivering.release();
-        goOn.acquire();
+        delivering.set_value();
+        goOn.get_future().wait();
         EXPECT_EQ(feed.references, 1U) << "released inside the delivery";
         ++total;
         return S_OK;
     });
     Connect();
     Write(Pattern(10, 4));
-    delivering.acquire();
+    ASSERT_EQ(delivering.get_future().wait_for(10s), std::future_status::ready);
     std::atomic<bool> tornDown = false;
     std::thread teardown([&] {
         ThePlayerGraph().ReleaseGraph();
@@ -134,7 +137,7 @@ TEST_F(PipeReader, ATeardownWaitsForTheDeliveryUnderWay) {
     });
     Sleep(100);
     EXPECT_FALSE(tornDown);
-    goOn.release();
+    goOn.set_value();
     teardown.join();
     EXPECT_EQ(feed.references, 0U);
     EXPECT_EQ(ThePlayerGraph().feedData, nullptr);

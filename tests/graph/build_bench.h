@@ -25,8 +25,6 @@ class BuildBench {
 public:
     explicit BuildBench(const std::string& audioDecoder = "9BC1B780-85E3-11D2-98D0-0080C84E9C39",
                         const std::string& videoDecoder = "9BC1B781-85E3-11D2-98D0-0080C84E9C39");
-    BuildBench(const BuildBench&) = delete;
-    BuildBench& operator=(const BuildBench&) = delete;
     ~BuildBench();
 
     int Build() { return player.BuildGraph(window); }

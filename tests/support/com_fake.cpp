@@ -12,14 +12,6 @@
 
 namespace vistrame::test {
 
-std::string Text(long number) {
-    return std::to_string(number);
-}
-
-std::string Text(ULONG number) {
-    return std::to_string(number);
-}
-
 std::string Text(const wchar_t* text) {
     return Line("\"%ls\"", text);
 }

@@ -10,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <bit>
+#include <concepts>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -57,8 +58,9 @@ private:
 };
 
 // Arguments as lines show them: objects by name, media types as "video/H264 MPEG2VIDEOINFO 136" or "no type".
-std::string Text(long number);
-std::string Text(ULONG number);
+inline std::string Text(std::integral auto number) {
+    return std::to_string(number);
+}
 std::string Text(const wchar_t* text);
 std::string Text(IUnknown* object);
 std::string Text(const AM_MEDIA_TYPE* type);

@@ -38,8 +38,6 @@ public:
 // What ThePlayerGraph holds of a built graph. Every call fails, because nobody may rely on success.
 struct PlaybackFakes {
     PlaybackFakes();
-    PlaybackFakes(const PlaybackFakes&) = delete;
-    PlaybackFakes& operator=(const PlaybackFakes&) = delete;
 
     void Fill(); // ThePlayerGraph with all but the maker's demultiplexer
 

@@ -29,8 +29,6 @@ struct MapperEntry {
 class RecordingPlatform {
 public:
     RecordingPlatform();
-    RecordingPlatform(const RecordingPlatform&) = delete;
-    RecordingPlatform& operator=(const RecordingPlatform&) = delete;
     ~RecordingPlatform();
 
     // Decoders have several pins of each direction, so that every way of choosing one chooses another.

@@ -65,6 +65,7 @@ protected:
     static void Repaint() {
         InvalidateRect(Window(), nullptr, TRUE); // asks for erasing as well
         UpdateWindow(Window());
+        EXPECT_FALSE(GetUpdateRect(Window(), nullptr, FALSE)) << "painting was not begun and ended";
     }
 
     static COLORREF Pixel(int x, int y) {
