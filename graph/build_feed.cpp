@@ -86,7 +86,7 @@ void GraphBuild::DropAc3Decoder() {
 
 void GraphBuild::ConnectVideoDecoder() {
     if (KorvixCodec != 0) {
-        std::optional<MediaType> type = KorvixVideoType(VideoType);
+        std::optional<FixedMediaType> type = KorvixVideoType(VideoType);
         Connect(FindPin(demultiplexer_, L"Video Out"), decoderInput_, type ? type->Get() : nullptr);
         player_.audioOutPin = FindPin(demultiplexer_, L"Audio Out");
         return;
@@ -96,7 +96,7 @@ void GraphBuild::ConnectVideoDecoder() {
     Connect(videoOut, decoderInput_);
 }
 
-ComPtr<IPin> GraphBuild::CreateOutputPin(std::wstring name, MediaType type) {
+ComPtr<IPin> GraphBuild::CreateOutputPin(std::wstring name, FixedMediaType type) {
     ComPtr<IPin> pin;
     (void)player_.demuxControl->CreateOutputPin(type.Get(), name.data(), pin.GetAddressOf());
     return pin;

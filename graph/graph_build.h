@@ -63,7 +63,7 @@ private:
     // Makes the filter's clock the graph's when ClockSource asks for this one and there is a clock.
     void LetBeClock(const Filter& filter, std::int32_t source);
     // On the platform demultiplexer.
-    Pin CreateOutputPin(std::wstring name, MediaType type);
+    Pin CreateOutputPin(std::wstring name, FixedMediaType type);
 
     bool AddDecoderPair(const DecoderRow& row);
     bool AddFoundDecoders();

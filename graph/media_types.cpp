@@ -122,20 +122,20 @@ const ClassId& VideoSubtype(std::int32_t videoType) {
 
 } // namespace
 
-MediaType::MediaType(const ClassId& major, const ClassId& subtype) {
+FixedMediaType::FixedMediaType(const ClassId& major, const ClassId& subtype) {
     type_.majortype = ToGuid(major);
     type_.subtype = ToGuid(subtype);
 }
 
-void MediaType::SetFormat(const ClassId& formatType, std::vector<BYTE> block, ULONG declaredLength) {
+void FixedMediaType::SetFormat(const ClassId& formatType, std::vector<BYTE> block, ULONG declaredLength) {
     block_ = std::move(block);
     type_.formattype = ToGuid(formatType);
     type_.pbFormat = block_.data();
     type_.cbFormat = declaredLength;
 }
 
-MediaType PlatformVideoType(std::int32_t videoType) {
-    MediaType type(kVideoType, VideoSubtype(videoType));
+FixedMediaType PlatformVideoType(std::int32_t videoType) {
+    FixedMediaType type(kVideoType, VideoSubtype(videoType));
     if (videoType == kVideoTypeMpeg2) {
         type.SetFormat(kMpeg2VideoFormat, BytesOf(Mpeg2Info(), kRoomyBlock), kDeclaredBlock);
     } else {
@@ -144,34 +144,34 @@ MediaType PlatformVideoType(std::int32_t videoType) {
     return type;
 }
 
-std::optional<MediaType> KorvixVideoType(std::int32_t videoType) {
+std::optional<FixedMediaType> KorvixVideoType(std::int32_t videoType) {
     if (videoType == kVideoTypeMpeg2) {
         return std::nullopt;
     }
-    MediaType type(kVideoType, VideoSubtype(videoType));
+    FixedMediaType type(kVideoType, VideoSubtype(videoType));
     if (videoType == kVideoTypeH264) {
         type.SetFormat(kMpeg2VideoFormat, BytesOf(H264Info()), sizeof(MPEG2VIDEOINFO));
     }
     return type;
 }
 
-MediaType PlatformAudioType(std::int32_t audioType, std::uint32_t mpeg2Codec) {
+FixedMediaType PlatformAudioType(std::int32_t audioType, std::uint32_t mpeg2Codec) {
     const bool preset = PresetsMpegAudio(mpeg2Codec);
     const ClassId& presetMajor = preset ? kAudioType : kNullId;
     switch (audioType) {
         case kAudioTypeAc3:
         case kAudioTypeEac3: {
-            MediaType type(presetMajor, audioType == kAudioTypeAc3 ? kAc3Audio : kEac3Audio);
+            FixedMediaType type(presetMajor, audioType == kAudioTypeAc3 ? kAc3Audio : kEac3Audio);
             type.SetFormat(kWaveFormat, BytesOf(DolbyFormat()), sizeof(WAVEFORMATEX));
             return type;
         }
         case kAudioTypeLatmAac: {
-            MediaType type(kAudioType, kLatmAacAudio);
+            FixedMediaType type(kAudioType, kLatmAacAudio);
             type.SetFormat(kWaveFormat, BytesOf(LatmFormat()), sizeof(LatmAacFormat));
             return type;
         }
         default: {
-            MediaType type(presetMajor, preset ? kMpegAudio : kNullId);
+            FixedMediaType type(presetMajor, preset ? kMpegAudio : kNullId);
             if (audioType == kAudioTypeMpeg) {
                 type.SetFormat(kWaveFormat, BytesOf(MpegAudioFormat()), sizeof(MPEG1WAVEFORMAT));
             }

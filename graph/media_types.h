@@ -1,6 +1,6 @@
 // The media types that fix what the demultiplexers' output pins carry.
 //
-// Ownership  a MediaType owns its format block; the pointer from Get() is good as long as the object.
+// Ownership  a FixedMediaType owns its format block; the pointer from Get() is good as long as the object.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +14,14 @@
 
 namespace vistrame {
 
-class MediaType {
+class FixedMediaType {
 public:
-    MediaType(const ClassId& major, const ClassId& subtype);
-    MediaType(const MediaType&) = delete;
-    MediaType& operator=(const MediaType&) = delete;
-    MediaType(MediaType&&) = default; // the block stays where it is
-    MediaType& operator=(MediaType&&) = default;
-    ~MediaType() = default;
+    FixedMediaType(const ClassId& major, const ClassId& subtype);
+    FixedMediaType(const FixedMediaType&) = delete;
+    FixedMediaType& operator=(const FixedMediaType&) = delete;
+    FixedMediaType(FixedMediaType&&) = default; // the block stays where it is
+    FixedMediaType& operator=(FixedMediaType&&) = default;
+    ~FixedMediaType() = default;
 
     // `declaredLength`, in bytes, is at most the block's.
     void SetFormat(const ClassId& formatType, std::vector<BYTE> block, ULONG declaredLength);
@@ -34,12 +34,12 @@ private:
 };
 
 // For the platform demultiplexer's "Video Out".
-MediaType PlatformVideoType(std::int32_t videoType);
+FixedMediaType PlatformVideoType(std::int32_t videoType);
 
 // For the connection of the maker's demultiplexer to the video decoder; empty: the pins agree by themselves.
-std::optional<MediaType> KorvixVideoType(std::int32_t videoType);
+std::optional<FixedMediaType> KorvixVideoType(std::int32_t videoType);
 
 // For the platform demultiplexer's "Audio Out"; the MPEG-2 row in force decides where it starts from.
-MediaType PlatformAudioType(std::int32_t audioType, std::uint32_t mpeg2Codec);
+FixedMediaType PlatformAudioType(std::int32_t audioType, std::uint32_t mpeg2Codec);
 
 } // namespace vistrame

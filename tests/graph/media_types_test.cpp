@@ -33,8 +33,8 @@ const char kAc3Subtype[] = "E06D802C-DB46-11CF-B4D1-00805F6CBBEA";
 const char kLatmSubtype[] = "00001602-0000-0010-8000-00AA00389B71";
 const char kEac3Subtype[] = "A7FB87AF-2D02-42FB-A4D4-05CD93843BDD";
 
-void ExpectType(MediaType type, const char* major, const char* subtype, const char* format, ULONG declared,
-                std::size_t blockLength, const Values& values) {
+void ExpectType(FixedMediaType type, const char* major, const char* subtype, const char* format,
+                ULONG declared, std::size_t blockLength, const Values& values) {
     AM_MEDIA_TYPE expected{};
     expected.majortype = Guid(major);
     expected.subtype = Guid(subtype);
