@@ -50,15 +50,5 @@ TEST(PcrClock, TellsJumpsFromGapsAndLosses) {
     }
 }
 
-// A stream with a PCR only every 0.7 s is taken for jumping once at most.
-TEST(PcrClock, LearnsASlowRate) {
-    PcrClock clock;
-    std::uint32_t segments = 0;
-    for (std::uint64_t i = 0; i < 10; ++i) {
-        segments = clock.OnPcr(i * 700 * kMs, i * 1000).segment;
-    }
-    EXPECT_LE(segments, 1U);
-}
-
 } // namespace
 } // namespace vistrame

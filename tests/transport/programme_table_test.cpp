@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 
 #include "tests/transport/ts_builder.h"
@@ -25,12 +24,6 @@ std::string Describe(const ProgrammeTable& table) {
         text << '\n';
     }
     return text.str();
-}
-
-void Feed(ProgrammeTable& table, const std::vector<TsBuilder::Packet>& packets) {
-    for (const TsBuilder::Packet& packet : packets) {
-        (void)table.Push(PacketView(packet));
-    }
 }
 
 TEST(ProgrammeScanner, FindsProgrammesInAStream) {
@@ -83,24 +76,18 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
     const std::string before = "1 '' pmt 100 pcr 101: 101 MPEG-2 video;\n";
     const std::string after = "1 '' pmt 100 pcr 111: 111 H.264;\n";
     const Bytes pmt = MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0, 0x1B, 0xE1, 0x11, 0xF0, 0});
-    const Bytes patHalf = MakeTable(0, 1, {0, 5, 0xE5, 0x00}, 1, 1, 0xC3);
-    Bytes patBoth = patHalf;
+    Bytes patBoth = MakeTable(0, 1, {0, 5, 0xE5, 0x00}, 1, 1, 0xC3);
     std::ranges::copy(MakeTable(0, 1, {0, 1, 0xE1, 0x00}, 0, 1, 0xC3), std::back_inserter(patBoth));
-    Bytes twoSections = MakeTable(0xC0, 1, Bytes(160));
-    std::ranges::copy(pmt, std::back_inserter(twoSections));
     const Row rows[] = {
         {"PMT with other PIDs", 0x100, pmt, after},
         {"PMT with a wrong CRC", 0x100, pmt, before, 17, 0x04}, // in the stream type
         {"PMT with a transport error", 0x100, pmt, before, 1, 0x80},
-        {"PMT of another programme", 0x100, MakeTable(2, 9, {0xE1, 0x11, 0xF0, 0}), before},
         {"PMT not in force yet", 0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0}, 0, 0, 0xC0), before},
         {"PMT whose loops do not fit", 0x100, MakeTable(2, 1, {0xE1, 0x11, 0xF0, 9, 0, 0}), before},
-        {"second section of a packet goes on in the next", 0x100, twoSections, after},
         {"programme added", 0, MakeTable(0, 1, {0, 1, 0xE1, 0, 0, 2, 0xE2, 0}),
          before + "2 '' pmt 200 pcr 1fff:\n"},
         {"programme moved", 0, MakeTable(0, 1, {0, 1, 0xE3, 0}), "1 '' pmt 300 pcr 1fff:\n"},
         {"programme gone", 0, MakeTable(0, 1, {}), ""},
-        {"PAT in two sections, only one of them there", 0, patHalf, before},
         {"PAT in two sections", 0, patBoth, before + "5 '' pmt 500 pcr 1fff:\n"},
     };
     for (const Row& row : rows) {
@@ -110,30 +97,10 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
         builder.AddSection(row.pid, row.sections);
         builder.packets.back()[row.damaged] ^= row.bits;
         ProgrammeTable programmes;
-        Feed(programmes, builder.packets);
-        EXPECT_EQ(Describe(programmes), row.expected) << row.name;
-    }
-}
-
-// A section of several packets survives a repeated packet and not a lost one; names in two sections are waited for once
-// the first is there.
-TEST(ProgrammeTable, IsCompleteWithEveryPacketAndAllNames) {
-    for (const bool lose : {false, true}) {
-        TsBuilder builder;
-        builder.AddPat({{1, 0x100}});
-        builder.AddPmt(0x100, 1, 0x101, {{0x101, 0x1B, Bytes(250, 0xC0)}, {0x102, 0x0F, Bytes(250, 0xC0)}});
-        ASSERT_EQ(builder.packets.size(), 4U);
-        const auto third = builder.packets.begin() + 2;
-        lose ? (void)builder.packets.erase(third) : (void)builder.packets.insert(third, builder.packets[2]);
-        ProgrammeTable table;
-        Feed(table, builder.packets);
-        EXPECT_EQ(table.Complete(), !lose);
-        for (const std::uint8_t number : {0, 1}) {
-            builder.packets.clear();
-            builder.AddSection(kSdtPid, MakeTable(0x42, 1, {0, 1, 0xFF}, number, 1));
-            Feed(table, builder.packets);
-            EXPECT_EQ(table.Complete(), number == 1 && !lose);
+        for (const TsBuilder::Packet& packet : builder.packets) {
+            (void)programmes.Push(PacketView(packet));
         }
+        EXPECT_EQ(Describe(programmes), row.expected) << row.name;
     }
 }
 

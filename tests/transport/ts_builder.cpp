@@ -84,9 +84,9 @@ std::size_t TsBuilder::AddPacket(Pid pid, bool unitStart, ByteSpan payload, std:
     return taken;
 }
 
-void TsBuilder::AddPes(Pid pid, const Pes& pes, const Bytes& payload, std::size_t first) {
+void TsBuilder::AddPes(Pid pid, const Pes& pes, const Bytes& payload) {
     const Bytes packet = MakePes(pes, payload);
-    std::size_t at = AddPacket(pid, true, ByteSpan(packet).first(std::min(first, packet.size())), 0, pes.pcr);
+    std::size_t at = AddPacket(pid, true, packet, 0, pes.pcr);
     while (at < packet.size()) {
         at += AddPacket(pid, false, ByteSpan(packet).subspan(at));
     }

@@ -41,8 +41,7 @@ public:
     void AddSdt(const std::map<std::uint16_t, std::string>& names);
     // Packs it, CRC and all, into as many packets as it takes; several sections behind each other are possible.
     void AddSection(Pid pid, Bytes section);
-    // `first`: how much goes into the first packet, which is padded then.
-    void AddPes(Pid pid, const Pes& pes, const Bytes& payload, std::size_t first = kPacketSize);
+    void AddPes(Pid pid, const Pes& pes, const Bytes& payload);
     void AddPcr(Pid pid, std::int64_t pcr);
 
     // One packet; what the payload leaves free becomes adaptation stuffing. Returns how much of it went in.

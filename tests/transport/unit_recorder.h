@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <iterator>
 
 #include "tests/transport/ts_builder.h"
@@ -18,7 +17,7 @@ inline Bytes Programme(const ProgrammeRecipe& recipe) {
     return Render(builder.packets);
 }
 
-// A demultiplexer and everything it delivers; a test may hook in to call it back.
+// A demultiplexer and everything it delivers.
 class UnitRecorder : public StreamHandler {
 public:
     struct Unit : StreamUnit { // without its span
@@ -32,9 +31,6 @@ public:
     }
     void OnUnit(const StreamUnit& unit) override {
         units.push_back({unit, Bytes(unit.data.begin(), unit.data.end())});
-        if (onUnit) {
-            onUnit(unit);
-        }
     }
     void OnClock(const ClockReference& clock) override { clocks.push_back(clock); }
     void OnProgrammes() override { ++programmeChanges; }
@@ -49,7 +45,6 @@ public:
     std::vector<Unit> units;
     std::vector<ClockReference> clocks;
     int programmeChanges = 0;
-    std::function<void(const StreamUnit&)> onUnit;
     StreamDemultiplexer demultiplexer{*this};
 };
 
