@@ -82,47 +82,5 @@ TEST(AccessUnitSplitter, PiecesCutAnywhereGiveTheUnitsOfWholePackets) {
     }
 }
 
-// A picture of one slice; structure: 1 top field, 2 bottom field, 3 frame.
-std::vector<std::uint8_t> MpegPicture(unsigned reference, unsigned structure) {
-    std::vector<std::uint8_t> picture{0, 0, 1, 0x00, 0, 8, 0xFF, 0xF8, 0, 0, 1, 0xB5, 0x8F, 0xFF, 0xF0, 0x80};
-    picture[5] = static_cast<std::uint8_t>(reference << 6 | 8);
-    picture[14] = static_cast<std::uint8_t>(0xF0 | structure);
-    picture.insert(picture.end(), {0, 0, 1, 0x01, 0x12, 0x34, 0x56, 0x78});
-    return picture;
-}
-
-std::vector<std::uint8_t> Joined(std::vector<std::uint8_t> a, const std::vector<std::uint8_t>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-// Two fields are one unit, also across pieces.
-TEST(AccessUnitSplitter, FieldsOfAnMpegFrameStayTogether) {
-    Collector collector(Coding::kMpeg2Video);
-    collector.splitter.Feed(Joined(MpegPicture(0, 1), MpegPicture(0, 2)), 100); // both fields in one piece
-    EXPECT_EQ(collector.units.size(), 1u);
-    collector.splitter.Feed(MpegPicture(1, 2), 200); // one each
-    EXPECT_EQ(collector.units.size(), 1u);
-    collector.splitter.Feed(MpegPicture(1, 1), 220);
-    collector.splitter.Feed(MpegPicture(2, 1), 300); // its second field is lost
-    collector.splitter.Feed(MpegPicture(3, 3), 340);
-    ASSERT_EQ(collector.units.size(), 4u);
-    EXPECT_EQ(collector.units[1], (Unit{Joined(MpegPicture(1, 2), MpegPicture(1, 1)), 200}));
-    EXPECT_EQ(collector.units[2], (Unit{MpegPicture(2, 1), 300}));
-    EXPECT_EQ(collector.units[3].time, 340);
-}
-
-// A unit whose first slice is lost still ends where the next one starts.
-TEST(AccessUnitSplitter, AUnitWithoutItsBeginningDoesNotSwallowTheNext) {
-    const std::vector<std::uint8_t> delimiter{0, 0, 0, 1, 0x09, 0xF0};
-    const std::vector<std::uint8_t> first{0, 0, 1, 0x41, 0x9A, 0x22, 0x33};
-    const std::vector<std::uint8_t> later{0, 0, 1, 0x41, 0x04, 0x22, 0x33}; // not at macroblock 0
-    Collector collector(Coding::kH264);
-    collector.splitter.Feed(Joined(delimiter, later), 10);
-    collector.splitter.Feed(Joined(delimiter, first), 20);
-    ASSERT_EQ(collector.units.size(), 2u);
-    EXPECT_EQ(collector.units[1], (Unit{Joined(delimiter, first), 20}));
-}
-
 } // namespace
 } // namespace vistrame::test
