@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "analyzer/player_commands.h"
 #include "analyzer/selection.h"
 
 namespace vistrame::test {
@@ -39,19 +38,6 @@ TEST(Selection, StreamsAndCodingFieldsOfAProgramme) {
         }
         EXPECT_EQ(selected, row.expected) << row.what;
     }
-}
-
-TEST(PlayerCommands, WhatThePlayerReads) {
-    EXPECT_EQ(FormatLaunchLine({.parentWindow = 0x1A2B,
-                                .pipeId = 0xC51,
-                                .clockSource = 3,
-                                .log = true,
-                                .videoType = 2,
-                                .audioType = 1}),
-              "00001A2B 00000000 00000C51 0 3 1 2 1");
-    EXPECT_EQ(FormatPipeName(0x1A2B), "\\\\.\\pipe\\QVRA00001A2B");
-    EXPECT_EQ(PackPids(0x101, 0x102), 0x01010102U);
-    EXPECT_EQ(PackPids(kNullPid, kNullPid), 0x1FFF1FFFU);
 }
 
 } // namespace
