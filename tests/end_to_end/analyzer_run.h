@@ -6,6 +6,8 @@
 
 #include <windows.h>
 
+#include "tests/support/child_process.h"
+
 namespace vistrame::test {
 
 // The analyzer of this build, run as whoever calls it from a command line would.
@@ -18,40 +20,21 @@ namespace vistrame::test {
 // Errors     an analyzer that cannot be started fails the running test.
 class AnalyzerRun {
 public:
-    explicit AnalyzerRun(const std::vector<std::string>& arguments);
-    AnalyzerRun(const AnalyzerRun&) = delete;
-    AnalyzerRun& operator=(const AnalyzerRun&) = delete;
-    ~AnalyzerRun();
+    // `script`, unless it is empty, becomes a file that --script names.
+    explicit AnalyzerRun(const std::vector<std::string>& arguments, const std::string& script = "");
 
-    // Waits for the next log line that begins like this behind its time; false when there is none up to the end.
+    // Waits for the next log line that begins like this behind its time; false: none up to the end.
     bool WaitForLine(const std::string& begin, DWORD limitMsec);
 
-    // Waits for the end. The exit code, or nothing.
-    std::optional<DWORD> WaitForExit(DWORD limitMsec);
+    std::optional<DWORD> WaitForExit(DWORD limitMsec) { return process_->WaitForExit(limitMsec); }
 
-    // After the end.
-    std::string Output() const;
-    std::string Error() const;
-    std::string Log() const;
-    std::string Report() const;
+    // What it wrote: "output", "error", "log" or "report".
+    std::string Written(const std::string& name) const;
 
 private:
     std::string folder_;
-    HANDLE process_ = nullptr;
+    std::optional<ChildProcess> process_;
     std::size_t logRead_ = 0;
-};
-
-// A script for --script, in a file that lives as long as the object.
-class ScriptFile {
-public:
-    explicit ScriptFile(const std::string& text);
-    ScriptFile(const ScriptFile&) = delete;
-    ScriptFile& operator=(const ScriptFile&) = delete;
-    ~ScriptFile();
-    const std::string& Path() const { return path_; }
-
-private:
-    std::string path_;
 };
 
 // The companion filters of this build are registered while the object lives.

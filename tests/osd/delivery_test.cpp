@@ -131,7 +131,7 @@ TEST_F(Delivery, SetUpReportsItsFailuresAndReleasesWhatItMade) {
         const bool fine = row.fails.empty();
         std::string errors;
         test::MessageBoxes boxes;
-        boxes.whileOpen = [&](HWND) {
+        boxes.whileOpen = [&] {
             errors += boxes.shown.back().text;
             for (IUnknown* object : made) { // released afterwards
                 EXPECT_GT(object->AddRef(), 2U);

@@ -21,9 +21,8 @@ TEST(PlayerOverlay, CommandsWorkFromTheFirstGraphOn) {
                   "\n+0 command 1 0x05000000\n+0 command 1 0x05000001\n+0 command 13 0\n+0.6 mark timer\n";
         expected += "Redraw Overlay: " + position + "\r\n";
     }
-    const ScriptFile file(script + "+0 quit\n");
-    AnalyzerRun run({"--player-log", "--set", "UseVMR9=1", "--script", file.Path(), VISTRAME_DEMO_STREAM});
-    EXPECT_EQ(run.WaitForExit(90'000), DWORD{0}) << run.Error() << run.Log();
+    AnalyzerRun run({"--player-log", "--set", "UseVMR9=1", VISTRAME_DEMO_STREAM}, script + "+0 quit\n");
+    EXPECT_EQ(run.WaitForExit(90'000), DWORD{0}) << run.Written("log");
 
     std::istringstream log(FileContents(kDebugLogPath));
     std::string lines;

@@ -8,14 +8,25 @@
 
 namespace vistrame::test {
 
-ChildProcess::ChildProcess(std::string commandLine) {
+ChildProcess::ChildProcess(std::string commandLine, const std::string& folder) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
+    if (!folder.empty()) {
+        SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        for (const auto& [handle, name] :
+             {std::pair(&startup.hStdOutput, "output"), {&startup.hStdError, "error"}}) {
+            *handle = CreateFileA((folder + name).c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable,
+                                  CREATE_ALWAYS, 0, nullptr);
+        }
+    }
     PROCESS_INFORMATION started{};
-    EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                               &startup, &started))
+    EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, !folder.empty(), 0, nullptr,
+                               nullptr, &startup, &started))
         << commandLine;
-    CloseHandle(started.hThread);
+    for (HANDLE handle : {startup.hStdOutput, startup.hStdError, started.hThread}) {
+        CloseHandle(handle);
+    }
     process_ = started.hProcess;
     id_ = started.dwProcessId;
 }
@@ -29,12 +40,9 @@ ChildProcess::~ChildProcess() {
 }
 
 std::optional<DWORD> ChildProcess::WaitForExit(DWORD limitMsec) {
-    if (!PumpUntil([this] { return !IsRunning(); }, limitMsec)) {
-        return std::nullopt;
-    }
     DWORD code = 0;
-    GetExitCodeProcess(process_, &code);
-    return code;
+    const bool ended = PumpUntil([this] { return !IsRunning(); }, limitMsec);
+    return ended && GetExitCodeProcess(process_, &code) != FALSE ? std::optional(code) : std::nullopt;
 }
 
 HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
@@ -51,12 +59,12 @@ HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
     return window;
 }
 
-std::string PlayerCommandLine(const std::string& arguments) {
-    // Tests lie in tests/<area>/ of the build, the player in app/.
+std::string BuiltFile(const std::string& path) {
+    // Tests lie in tests/<area>/ of the build.
     std::array<char, MAX_PATH> program{};
     GetModuleFileNameA(nullptr, program.data(), static_cast<DWORD>(program.size()));
-    const std::string path = program.data();
-    return '"' + path.substr(0, path.rfind('\\')) + R"(\..\..\app\vistrame.exe" )" + arguments;
+    const std::string own = program.data();
+    return own.substr(0, own.rfind('\\')) + R"(\..\..\)" + path;
 }
 
 } // namespace vistrame::test

@@ -13,8 +13,9 @@ namespace vistrame::test {
 
 class ChildProcess {
 public:
-    // `commandLine` as CreateProcess takes it, the quoted program first.
-    explicit ChildProcess(std::string commandLine);
+    // `commandLine` as CreateProcess takes it, the quoted program first. With `folder` the standard outputs go
+    // to its files "output" and "error".
+    explicit ChildProcess(std::string commandLine, const std::string& folder = "");
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();
@@ -34,7 +35,7 @@ private:
     DWORD id_ = 0;
 };
 
-// The player of this build, quoted, followed by a blank and `arguments`.
-std::string PlayerCommandLine(const std::string& arguments);
+// A file of this build by its path in the build folder.
+std::string BuiltFile(const std::string& path);
 
 } // namespace vistrame::test

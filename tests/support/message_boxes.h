@@ -2,7 +2,6 @@
 //
 // Threads    one instance per thread at a time; boxes of other threads and processes are not seen.
 // Ownership  the hook lives as long as the object; boxes shown before or after block as usual.
-// Errors     a hook that cannot be set fails the running test.
 #pragma once
 
 #include <functional>
@@ -16,7 +15,6 @@ namespace vistrame::test {
 struct MessageBoxRecord {
     std::string text;
     std::string caption;
-    UINT flags = 0; // MB_ICONERROR or 0
     HWND owner = nullptr;
 
     bool operator==(const MessageBoxRecord&) const = default;
@@ -32,16 +30,18 @@ public:
     std::vector<MessageBoxRecord> shown;
 
     // Runs while a box is open, before it is answered; the box blocks its caller meanwhile.
-    std::function<void(HWND box)> whileOpen;
+    std::function<void()> whileOpen = [] {};
 
 private:
     static LRESULT CALLBACK AfterMessage(int code, WPARAM wParam, LPARAM lParam);
-    void Record(HWND box);
 
     HHOOK hook_;
 };
 
-// The record of an open message box of any process.
-MessageBoxRecord DescribeMessageBox(HWND box);
+// Of a window or a message box's text, of other processes as well.
+std::string TextOf(HWND window);
+inline HWND MessageBoxText(HWND box) {
+    return GetDlgItem(box, 0xFFFF);
+}
 
 } // namespace vistrame::test
