@@ -43,8 +43,7 @@ protected:
 };
 
 TEST_F(AudioUnmute, SilenceThenStepsThenTheTarget) {
-    const std::pair<long, DWORD> rows[] = {{0, 0},       {-3950, 0}, {-3900, 0},
-                                           {-3850, 400}, {-4000, 0}, {-6000, 400}};
+    const std::pair<long, DWORD> rows[] = {{0, 0}, {-3900, 0}, {-3850, 400}, {-4000, 0}, {-6000, 400}};
     for (const auto& [target, silence] : rows) {
         SCOPED_TRACE(target);
         TargetVolume = target;
@@ -96,12 +95,6 @@ TEST_F(AudioUnmute, WithoutARendererNothingHappens) {
     EXPECT_EQ(volume.references, 0U) << "a sleeping fade-in holds nothing";
     test::PumpFor(700);
     EXPECT_EQ(journal.Take(), Lines{});
-
-    StartAudioUnmute(500); // there only after the silence
-    test::PumpFor(200);
-    volume.Use();
-    EXPECT_TRUE(WaitForLevel(-6000));
-    EXPECT_EQ(journal.Take(), Lines{"-6000"});
 }
 
 } // namespace
