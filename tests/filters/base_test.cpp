@@ -70,22 +70,6 @@ TEST(Connecting, TriesTheGivenTypeThenTheSourcesThenTheSinks) {
     }
 }
 
-TEST(Connecting, MisuseIsRefusedByName) {
-    Pair pair;
-    pair.source->offered = {TypeOf(kSubA)};
-    SourceFilter* second = pair.graph.Add(MakeObject<SourceFilter>(), L"second");
-    second->offered = {TypeOf(kSubA)};
-    EXPECT_EQ(pair.sink->Input().Connect(&pair.source->Output(), nullptr), E_UNEXPECTED);
-    EXPECT_EQ(pair.source->Output().Connect(&second->Output(), nullptr), VFW_E_INVALID_DIRECTION);
-    ASSERT_EQ(pair.Connect(), S_OK);
-    EXPECT_EQ(second->Output().Connect(&pair.sink->Input(), nullptr), VFW_E_ALREADY_CONNECTED);
-    pair.graph.Pause();
-    EXPECT_EQ(pair.source->Output().Disconnect(), VFW_E_NOT_STOPPED);
-    pair.graph.Stop();
-    EXPECT_EQ(pair.source->Output().Disconnect(), S_OK);
-    EXPECT_EQ(pair.source->Output().Disconnect(), S_FALSE);
-}
-
 TEST(Streaming, ASinkThatBlocksBlocksTheSourceUntilStoppedOrFlushed) {
     for (const bool flush : {false, true}) {
         SCOPED_TRACE(flush);

@@ -92,7 +92,6 @@ TEST(Mpeg2Demultiplexer, PinsComeAndGoByName) {
     Demux demux;
     MediaType type(MEDIATYPE_Audio, MEDIASUBTYPE_DOLBY_AC3);
     wchar_t name[] = L"Video Out";
-    const ComPtr<IPin> pin = PinOf(demux.demux, name);
     ComPtr<IPin> other;
     EXPECT_EQ(demux.demux->CreateOutputPin(&type.Fields(), name, &other), VFW_E_DUPLICATE_NAME);
     EXPECT_EQ(demux.demux->SetOutputPinMediaType(name, &type.Fields()), VFW_E_ALREADY_CONNECTED);
@@ -102,16 +101,12 @@ TEST(Mpeg2Demultiplexer, PinsComeAndGoByName) {
     EXPECT_EQ(demux.demux->DeleteOutputPin(name), S_OK);
     EXPECT_FALSE(demux.video->Input().IsConnected());
     EXPECT_EQ(demux.demux->FindPin(name, &other), VFW_E_NOT_FOUND);
-    PIN_INFO info{};
-    EXPECT_EQ(pin->QueryPinInfo(&info), S_OK) << "whoever holds the pin may still ask it";
-    info.pFilter->Release();
 }
 
 TEST(Mpeg2Demultiplexer, PidMapsAreKeptAndEnumeratedInEveryState) {
     Demux demux;
     const auto map = demux.Map(L"Video Out");
     ULONG pids[] = {0x101, 0x102, 0x1FFF};
-    EXPECT_EQ(map->UnmapPID(1, &pids[2]), S_FALSE) << "nothing is mapped yet";
     EXPECT_EQ(map->MapPID(2, pids, MEDIA_ELEMENTARY_STREAM), S_OK);
     EXPECT_EQ(map->MapPID(1, &pids[2], MEDIA_ELEMENTARY_STREAM), S_OK);
     demux.graph.Run();
@@ -122,9 +117,6 @@ TEST(Mpeg2Demultiplexer, PidMapsAreKeptAndEnumeratedInEveryState) {
     EXPECT_THAT(Mappings(demux.Map(L"Audio Out").Get()), IsEmpty());
     EXPECT_EQ(map->UnmapPID(2, pids), S_OK);
     EXPECT_THAT(Mappings(map.Get()), ElementsAre(FieldsAre(0x1FFF, MEDIA_ELEMENTARY_STREAM)));
-    ULONG wrong = 0x2000;
-    EXPECT_EQ(map->MapPID(1, &wrong, MEDIA_ELEMENTARY_STREAM), E_INVALIDARG);
-    EXPECT_EQ(map->MapPID(1, pids, MEDIA_MPEG2_PSI), E_INVALIDARG);
 }
 
 TEST(Mpeg2Demultiplexer, MappingWhileRunningSwitchesTheStream) {
@@ -245,9 +237,6 @@ TEST(Mpeg2Demultiplexer, ABlockedOutputHoldsUpNothingElse) {
     })) << "what comes too late is dropped";
     EXPECT_TRUE(std::ranges::any_of(sounds.begin() + 1, sounds.end(), &SinkFilter::Sample::discontinuity));
     EXPECT_GT(demux.audio->Samples().back().lead.value_or(-1), 0);
-    demux.audio->Block(true);
-    demux.programme.Send(5);
-    demux.graph.Stop(); // frees it
 }
 
 TEST(Mpeg2Demultiplexer, FlushAndEndOfStreamPassThrough) {

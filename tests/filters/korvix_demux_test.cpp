@@ -1,5 +1,8 @@
 // The maker's demultiplexer: stall counts, its state on a display. What its numbers stand for is played in tests/live.
+#include <gmock/gmock.h>
+
 #include "filters/demux/korvix_demux.h"
+#include "filters/demux/status_text.h"
 #include "tests/filters/live_programme.h"
 
 namespace vistrame::test {
@@ -93,6 +96,36 @@ TEST(KorvixDemux, ShowsItsStateTwiceASecondUntilDetached) {
     EXPECT_EQ(display->Texts().size(), last);
     EXPECT_EQ(korvix.demux->AttachOsd(display.Get()), S_OK);
     // The graph's end finds no reference left, the display's either.
+}
+
+TEST(StatusText, NamesWhyNothingMoves) {
+    DemuxStatus before;
+    before.packets = 1000;
+    before.video.pid = 0x100;
+    before.video.counters.packets = 100;
+    struct Row {
+        const char* expected;
+        void (*change)(DemuxStatus&);
+    };
+    const Row rows[] = {
+        {"Video: PID 0100  1.504 Mbit/s\r\n", [](DemuxStatus&) {}},
+        {"Video: not running\r\n", [](DemuxStatus& now) { now.running = false; }},
+        {"Video: no data\r\n", [](DemuxStatus& now) { now.packets = 1000; }},
+        {"Video: no such PID in the stream\r\n", [](DemuxStatus& now) { now.video.counters = {}; }},
+        {"Video: no more packets of this PID\r\n", [](auto& now) { now.video.counters.packets = 100; }},
+        {"Video: scrambled\r\n", [](DemuxStatus& now) { now.video.counters.scrambled = 500; }},
+        {"Video: no random-access picture yet\r\n", [](auto& now) { now.video.awaitsRandomAccess = true; }},
+        {"  3 continuity errors", [](DemuxStatus& now) { now.video.counters.continuityErrors = 3; }},
+    };
+    for (const Row& row : rows) {
+        DemuxStatus now = before;
+        now.time = before.time + 500 * kMs;
+        now.running = true;
+        now.packets = 2000;
+        now.video.counters.packets = 600;
+        row.change(now);
+        EXPECT_THAT(StatusText(now, before), testing::HasSubstr(row.expected));
+    }
 }
 
 } // namespace vistrame::test

@@ -74,7 +74,7 @@ inline int PictureOf(const SinkFilter::Sample& sample) {
     return found == numbers.end() ? -1 : *found;
 }
 inline int AudioFrameOf(const SinkFilter::Sample& sample) {
-    const auto numbers = std::views::iota(0, 2000);
+    const auto numbers = std::views::iota(0, 1000);
     const auto found = std::ranges::find(numbers, sample.data, AudioPayload);
     return found == numbers.end() ? -1 : *found;
 }

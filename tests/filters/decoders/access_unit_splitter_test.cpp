@@ -15,27 +15,24 @@ namespace {
 struct Unit {
     std::vector<std::uint8_t> data;
     std::optional<std::int64_t> time;
-    bool operator==(const Unit&) const = default;
 };
 
 // Zeros between units may go with either.
 bool SameButForZeros(const Unit& a, const Unit& b) {
     const auto core = [](const Unit& unit) {
-        const auto isData = [](std::uint8_t byte) { return byte != 0; };
-        return std::ranges::subrange(std::ranges::find_if(unit.data, isData),
-                                     std::find_if(unit.data.rbegin(), unit.data.rend(), isData).base());
+        return unit.data | std::views::filter([](std::uint8_t byte) { return byte != 0; });
     };
     return a.time == b.time && std::ranges::equal(core(a), core(b));
 }
 
-class Collector {
-public:
+struct Collector {
+    std::vector<Unit> units;
+    AccessUnitSplitter splitter;
+
     explicit Collector(Coding coding)
         : splitter(coding, [this](const AccessUnit& unit) {
               units.push_back({{unit.data.begin(), unit.data.end()}, unit.time});
           }) {}
-    std::vector<Unit> units;
-    AccessUnitSplitter splitter;
 };
 
 TEST(AccessUnitSplitter, PiecesCutAnywhereGiveTheUnitsOfWholePackets) {

@@ -1,5 +1,6 @@
 #include "tests/filters/decoders/picture_sink.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -12,41 +13,45 @@ bool IsNear(Rgb a, Rgb b, int tolerance) {
            std::abs(a.b - b.b) <= tolerance;
 }
 
-Rgb PictureView::At(int x, int y) const {
-    const std::uint8_t* pixel =
-        data + (static_cast<std::ptrdiff_t>(bottomUp ? height - 1 - y : y) * stride + x) * 4;
-    return {pixel[2], pixel[1], pixel[0]};
-}
-
-int PictureView::BarEdge(int y) const {
-    for (int x = 0; x < width; ++x) {
-        const Rgb pixel = At(x, y);
-        if (pixel.r > 150 && pixel.g > 150 && pixel.b > 150) {
-            return x;
-        }
-    }
-    return -1;
-}
-
-int PictureView::CombedLines() const {
-    int combed = 0;
-    for (int y = height * 13 / 16; y < height * 15 / 16; ++y) {
-        const int own = BarEdge(y);
-        combed += std::abs(own - BarEdge(y - 1)) > 3 && std::abs(own - BarEdge(y + 1)) > 3 ? 1 : 0;
-    }
-    return combed;
-}
-
-bool PictureView::HasColumns() const {
-    for (int i = 0; i < 3; ++i) {
-        if (!IsNear(At(width * (2 * i + 1) / 6, height / 2), kColumns[static_cast<std::size_t>(i)])) {
-            return false;
-        }
-    }
-    return true;
-}
-
 namespace {
+
+// An RGB32 buffer as it should appear.
+struct PictureView {
+    const std::uint8_t* data;
+    int width;
+    int height;
+    int stride; // pixels
+    bool bottomUp;
+
+    Rgb At(int x, int y) const {
+        const std::uint8_t* pixel =
+            data + (static_cast<std::ptrdiff_t>(bottomUp ? height - 1 - y : y) * stride + x) * 4;
+        return {pixel[2], pixel[1], pixel[0]};
+    }
+    // Left edge of the white bar in this line; -1 without one.
+    int BarEdge(int y) const {
+        for (int x = 0; x < width; ++x) {
+            if (IsNear(At(x, y), {255, 255, 255}, 104)) {
+                return x;
+            }
+        }
+        return -1;
+    }
+    // Lines of the bar whose edge stands off from both neighbours'.
+    int CombedLines() const {
+        int combed = 0;
+        for (int y = height * 13 / 16; y < height * 15 / 16; ++y) {
+            const int own = BarEdge(y);
+            combed += std::abs(own - BarEdge(y - 1)) > 3 && std::abs(own - BarEdge(y + 1)) > 3 ? 1 : 0;
+        }
+        return combed;
+    }
+    bool HasColumns() const {
+        int x = -width / 6;
+        return std::ranges::all_of(
+            kColumns, [&](Rgb colour) { return IsNear(At(x += width / 3, height / 2), colour); });
+    }
+};
 
 // Puts on its buffers how the lines are to be laid out, until the pin has a type that says so: like a renderer with
 // surfaces.

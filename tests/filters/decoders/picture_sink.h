@@ -18,22 +18,6 @@ inline constexpr std::array kColumns{Rgb{0xC0, 0, 0}, Rgb{0, 0xC0, 0},
                                      Rgb{0, 0, 0xC0}}; // see make_streams.sh
 inline constexpr Rgb kBlack{0, 0, 0};
 
-// An RGB32 buffer as it should appear.
-struct PictureView {
-    const std::uint8_t* data;
-    int width;
-    int height;
-    int stride; // pixels
-    bool bottomUp;
-
-    Rgb At(int x, int y) const;
-    // Left edge of the white bar in this line; -1 without one.
-    int BarEdge(int y) const;
-    // Lines of the bar whose edge stands off from both neighbours'.
-    int CombedLines() const;
-    bool HasColumns() const;
-};
-
 struct SeenPicture : SinkFilter::Sample {
     int width = 0;
     int height = 0;
