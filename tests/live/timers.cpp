@@ -143,7 +143,9 @@ constexpr const char* kStart = "0 seek 4.5\n+0 play 1\n+0 wait picture 20\n";
 const std::vector<std::string> kStallOptions{"--set",     "KorvixCodec=1", "--set",
                                              "UseVMR9=0", "--set",         "AudioUnmuteMsec=0"};
 
-// Counts are tenths of a second, looked at each second: above 30 the graph restarts, above 100 the player ends.
+// Counts are tenths of a second since the last access unit, looked at each second: above 30 the graph restarts, above 100
+// the player ends. A picture is seen up to kShown after its unit came.
+constexpr double kShown = 0.3;
 std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
     std::puts(" pictures stop and stay away");
     const ProgrammeRun run = RunScript(where, sound, kStallOptions,
@@ -152,8 +154,8 @@ std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
     const double end = run.Time("player exit");
     const double last = LastPicture(run, end - 5);
     Report("last picture to the graph's restart",
-           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 2.7, 4.7, wrong);
-    Report("last picture to the end with 0xFFFFFFFF", end - last, 10, 12.5, wrong);
+           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 3 - kShown, 4.7, wrong);
+    Report("last picture to the end with 0xFFFFFFFF", end - last, 10 - kShown, 12.5, wrong);
     return wrong;
 }
 
@@ -166,7 +168,7 @@ std::string Returns(const Surroundings& where, SoundWatch& sound) {
     const double end = run.Time("mark end");
     const double last = LastPicture(run, back);
     Report("last picture to the graph's restart",
-           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 2.7, 4.7, wrong);
+           NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 3 - kShown, 4.7, wrong);
     Report("longest hold from 1.5 s after the return on", LongestHold(run, back + 1.5, end), 0, 0.5, wrong);
     const std::vector<LipSync> pairs = LipSyncs(run, back + 1.5, end);
     double worst = pairs.size() < 3 ? 1 : 0; // 1: no marks
