@@ -1,17 +1,11 @@
 // The demultiplexer of the platform's class: pins, PID maps, timing, independence of its outputs. The types the player
 // gives its pins are connected, and play, in tests/live.
-#include <gmock/gmock.h>
-
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "tests/filters/live_programme.h"
 
 namespace vistrame::test {
 
 namespace {
-
-using testing::ElementsAre;
-using testing::FieldsAre;
-using testing::IsEmpty;
 
 struct Demux : DemuxBench<Mpeg2Demultiplexer> {
     Demux() : DemuxBench(L"MPEG-2 Stream") {
@@ -62,16 +56,6 @@ struct Demux : DemuxBench<Mpeg2Demultiplexer> {
     }
 };
 
-std::vector<PID_MAP> Mappings(IMPEG2PIDMap* map) {
-    ComPtr<IEnumPIDMap> mappings;
-    EXPECT_EQ(map->EnumPIDMap(&mappings), S_OK);
-    std::vector<PID_MAP> list(8);
-    ULONG count = 0;
-    EXPECT_EQ(mappings->Next(8, list.data(), &count), S_FALSE);
-    list.resize(count);
-    return list;
-}
-
 } // namespace
 
 // AC-3 comes with a format block that looks like PCM, and the system's renderer takes any sound.
@@ -101,22 +85,6 @@ TEST(Mpeg2Demultiplexer, PinsComeAndGoByName) {
     EXPECT_EQ(demux.demux->DeleteOutputPin(name), S_OK);
     EXPECT_FALSE(demux.video->Input().IsConnected());
     EXPECT_EQ(demux.demux->FindPin(name, &other), VFW_E_NOT_FOUND);
-}
-
-TEST(Mpeg2Demultiplexer, PidMapsAreKeptAndEnumeratedInEveryState) {
-    Demux demux;
-    const auto map = demux.Map(L"Video Out");
-    ULONG pids[] = {0x101, 0x102, 0x1FFF};
-    EXPECT_EQ(map->MapPID(2, pids, MEDIA_ELEMENTARY_STREAM), S_OK);
-    EXPECT_EQ(map->MapPID(1, &pids[2], MEDIA_ELEMENTARY_STREAM), S_OK);
-    demux.graph.Run();
-    EXPECT_EQ(map->MapPID(1, &pids[1], MEDIA_TRANSPORT_PAYLOAD), S_OK) << "again, with other content";
-    EXPECT_THAT(Mappings(map.Get()), ElementsAre(FieldsAre(0x101, MEDIA_ELEMENTARY_STREAM),
-                                                 FieldsAre(0x1FFF, MEDIA_ELEMENTARY_STREAM),
-                                                 FieldsAre(0x102, MEDIA_TRANSPORT_PAYLOAD)));
-    EXPECT_THAT(Mappings(demux.Map(L"Audio Out").Get()), IsEmpty());
-    EXPECT_EQ(map->UnmapPID(2, pids), S_OK);
-    EXPECT_THAT(Mappings(map.Get()), ElementsAre(FieldsAre(0x1FFF, MEDIA_ELEMENTARY_STREAM)));
 }
 
 TEST(Mpeg2Demultiplexer, MappingWhileRunningSwitchesTheStream) {

@@ -1,5 +1,4 @@
 // Writes the seeds of the fuzzers: good streams and sections, and the jumps and losses that are hard to come by.
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -67,11 +66,8 @@ void WriteParserInputs() {
 
 } // namespace
 
-int main(int count, char** arguments) {
-    if (count != 2) {
-        (void)std::fprintf(stderr, "usage: transport_seeds DIRECTORY\n");
-        return 2;
-    }
+// usage: transport_seeds DIRECTORY
+int main(int /*count*/, char** arguments) {
     for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz"}) {
         std::filesystem::create_directories(std::filesystem::path(arguments[1]) / fuzzer);
     }

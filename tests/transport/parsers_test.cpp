@@ -90,14 +90,10 @@ TEST(ServiceText, BecomesUtf8) {
         std::string text; // octal escapes, since hexadecimal ones would swallow the letters behind them
         std::string utf8;
     };
-    using namespace std::string_literals;
     const Row rows[] = {
         {"default table: marks before letters", "\310uber \317S\302e \313c", "über Šé ç"},
         {"default table: letters, euro", "\244 \341\371 \373", "€ Æø ß"},
-        {"default table: mark at the end, and before no letter", "a\301", "a\xEF\xBF\xBD"},
         {"8859-5 by one byte", "\001\277\340", "Пр"},
-        {"8859-2 by three bytes", "\020\000\002\261"s, "ą"},
-        {"two bytes each", "\021\000A\040\254\340\212\340\206\000B\000"s, "A€ B"},
         {"utf-8", "\025Tøndel 📺\302\206", "Tøndel 📺"},
         {"utf-8, malformed", "\025a\303(\355\240\200\377\342\202",
          "a\xEF\xBF\xBD(\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},

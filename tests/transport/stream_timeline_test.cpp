@@ -1,4 +1,4 @@
-// Time stamps through jumps, losses and missing PCRs: whatever the stream's clocks do, the timeline goes on and the
+// Time stamps through jumps and losses: whatever the stream's clocks do, the timeline goes on and the
 // segment says where the time base changed. Wraps are in the demultiplexer filter's tests.
 #include <gtest/gtest.h>
 
@@ -98,17 +98,6 @@ TEST(StreamTimeline, DiscontinuityIndicatorStartsASegment) {
         EXPECT_EQ(run.units.back().segment, 1U);
         EXPECT_EQ(run.Jumps(), 1);
     }
-}
-
-// Without any PCR the stamps themselves make the timeline.
-TEST(StreamTimeline, DoesWithoutPcrs) {
-    const ProgrammeRecipe recipe{.pcrPid = kNullPid, .start = kTickWrap - 2 * kSendAhead, .pictures = 20};
-    const Playing run(Programme(recipe), Programme(Continued(recipe, kHour)), false);
-    EXPECT_EQ(run.Of(kVideo).size(), 40U);
-    EXPECT_EQ(run.units.back().segment, 1U);
-    const auto [least, most] = Steps(run.Of(kVideo));
-    EXPECT_GE(least, 0);
-    EXPECT_LE(most, 2 * kPictureTicks);
 }
 
 } // namespace

@@ -134,11 +134,9 @@ void PictureSinkFilter::AwaitWarmUp() {
     EXPECT_TRUE(Await(1));
     Forget();
     const std::lock_guard lock(lock_);
-    EXPECT_EQ(pictures_.size(), 1u);
-    for (const SeenPicture& picture : pictures_) {
-        EXPECT_FALSE(picture.time.has_value());
-        EXPECT_TRUE(IsNear(picture.top, kBlack, 0) && IsNear(picture.left, kBlack, 0));
-    }
+    ASSERT_EQ(pictures_.size(), 1u);
+    EXPECT_FALSE(pictures_[0].time.has_value());
+    EXPECT_TRUE(IsNear(pictures_[0].top, kBlack, 0) && IsNear(pictures_[0].left, kBlack, 0));
     pictures_.clear();
 }
 
