@@ -128,6 +128,7 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
         DWORD gap = 0;          // milliseconds
         int backlog = 0;        // pictures that come at once then
         int paused = 0;         // pictures meanwhile
+        int then = 30;          // pictures until it is live again
         std::int64_t start = kHour;
     };
     const Row rows[] = {
@@ -138,11 +139,12 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
         {.name = "10 s back, announced", .hold = 120, .jump = -10 * kTicksPerSecond, .announced = true},
         {.name = "a gap and its backlog", .hold = 2200, .gap = 1500, .backlog = 38},
         {.name = "a source that stood still", .hold = 2200, .gap = 1500},
+        {.name = "a source that ran ahead", .hold = 300, .backlog = 25, .then = 75},
         {.name = "a pause", .hold = 2800, .paused = 50},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        const bool lost = row.gap != 0 || row.paused != 0; // some pictures
+        const bool lost = row.gap != 0 || row.paused != 0 || row.backlog != 0; // some pictures, perhaps
         Demux demux;
         demux.programme.recipe.start = row.start;
         demux.Play();
@@ -161,7 +163,7 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
             demux.graph.Run();
         }
         const int edge = demux.programme.Next();
-        demux.programme.Send(30);
+        demux.programme.Send(row.then);
         const int newest = demux.programme.Next() - 2; // the last may still be waiting for its end
         ASSERT_TRUE(demux.video->Await(30));
         ASSERT_TRUE(WaitUntil([&] { return PictureOf(demux.video->Samples().back()) >= newest; }));
