@@ -4,7 +4,7 @@
 
 # private_apt FOLDER ARCHITECTURES LIST-LINE...: sets up FOLDER and the array `private` of options.
 private_apt() {
-    local folder=$1 architectures=$2 arch
+    local folder=$1 architectures=$2 arch index
     shift 2
     mkdir -p "$folder"/lists/partial "$folder"/archives/partial
     : >"$folder/status"
@@ -16,6 +16,12 @@ private_apt() {
         -o APT::Install-Recommends=false -o APT::Get::Assume-Yes=true -o Debug::NoLocking=1
         -o APT::Architecture=amd64 -o Binary::apt::APT::Keep-Downloaded-Packages=true -o APT::Keep-Downloaded-Packages=true)
     for arch in $architectures; do private+=(-o "APT::Architectures::=$arch"); done
+    # Indexes that the host's other tools ask for (file contents, icons: 50 MB and more) are none of ours.
+    for index in $(apt-config dump | sed -n 's/^Acquire::IndexTargets::\([^:]*::[^:]*\) "";$/\1/p'); do
+        case $index in *::Packages | *::Sources) ;;
+        *) private+=(-o "Acquire::IndexTargets::$index::DefaultEnabled=false") ;;
+        esac
+    done
 }
 
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg
