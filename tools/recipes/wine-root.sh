@@ -5,7 +5,7 @@
 
 packages=(libwine wine64 fonts-wine base-files dash libc-bin coreutils
     libx11-6 libxext6 libxrender1 libxrandr2 libxcursor1 libxi6 libxinerama1 libxfixes3 libxcomposite1
-    libgl1 libgl1-mesa-dri libglx-mesa0 libpulse0)
+    libgl1 libgl1-mesa-dri libglx-mesa0 mesa-vulkan-drivers libpulse0)
 # SHA-256 of libwine's i386 package by version, for the days when the archive's i386 index cannot be used.
 declare -A pinned=([10.0~repack-6]=fef4802a6553a17eaa40003333a86fc697440d1d21c5824f2dbd1c444f01527b)
 
