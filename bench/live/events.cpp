@@ -31,8 +31,7 @@ constexpr double kPicture = 0.04;
 constexpr double kGroup = 0.48;    // from one random-access picture to the next
 constexpr double kLipSync = 0.080; // and from a second after the event on
 constexpr double kRecovery = 1.0;
-constexpr double kFirstPicture =
-    0.10; // behind the random-access picture's first packet or the graph's making
+constexpr double kFirstPicture = 0.10; // behind the random-access picture's first packet
 constexpr double kJump = 0.3;
 constexpr double kBuilding = 0.15; // seconds that making a graph takes here
 constexpr int kAttempts = 2;       // as in the matrix

@@ -53,6 +53,7 @@ direct3d_for() {
     case " $* " in *" UseVMR9=1 "*)
         export WINE_D3D_CONFIG=${WINE_D3D_CONFIG:-renderer=vulkan}
         export VK_ICD_FILENAMES=/usr/share/vulkan/icd.d/lvp_icd.json
+        export MESA_VK_WSI_PRESENT_MODE=${MESA_VK_WSI_PRESENT_MODE:-immediate} # nothing refreshes there
         ;;
     esac
 }
