@@ -258,15 +258,14 @@ struct Selected {
 };
 
 Selected ReadSelection(const ProgrammeRun& run, const LogLine& command, const LogLine& picture, int colour) {
-    constexpr double kNoFeed = 0.03; // the old feed filter is gone or going, the new one not there yet
+    constexpr double kNoFeed = 0.03;     // the old feed filter is gone or going, the new one not there yet
     constexpr double kOldPicture = 0.05; // it is gone by then
     Selected selected;
     selected.command = Value(command.text, "msec ") / 1000;
     selected.sent = command.time - selected.command;
     std::size_t at = picture.text.find("random-access-msec ");
     at = at == std::string::npos ? at : picture.text.find(' ', at);
-    for (; at != std::string::npos && selected.randomAccess < kNoFeed;
-         at = picture.text.find(',', at + 1)) {
+    for (; at != std::string::npos && selected.randomAccess < kNoFeed; at = picture.text.find(',', at + 1)) {
         selected.randomAccess = std::strtod(picture.text.c_str() + at + 1, nullptr) / 1000;
     }
     for (const auto& [when, look] : run.screen) {
