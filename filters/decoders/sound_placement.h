@@ -12,9 +12,9 @@ namespace vistrame {
 // much late or early. Wine's also reckons a longer gap from what is being played instead of from the end of what it has,
 // one that has run dry for longer than its buffer no longer knows where in it it stands, and a time before the graph's
 // beginning is none to it: stream time is negative for the first 0.1 s, and sound of then was heard at once, up to
-// 0.13 s early. So what is late, overlapping or of before the beginning is left out here, gaps are filled with silence,
-// and times only matter to a renderer that is empty: at the start, and after a flush when it has run dry or a gap is
-// very long.
+// 0.13 s early. The device is still starting then: what it gets in the first moments can stay up to 0.07 s late. So what
+// is late, overlapping or of the run's first moments is left out here, gaps are filled with silence, and times only
+// matter to a renderer that is empty: at the start, and after a flush when it has run dry or a gap is very long.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
@@ -26,6 +26,8 @@ public:
     static constexpr std::int64_t kFilled = 10'000'000;
     // What the renderer needs to begin in time: its write-ahead and a thread's turn.
     static constexpr std::int64_t kLead = 200'000;
+    // Stream time of the earliest sound that is played, once the device runs evenly (seen under Wine).
+    static constexpr std::int64_t kBeginning = 600'000;
 
     struct Placement {
         std::int64_t skipped = 0; // frames to leave out at the beginning; all: nothing is played
