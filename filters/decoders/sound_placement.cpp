@@ -57,7 +57,7 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
         rendered_.reset();
         stale_ = true;
     }
-    const std::int64_t earliest = rendered_ ? *rendered_ : std::max(now ? *now + kLead : 0, kBeginning);
+    const std::int64_t earliest = rendered_ ? *rendered_ : now ? std::max(*now + kLead, kBeginning) : 0;
     const std::int64_t ahead = placement.start - earliest;
     const std::int64_t exact = rendered_ ? kTolerance : 0;
     if (ahead < -exact) {
