@@ -2,5 +2,8 @@
 # non-executable data, and 4 GB of address space where the system grants it, since each rebuilt graph keeps an 8 MB
 # surface for the life of the process.
 add_compile_definitions(WINVER=0x0601 _WIN32_WINNT=0x0601 NOMINMAX WIN32_LEAN_AND_MEAN)
-add_compile_options(-msse2 -mfpmath=sse -mstackrealign)
-add_link_options(-static -Wl,--dynamicbase,--nxcompat,--large-address-aware)
+add_link_options(-static -Wl,--dynamicbase,--nxcompat)
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "i686")
+  add_compile_options(-msse2 -mfpmath=sse -mstackrealign)
+  add_link_options(-Wl,--large-address-aware)
+endif()

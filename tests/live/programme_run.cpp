@@ -19,8 +19,9 @@ namespace vistrame::live {
 namespace {
 
 // Through tools/wine of this checkout; -1 when it cannot be started.
+// The first argument is a script of tools/.
 pid_t Start(std::vector<std::string> arguments, const std::string& output) {
-    arguments.insert(arguments.begin(), VISTRAME_SOURCE_DIR "/tools/wine");
+    arguments.front().insert(0, VISTRAME_SOURCE_DIR "/tools/");
     std::vector<char*> words;
     for (std::string& argument : arguments) {
         words.push_back(argument.data());
@@ -97,12 +98,11 @@ std::string Follow(pid_t process, LogReader& log, const std::string& output, dou
 }
 
 bool RegisterFilters(const std::string& build, bool in) {
-    // The 32-bit server registers in the 32-bit view, so with the 32-bit program.
-    std::vector<std::string> words{"C:\\windows\\syswow64\\regsvr32.exe", "/s"};
+    std::vector<std::string> words{"register"};
     if (!in) {
         words.emplace_back("/u");
     }
-    words.push_back("Z:" + build + "/filters/vistrame.ax");
+    words.push_back(build + "/filters/vistrame.ax");
     int status = -1;
     const pid_t process = Start(words, "/dev/null");
     return process > 0 && waitpid(process, &status, 0) == process && status == 0;

@@ -3,18 +3,23 @@
 #
 # A recipe (tools/recipes/NAME.sh) runs in a shell of its own and fills $out; $work is its scratch
 # folder. The result is renamed into place when it is whole, so an interrupted run leaves nothing to trust.
+# One recipe NAME-mingw serves NAME-mingw32 and NAME-mingw64; $preset and $cpu tell it which.
 
 source "$repo/tools/lib/wine.sh"
 recipes=$repo/tools/recipes
 
+recipe_file() { printf '%s/%s.sh\n' "$recipes" "${1/%mingw[36][24]/mingw}"; }
+
 # The recipe, the files it names on a line "# uses: ..." and what it is built from decide the name.
 recipe_hash() {
-    local file=$recipes/$1.sh uses
+    local file uses
+    file=$(recipe_file "$1")
     uses=$(sed -n 's/^# uses: //p' "$file")
     # shellcheck disable=SC2086 # a list of names
     {
         (cd "$repo/tools" && cat "$file" $uses)
         [[ $1 != wine-* ]] || host_wine_version
+        case $1 in wine-host | wine-prefix) tried_preset ;; esac
     } | sha256sum | cut -c1-12
 }
 
@@ -40,7 +45,9 @@ build_entry() {
             source "$repo/tools/lib/cache.sh"
             source "$repo/tools/lib/apt.sh"
             cd "$work"
-            source "$recipes/$1.sh"' recipe "$name" 9>&- || return
+            preset=${1##*-} cpu=i686
+            [ "$preset" != mingw64 ] || cpu=x86_64
+            source "$(recipe_file "$1")"' recipe "$name" 9>&- || return
         mv "$part/out" "$path"
         rm -rf "$part"
     fi

@@ -6,12 +6,12 @@ set -euo pipefail
 source "$(dirname "$0")/common.sh"
 how=$1 stream=$2 script=$3
 out=$repo/build/play
-products=$repo/build/mingw32
+source "$repo/tools/lib/wine.sh"
+products=$repo/build/$(tried_preset)
 product() { find "$products" -name "$1" -not -path '*/CMakeFiles/*' | head -n 1; }
 analyzer=$(product vistrame-analyzer.exe)
 
-# The 32-bit server registers in the 32-bit view, so with the 32-bit program.
-"$repo/tools/wine" 'C:\windows\syswow64\regsvr32.exe' /s "Z:$(product vistrame.ax)" >"$logs/regsvr32.log" 2>&1 ||
+"$repo/tools/register" "$(product vistrame.ax)" >"$logs/regsvr32.log" 2>&1 ||
     die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
 
 options=(--set UseVMR9=1 --player "$(product vistrame.exe)" --log "$out/events.log" --report "$out/report.txt")

@@ -4,6 +4,32 @@
 
 wine_root=$repo/build/wine-root
 
+# Whether the processor runs 32-bit code for us: some virtual machines have none. Asked with the smallest program there
+# is, which ends with 7.
+runs_32_bit() {
+    local program code=0
+    program=$(mktemp "$cache/.32-bit.XXXXXX")
+    {
+        printf '\x7fELF\1\1\1\0\0\0\0\0\0\0\0\0'                                # 32-bit, little-endian
+        printf '\2\0\3\0\1\0\0\0\x54\x80\x04\x08\x34\0\0\0\0\0\0\0\0\0\0\0\x34\0\x20\0\1\0\0\0\0\0\0\0' # i386, entry
+        printf '\1\0\0\0\0\0\0\0\0\x80\x04\x08\0\x80\x04\x08\x60\0\0\0\x60\0\0\0\5\0\0\0\0\x10\0\0' # one segment
+        printf '\x31\xc0\x40\xb3\x07\xcd\x80\x90\x90\x90\x90\x90'                # exit(7)
+    } >"$program"
+    chmod +x "$program"
+    "$program" 2>/dev/null || code=$?
+    rm -f "$program"
+    [ "$code" = 7 ]
+}
+
+# The build that is run here: the product's own, or the same sources for 64 bits where nothing else runs.
+tried_preset() {
+    if [ -z "${VISTRAME_TRIED:-}" ]; then
+        if runs_32_bit; then VISTRAME_TRIED=mingw32; else VISTRAME_TRIED=mingw64; fi
+        export VISTRAME_TRIED
+    fi
+    printf '%s\n' "$VISTRAME_TRIED"
+}
+
 # The version of the machine's own Wine when it is new enough, otherwise nothing.
 host_wine_version() {
     local version

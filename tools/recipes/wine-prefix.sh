@@ -12,8 +12,10 @@ trap '"${in_wine[@]}" "$wine_server" -k || true' EXIT
 run wineboot -i
 run cmd /c "exit 7" && code=0 || code=$?
 [ "$code" = 7 ] || die "Wine does not run here (cmd /c 'exit 7' ended with $code)"
-run 'C:\windows\syswow64\cmd.exe' /c "exit 8" && code=0 || code=$?
-[ "$code" = 8 ] || die "Wine does not run 32-bit programs here (syswow64 cmd /c 'exit 8' ended with $code)"
+if [ "$(tried_preset)" = mingw32 ]; then
+    run 'C:\windows\syswow64\cmd.exe' /c "exit 8" && code=0 || code=$?
+    [ "$code" = 8 ] || die "Wine does not run 32-bit programs here (syswow64 cmd /c 'exit 8' ended with $code)"
+fi
 # A crashed program prints its backtrace and ends; nobody is there to close a dialog.
 run reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f
 run reg add 'HKCU\Software\Wine\Drivers' /v Audio /d pulse /f

@@ -7,12 +7,14 @@ source_package ffmpeg
 decoders=mpeg1video,mpeg2video,h264,hevc,mp1,mp1float,mp2,mp2float,mp3,mp3float,ac3,ac3_fixed,eac3,aac,aac_fixed,aac_latm
 parsers=mpegvideo,mpegaudio,h264,hevc,ac3,aac,aac_latm
 bsfs=h264_mp4toannexb,hevc_mp4toannexb,extract_extradata,aac_adtstoasc,null
+machine=(--arch=x86_64)
+[ "$cpu" != i686 ] || machine=(--arch=x86 --cpu=i686)
 doing "FFmpeg: configuring"
 mkdir build
 cd build
-../src/configure --prefix=/usr/local --enable-cross-compile --cross-prefix=i686-w64-mingw32- \
-    --cc=i686-w64-mingw32-gcc-posix --cxx=i686-w64-mingw32-g++-posix \
-    --arch=x86 --cpu=i686 --target-os=mingw32 --enable-static --disable-shared --disable-debug \
+../src/configure --prefix=/usr/local --enable-cross-compile --cross-prefix="$cpu-w64-mingw32-" \
+    --cc="$cpu-w64-mingw32-gcc-posix" --cxx="$cpu-w64-mingw32-g++-posix" \
+    "${machine[@]}" --target-os=mingw32 --enable-static --disable-shared --disable-debug \
     --disable-everything --disable-programs --disable-doc --disable-network --disable-avformat \
     --disable-avfilter --disable-avdevice --disable-autodetect --disable-pthreads --enable-w32threads \
     --enable-decoder="$decoders" --enable-parser="$parsers" --enable-bsf="$bsfs"

@@ -1,0 +1,17 @@
+# Windows from Linux: the distribution's mingw-w64 compiler with POSIX threads (std::thread, std::atomic).
+# VISTRAME_CPU chooses: i686, the product; x86_64, the same sources for machines that run no 32-bit code.
+if(NOT VISTRAME_CPU)
+  set(VISTRAME_CPU i686)
+endif()
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VISTRAME_CPU)
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR ${VISTRAME_CPU})
+set(CMAKE_C_COMPILER ${VISTRAME_CPU}-w64-mingw32-gcc-posix)
+set(CMAKE_CXX_COMPILER ${VISTRAME_CPU}-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER ${VISTRAME_CPU}-w64-mingw32-windres)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_FIND_ROOT_PATH /usr/${VISTRAME_CPU}-w64-mingw32 ${CMAKE_PREFIX_PATH})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../tools/wine)
