@@ -50,14 +50,25 @@ std::string AnalyzerRun::Written(const std::string& name) const {
     return FileContents(folder_ + name);
 }
 
+namespace {
+
+using Entry = HRESULT(WINAPI*)();
+
+// Through a neutral pointer: the entry points of a server have a result of their own.
+Entry Find(HMODULE server, const char* name) {
+    return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(server, name)));
+}
+
+} // namespace
+
 RegisteredFilters::RegisteredFilters() : server_(LoadLibraryA(BuiltFile("filters\\vistrame.ax").c_str())) {
     EXPECT_HRESULT_SUCCEEDED(CoInitialize(nullptr)); // the filter mapper is asked
-    const auto enter = reinterpret_cast<HRESULT(WINAPI*)()>(GetProcAddress(server_, "DllRegisterServer"));
+    const Entry enter = Find(server_, "DllRegisterServer");
     EXPECT_HRESULT_SUCCEEDED(enter != nullptr ? enter() : HRESULT_FROM_WIN32(GetLastError()));
 }
 
 RegisteredFilters::~RegisteredFilters() {
-    const auto leave = reinterpret_cast<HRESULT(WINAPI*)()>(GetProcAddress(server_, "DllUnregisterServer"));
+    const Entry leave = Find(server_, "DllUnregisterServer");
     EXPECT_TRUE(leave != nullptr && SUCCEEDED(leave()));
     FreeLibrary(server_);
     CoUninitialize();

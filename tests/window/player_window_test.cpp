@@ -100,8 +100,8 @@ TEST_F(PlayerWindowTest, StandsAloneWithMenuIconAndTestPicture) {
     EXPECT_EQ(Client().bottom, 576 - GetSystemMetrics(SM_CYMENU));
 
     EXPECT_EQ(GetClassLongA(Window(), GCL_STYLE), DWORD{CS_CLASSDC | CS_DBLCLKS});
-    EXPECT_EQ(GetClassLongA(Window(), GCL_HBRBACKGROUND), 0U);
-    EXPECT_NE(GetClassLongA(Window(), GCL_HICON), 0U);
+    EXPECT_EQ(GetClassLongPtrA(Window(), GCLP_HBRBACKGROUND), 0U);
+    EXPECT_NE(GetClassLongPtrA(Window(), GCLP_HICON), 0U);
 
     HMENU menu = GetMenu(Window());
     Calls items;
