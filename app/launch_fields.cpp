@@ -67,6 +67,18 @@ bool ScanDecimal(const char*& at, std::int32_t& value) {
 
 } // namespace
 
+const char* ArgumentsBehindProgram(const char* wholeCommandLine) {
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+    const char* at = wholeCommandLine;
+    for (bool quoted = false; *at != '\0' && (quoted || !isBlank(*at)); ++at) {
+        quoted ^= *at == '"';
+    }
+    while (*at != '\0' && isBlank(*at)) {
+        ++at;
+    }
+    return at;
+}
+
 StartupFields ScanLaunchFields(const char* commandLine) {
     StartupFields rest;
     const char* at = commandLine;

@@ -1,4 +1,4 @@
-// The eight numbers the analyzer starts the player with.
+// The eight numbers the analyzer starts the player with, and where they begin.
 //
 // Form       "%08X %08X %08X %d %d %d %d %d": three hexadecimal numbers, then five decimal ones.
 // Threads    written by the main thread before any other thread exists; read-only afterwards.
@@ -22,6 +22,11 @@ struct StartupFields {
     std::int32_t reserved = 0;     // field 4: ignored
     std::int32_t openDebugLog = 0; // field 6: non-zero opens the diagnostic log
 };
+
+// What follows the program's name in the process's whole command line, without the blanks between. A name in quotes may
+// hold blanks; one without ends at the first. Bytes of any code page count as name: the toolchain's start code takes
+// those above 127 for blanks and would hand over a piece of the path.
+const char* ArgumentsBehindProgram(const char* wholeCommandLine);
 
 // Scans the command line into the variables above and returns the rest.
 StartupFields ScanLaunchFields(const char* commandLine);

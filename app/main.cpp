@@ -57,6 +57,6 @@ int Run(HINSTANCE instance, const char* commandLine) {
 } // namespace
 } // namespace vistrame
 
-int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE /*hPrevInstance*/, LPSTR lpCmdLine, int /*nShowCmd*/) {
-    return vistrame::Run(hInstance, lpCmdLine);
+int WINAPI WinMain(HINSTANCE hInstance, HINSTANCE /*hPrevInstance*/, LPSTR /*lpCmdLine*/, int /*nShowCmd*/) {
+    return vistrame::Run(hInstance, vistrame::ArgumentsBehindProgram(GetCommandLineA()));
 }

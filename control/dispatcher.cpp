@@ -1,9 +1,8 @@
 // The command dispatcher: the player window's message handler.
 //
-// Threads    main thread. One command at a time: a command that the system delivers while another one is
-// being
-//            carried out (a message box or a call into the graph lets sent messages in) waits until that one
-//            is done, so that no graph is torn down in the middle of its construction.
+// Threads    main thread. One command at a time: one that the system delivers while another is being carried out
+//            (a message box or a call into the graph lets messages in) waits until that one is done. Quit waits
+//            only for the one under way, closes its message boxes, and nothing comes after it.
 // Errors     a command whose object is missing, and an unknown code, does nothing; every command answers 0.
 
 #include <winsock2.h>
@@ -11,12 +10,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <deque>
 
 #include "app/debug_log.h"
 #include "app/process_state.h"
 #include "app/settings.h"
 #include "control/commands.h"
+#include "control/in_turn.h"
 #include "graph/player_graph.h"
 #include "osd/osd_element.h"
 #include "osd/overlay_redraw.h"
@@ -166,15 +165,15 @@ void CarryOut(const Command& command) {
 }
 
 void Dispatch(const Command& command) {
-    static std::deque<Command> waiting; // front: being carried out
-    waiting.push_back(command);
-    if (waiting.size() > 1) {
+    if (command.code != CommandCode::Quit) {
+        CarryOutInTurn([command] { CarryOut(command); });
         return;
     }
-    while (!waiting.empty()) {
-        CarryOut(waiting.front());
-        waiting.pop_front();
+    if (IsJobUnderWay()) {
+        // A message box that holds up the job under way closes, and nobody is needed for it.
+        PostQuitMessage(0);
     }
+    CarryOutAsLast([command] { CarryOut(command); });
 }
 
 } // namespace

@@ -9,6 +9,9 @@
 #include "graph/player_graph.h"
 
 namespace vistrame {
+
+DWORD ReaderThreadId = 0;
+
 namespace {
 
 constexpr int kConnectAttempts = 100;
@@ -17,8 +20,6 @@ constexpr DWORD kConnectRetryMsec = 20;
 std::array<BYTE, 0x100000>
     StreamBuffer; // reused by every read: the feed filter has taken the bytes on return
 constexpr DWORD kReadSize = StreamBuffer.size() - 1; // the analyzer's writes arrive in chunks of at most this
-
-DWORD readerThreadId = 0; // for a look in the debugger
 
 void Deliver(DWORD bytes) {
     const FeedLockHold hold(ThePlayerGraph());
@@ -36,7 +37,7 @@ void PipeReaderThread(void* /*unused*/) {
         if (ReadFile(PipeHandle, StreamBuffer.data(), kReadSize, &bytes, nullptr) == FALSE) {
             EndProcessAtOnce();
         }
-        readerThreadId = GetCurrentThreadId();
+        ReaderThreadId = GetCurrentThreadId();
         Deliver(bytes); // also when a write of nothing was read
     }
 }

@@ -17,6 +17,9 @@ namespace vistrame {
 // INVALID_HANDLE_VALUE when it never is.
 HANDLE OpenStreamPipe(std::uint32_t pipeId);
 
+// The reader's thread, stored after each read; for a look in the debugger.
+extern DWORD ReaderThreadId;
+
 // Once, after the announcement. With an unconnected pipe the process ends at the first read.
 void StartPipeReader();
 

@@ -5,6 +5,7 @@
 
 #include "app/process_state.h"
 #include "app/settings.h"
+#include "control/in_turn.h"
 #include "graph/player_graph.h"
 #include "window/audio_unmute.h"
 #include "window/player_window.h"
@@ -17,8 +18,7 @@ constexpr ULONG kRestartAbove = 30; // 3 s of stall
 constexpr ULONG kEndAbove = 100;    // 10 s
 
 void RestartGraph(HWND playerWindow) {
-    // The reference of its own: a command sent to the window while the graph stops may release the graph's.
-    const Microsoft::WRL::ComPtr<IMediaControl> control = ThePlayerGraph().control;
+    IMediaControl* control = ThePlayerGraph().control.Get();
     KillTimer(playerWindow, TIMER_STALL_WATCH);
     (void)control->Stop(); // a graph that cannot restart shows as a longer stall
     (void)control->Run();
@@ -26,11 +26,9 @@ void RestartGraph(HWND playerWindow) {
     StartAudioUnmute(ReadAudioUnmuteMsec());
 }
 
-} // namespace
-
-void CheckForStall(HWND playerWindow) {
-    const Microsoft::WRL::ComPtr<KorvixDemux> demultiplexer = ThePlayerGraph().korvixDemux;
-    if (!demultiplexer) {
+void Check(HWND playerWindow) {
+    KorvixDemux* demultiplexer = ThePlayerGraph().korvixDemux.Get();
+    if (demultiplexer == nullptr) {
         return;
     }
     std::array<ULONG, 2> counts = {0, 0};
@@ -46,6 +44,16 @@ void CheckForStall(HWND playerWindow) {
     }
     if (eitherAbove(kEndAbove)) {
         EndProcessAtOnce();
+    }
+}
+
+} // namespace
+
+void CheckForStall(HWND playerWindow) {
+    // A tick in the middle of a command is left out: the next comes in a second. A command in the middle of a restart
+    // waits for its end, so that these counts never judge another graph.
+    if (!IsJobUnderWay()) {
+        CarryOutInTurn([=] { Check(playerWindow); });
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <random>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +56,24 @@ TEST(LaunchFields, TakeTheirFormAndEndAtWhatIsNoNumber) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Scan(row.commandLine), row.fields) << row.commandLine;
+    }
+}
+
+TEST(LaunchFields, BeginBehindTheProgramsName) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"vistrame.exe 1 2", "1 2"},
+        {"C:\\M\xFCller\\vistrame.exe 1 2", "1 2"}, // a letter above 127, in the system's code page
+        {"C:\\\xE3\x82\xA0\x81\x40\\vistrame.exe \t 1 2", "1 2"}, // double-byte letters
+        {"\"C:\\Program Files\\M\xFCller\\vistrame.exe\"  1 2", "1 2"},
+        {"\"C:\\a b\"c.exe 1", "1"},
+        {"\"C:\\never closed 1 2", ""},
+        {"vistrame.exe", ""},
+        {"vistrame.exe  ", ""},
+        {"", ""},
+        {" 1 2", "1 2"}, // a program without a name
+    };
+    for (const auto& [commandLine, arguments] : rows) {
+        EXPECT_STREQ(ArgumentsBehindProgram(commandLine), arguments) << commandLine;
     }
 }
 

@@ -266,16 +266,51 @@ TEST_F(Dispatcher, ACommandSentInTheMiddleOfAnotherWaitsForItsEnd) {
                             "control.Pause"}));
 }
 
-TEST_F(Dispatcher, QuitReleasesTheGraphAndEndsTheMessageLoop) {
+// A restart stops the graph, which lets messages in: a selection must not take the graph down underneath it, and its
+// new graph is not judged by the old one's counts.
+TEST_F(Dispatcher, ACommandSentWhileTheWatchdogRestartsWaitsForItsEnd) {
     Fill();
-    EXPECT_EQ(Send(CommandCode::Quit, 5), 0);
-    EXPECT_EQ(journal.Take(), Lines{"control.Stop"});
+    ThePlayerGraph().korvixDemux = demux.As<KorvixDemux>();
+    stallCounts = {31, 0};
+    control.during = [this, nested = false](const std::string& call) mutable {
+        if (call == "control.Stop" && !std::exchange(nested, true)) {
+            stallCounts = {0, 0};
+            Send(CommandCode::SetPid, 0x07000701);
+            SendMessageA(Window(), WM_TIMER, TIMER_STALL_WATCH, 0);
+        }
+    };
+    SendMessageA(Window(), WM_TIMER, TIMER_STALL_WATCH, 0);
+    control.during = nullptr;
+    Lines calls = journal.Take();
+    calls.resize(6);
+    EXPECT_EQ(calls, (Lines{"demux.GetStallCount(0)", "demux.GetStallCount(1)", "control.Stop", "control.Run",
+                            "control.Stop", "build"}));
+}
+
+// Ends this process's commands: the last test.
+TEST_F(Dispatcher, QuitReleasesTheGraphEndsTheMessageLoopAndIsTheLastCommand) {
+    const auto takeQuitMessage = [] {
+        MSG message{};
+        while (message.message != WM_QUIT && PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+        }
+        return message.message == WM_QUIT && message.wParam == 0;
+    };
+    buildGraph = [&, build = buildGraph](HWND owner) mutable {
+        Send(CommandCode::SetPid, 0x06000601);
+        EXPECT_EQ(Send(CommandCode::Quit, 5), 0);
+        EXPECT_TRUE(takeQuitMessage()) << "a box that holds the build up must close";
+        Send(CommandCode::Pause, 0);
+        return build(owner);
+    };
+    Send(CommandCode::SetPid, 0x05000501);
+    Lines calls = journal.Take();
+    std::erase_if(calls, [](const auto& call) { return call.ends_with(')'); }); // PIDs
+    // The selection under way, and then Quit before what came earlier.
+    EXPECT_EQ(calls, (Lines{"build", "control.Stop", "control.Stop", "control.Run", "control.Stop"}));
     EXPECT_EQ(ThePlayerGraph().built, 0U);
-    MSG message;
-    do {
-        ASSERT_TRUE(PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) << "no quit message";
-    } while (message.message != WM_QUIT);
-    EXPECT_EQ(message.wParam, 0U);
+    EXPECT_TRUE(takeQuitMessage());
+    Send(CommandCode::SetPid, 0x06000601);
+    EXPECT_EQ(journal.Take(), Lines{}) << "a graph nobody would take down";
 }
 
 } // namespace

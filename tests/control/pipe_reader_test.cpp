@@ -91,6 +91,7 @@ TEST_F(PipeReader, LargeWritesArriveWholeInBoundedChunks) {
     EXPECT_GE(chunks.size(), 3U);
     EXPECT_LE(std::ranges::max(chunks), 1048575U);
     EXPECT_GT(std::ranges::max(chunks), 4096U) << "one delivery per read, not per packet";
+    EXPECT_TRUE(ReaderThreadId != 0 && ReaderThreadId != GetCurrentThreadId()) << "not in the image";
     EXPECT_EQ(WaitForSingleObject(ThePlayerGraph().FeedLock, 1000), DWORD{WAIT_OBJECT_0})
         << "free in between";
     ReleaseMutex(ThePlayerGraph().FeedLock);

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cwchar>
 #include <optional>
 #include <string>
 #include <utility>
@@ -207,6 +208,55 @@ TEST(Player, AGraphThatCannotBeBuiltIsReportedAndEndsIt) {
     EXPECT_EQ(test::FileContents(directory + files[0]), "110 Invalid MPEG2 Codec selected\r\n");
     PostMessageA(box, WM_COMMAND, IDOK, 0);
     EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt);
+}
+
+// The analyzer ends while nobody is at the screen.
+TEST(Player, QuitClosesAnOpenBoxAndIsObeyedAtOnce) {
+    const test::SettingsKey settings;
+    settings.Set("MPEG2Codec", 10); // a box in the middle of a build
+    const struct {
+        const char* name;
+        UINT message;
+        WPARAM wParam;
+        LPARAM lParam;
+        const char* title;
+        DWORD exitCode;
+    } rows[] = {
+        {"the error box", ControlMessageNumber(), static_cast<WPARAM>(CommandCode::SetPid), 0x01000101,
+         "Error", kAbrupt}, // the failed build ends it, which comes before the command's own end
+        {"the about box", WM_COMMAND, 40003, 0, "Information", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ParentWindow parent;
+        const PipeServer pipe;
+        test::ChildProcess player(CommandLine(parent.handle));
+        HWND window = parent.WaitForPlayer();
+        ASSERT_NE(window, nullptr);
+        PostMessageA(window, row.message, row.wParam, row.lParam);
+        ASSERT_NE(player.WaitForWindow(row.title, kLimitMsec), nullptr);
+        EXPECT_EQ(SendMessageA(window, ControlMessageNumber(), static_cast<WPARAM>(CommandCode::Quit), 0), 0);
+        EXPECT_EQ(player.WaitForExit(kLimitMsec), row.exitCode) << "waits for a person";
+    }
+}
+
+// A path of a user who has letters outside ASCII in it, as a host writes it that quotes nothing.
+TEST(Player, IsStartedFromAPathInAnyLettersWithoutQuotes) {
+    const std::wstring folder = L"C:\\M\u00FCller-Pl\u00E4tze";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    const std::wstring copy = folder + L"\\vistrame.exe";
+    const std::string built = test::BuiltFile("app\\vistrame.exe");
+    ASSERT_TRUE(CopyFileW(std::wstring(built.begin(), built.end()).c_str(), copy.c_str(), FALSE));
+    const ParentWindow parent;
+    const PipeServer pipe;
+    std::array<wchar_t, 200> line{};
+    std::swprintf(line.data(), line.size(), L"%ls %08X 00000000 00000042 0 0 0 0 0", copy.c_str(),
+                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(parent.handle)));
+    test::ChildProcess player(line.data());
+    HWND window = parent.WaitForPlayer();
+    EXPECT_EQ(GetParent(window), parent.handle);
+    PostMessageA(window, ControlMessageNumber(), static_cast<WPARAM>(CommandCode::Quit), 0);
+    EXPECT_EQ(player.WaitForExit(kLimitMsec), 0U);
 }
 
 } // namespace

@@ -31,6 +31,17 @@ ChildProcess::ChildProcess(std::string commandLine, const std::string& folder) {
     id_ = started.dwProcessId;
 }
 
+ChildProcess::ChildProcess(std::wstring commandLine) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started{};
+    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                               &startup, &started));
+    CloseHandle(started.hThread);
+    process_ = started.hProcess;
+    id_ = started.dwProcessId;
+}
+
 ChildProcess::~ChildProcess() {
     if (IsRunning()) {
         TerminateProcess(process_, 1);
