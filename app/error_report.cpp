@@ -17,6 +17,22 @@ namespace {
 
 constexpr std::size_t kTextSize = 1024; // for one code and text; longer ones are cut
 
+// The system's clock, not the C library's: that one's 32-bit seconds end in 2038, and a TZ variable inherited from the
+// analyzer would move it.
+std::tm LocalTime() {
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    std::tm time{};
+    time.tm_year = now.wYear - 1900;
+    time.tm_mon = now.wMonth - 1;
+    time.tm_mday = now.wDay;
+    time.tm_wday = now.wDayOfWeek;
+    time.tm_hour = now.wHour;
+    time.tm_min = now.wMinute;
+    time.tm_sec = now.wSecond;
+    return time;
+}
+
 } // namespace
 
 int ReportError(int code, const char* text) {
@@ -33,10 +49,8 @@ int ReportError(int code, const char* text) {
 }
 
 void WriteErrorLogFile(const char* text) {
-    const std::time_t now = std::time(nullptr);
-    std::tm localTime{};
     std::array<char, kErrorFileNameSize> name{};
-    if (localtime_s(&localTime, &now) != 0 || !FormatErrorFileName(name, ErrorLogDir, localTime)) {
+    if (!FormatErrorFileName(name, ErrorLogDir, LocalTime())) {
         return;
     }
     HANDLE file = CreateFileA(name.data(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,

@@ -55,6 +55,31 @@ TEST(ErrorLog, OneFileASecondUnderAPlainPrefixHoldsTheLaterText) {
     EXPECT_EQ(test::FilesIn(parent).size(), 1U) << "a directory is never created";
 }
 
+// A TZ variable that the analyzer happens to have would move the C library's clock by hours.
+TEST(ErrorLog, IsNamedByTheSystemsLocalTime) {
+    _putenv("TZ=AAA-7:30");
+    _tzset();
+    const std::string directory = test::NewDirectory("time");
+    SetErrorLogDir(directory);
+    const auto minutesNow = [] {
+        SYSTEMTIME now{};
+        GetLocalTime(&now);
+        return now.wHour * 60 + now.wMinute;
+    };
+    const int before = minutesNow();
+    WriteErrorLogFile("text");
+    const int after = minutesNow();
+    _putenv("TZ=");
+    _tzset();
+    const auto names = test::FilesIn(directory);
+    ASSERT_EQ(names.size(), 1U);
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    ASSERT_EQ(std::sscanf(names[0].c_str(), "%*s %*s %d %d.%d", &day, &hour, &minute), 3) << names[0];
+    EXPECT_TRUE(hour * 60 + minute == before || hour * 60 + minute == after) << names[0];
+}
+
 TEST(ErrorReport, GoesToLogFileAndBoxInThisOrderAndGivesUp) {
     DeleteFileA(test::kDebugLogPath);
     OpenDebugLog();
