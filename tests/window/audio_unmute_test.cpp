@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "graph/audio_volume.h"
+#include "graph/com.h"
 #include "tests/support/messages.h"
 #include "tests/support/playback_fakes.h"
 
@@ -95,6 +96,28 @@ TEST_F(AudioUnmute, WithoutARendererNothingHappens) {
     EXPECT_EQ(volume.references, 0U) << "a sleeping fade-in holds nothing";
     test::PumpFor(700);
     EXPECT_EQ(journal.Take(), Lines{});
+}
+
+// An orderly end of the process unloads what COM has loaded, while fade-ins are still asleep.
+TEST(AudioUnmuteAtTheEnd, AFadeFindsItsRendererAfterComIsGone) {
+    ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
+    IBaseFilter* renderer = nullptr;
+    ASSERT_EQ(CoCreateInstance(CLSID_DSoundRender, nullptr, CLSCTX_INPROC, IID_PPV_ARGS(&renderer)), S_OK);
+    IBasicAudio* audio = nullptr;
+    ASSERT_EQ(renderer->QueryInterface(IID_PPV_ARGS(&audio)), S_OK);
+    renderer->Release();
+    const HMODULE module = GetModuleHandleA("quartz.dll");
+    ASSERT_NE(module, nullptr);
+    SetAudioVolume(audio);
+    TargetVolume = -3900;
+    StartAudioUnmute(300);
+    CoUninitialize();
+    for (int references = 0; references < 20;
+         ++references) { // Wine keeps some; Windows lets go of them all here
+        FreeLibrary(module);
+    }
+    ASSERT_NE(GetModuleHandleA("quartz.dll"), nullptr) << "unloaded under the fade-in";
+    test::PumpFor(600);
 }
 
 } // namespace
