@@ -10,6 +10,7 @@
 
 #include "app/error_report.h"
 #include "graph/graph_build.h"
+#include "osd/overlay_surface.h"
 
 namespace vistrame {
 
@@ -41,6 +42,7 @@ int PlayerGraph::BuildGraph(HWND ownerWindow) {
     }
     build.ReleasePins();
     build.EmbedVideoWindow();
+    LetGoOfOldOverlays();
 
     built = 1; // stopped; the first Run comes with the audio PID or by command
     return 1;

@@ -1,8 +1,13 @@
 #include "osd/overlay_surface.h"
 
 #include <cstring>
+#include <deque>
+#include <utility>
+
+#include <wrl/client.h>
 
 #include "app/error_report.h"
+#include "app/never_destroyed.h"
 #include "graph/build_errors.h"
 #include "osd/overlay_size.h"
 
@@ -12,6 +17,18 @@ IDirect3DSurface9* OverlaySurface = nullptr;
 VMR9AlphaBitmap OverlayAlphaBitmap{};
 
 namespace {
+
+using Microsoft::WRL::ComPtr;
+
+// In order of creation; let go of from the bottom up.
+struct OverlaySet {
+    ComPtr<IDirect3D9> direct3d;
+    ComPtr<IDirect3DDevice9> device;
+    ComPtr<IDirect3DSurface9> surface;
+};
+constexpr std::size_t kSetsKept = 3; // each takes 20 to 80 MB of a 32-bit process's addresses
+
+NeverDestroyed<std::deque<OverlaySet>> Sets; // newest last
 
 // The window's size and the display's format: the device is only there to own the surface and never presents.
 HRESULT CreateOverlayDevice(IDirect3D9* direct3d, HWND focusWindow, IDirect3DDevice9** device) {
@@ -52,28 +69,27 @@ void FillAlphaBitmap(IDirect3DSurface9* surface) {
 } // namespace
 
 int SetUpOverlaySurface(HWND focusWindow) {
-    IDirect3D9* direct3d = Direct3DCreate9(D3D_SDK_VERSION);
-    IDirect3DDevice9* device = nullptr;
-    if (FAILED(CreateOverlayDevice(direct3d, focusWindow, &device))) {
-        (void)ReportError(kNoDirect3DDevice.code, kNoDirect3DDevice.text); // always 0
-        if (direct3d != nullptr) {
-            direct3d->Release();
-        }
-        return 0;
+    OverlaySet set;
+    *set.direct3d.ReleaseAndGetAddressOf() = Direct3DCreate9(D3D_SDK_VERSION);
+    if (FAILED(CreateOverlayDevice(set.direct3d.Get(), focusWindow, set.device.GetAddressOf()))) {
+        return ReportError(kNoDirect3DDevice.code, kNoDirect3DDevice.text);
     }
-    IDirect3DSurface9* surface = nullptr;
-    if (FAILED(device->CreateOffscreenPlainSurface(kOverlayWidth, kOverlayHeight, D3DFMT_A8R8G8B8,
-                                                   D3DPOOL_SYSTEMMEM, &surface, nullptr))) {
-        (void)ReportError(kNoDirect3DSurface.code, kNoDirect3DSurface.text); // always 0
-        device->Release();
-        direct3d->Release();
-        return 0;
+    if (FAILED(set.device->CreateOffscreenPlainSurface(kOverlayWidth, kOverlayHeight, D3DFMT_A8R8G8B8,
+                                                       D3DPOOL_SYSTEMMEM, set.surface.GetAddressOf(),
+                                                       nullptr))) {
+        return ReportError(kNoDirect3DSurface.code, kNoDirect3DSurface.text);
     }
-    // All three references are kept until the process ends.
-    ClearToTransparent(surface);
-    FillAlphaBitmap(surface);
-    OverlaySurface = surface;
+    ClearToTransparent(set.surface.Get());
+    FillAlphaBitmap(set.surface.Get());
+    OverlaySurface = set.surface.Get();
+    Sets->push_back(std::move(set));
     return 1;
+}
+
+void LetGoOfOldOverlays() {
+    while (Sets->size() > kSetsKept) {
+        Sets->pop_front();
+    }
 }
 
 } // namespace vistrame

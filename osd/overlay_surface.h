@@ -2,8 +2,8 @@
 //
 // Units      1920 x 1080 pixels A8R8G8B8, the same layout as the canvas.
 // Threads    main thread only.
-// Ownership  each call makes a fresh Direct3D object, device and surface that live until the process ends: an
-//            earlier graph's renderer may still refer to the earlier ones.
+// Ownership  each set-up makes a fresh Direct3D object, device and surface. The two sets before it are kept, since an
+//            earlier graph's renderer may still refer to them; what is older goes once a later graph is built.
 // Errors     reported (117, 118), and what was made so far is released again.
 #pragma once
 
@@ -19,5 +19,8 @@ extern VMR9AlphaBitmap OverlayAlphaBitmap; // filled by the set-up, handed to th
 
 // 1: surface cleared to transparent and record filled; 0: reported.
 int SetUpOverlaySurface(HWND focusWindow);
+
+// After each successful build: lets go of all but the newest set and the two before it.
+void LetGoOfOldOverlays();
 
 } // namespace vistrame

@@ -191,6 +191,34 @@ TEST_F(Delivery, FollowsThePitchAndSkipsALockedOutSurface) {
     }
 }
 
+// Each set takes tens of megabytes and a thread or more. A renderer of one of the two graphs before may still draw from
+// its surface; a failed build lets go of nothing.
+TEST_F(Delivery, OfOldSetsTheTwoNewestStayOnceALaterBuildHasSucceeded) {
+    const auto letGoOfOurs = [] {
+        for (; !made.empty(); made.pop_back()) {
+            made.back()->Release();
+        }
+    };
+    letGoOfOurs();
+    const auto devices = [] {
+        int alive = 0;
+        for (std::size_t i = 1; i < made.size(); i += 2) { // Direct3D lives as long as its device
+            made[i]->AddRef();
+            alive += made[i]->Release() > 1 ? 1 : 0; // one is ours
+        }
+        return alive;
+    };
+    for (int sets = 1; sets <= 6; ++sets) {
+        SCOPED_TRACE(sets);
+        ASSERT_EQ(SetUpOverlaySurface(window), 1);
+        EXPECT_EQ(devices(), std::min(sets, 4)) << "let go before the build has succeeded";
+        LetGoOfOldOverlays();
+        EXPECT_EQ(devices(), std::min(sets, 3));
+        RedrawOverlay();
+    }
+    letGoOfOurs();
+}
+
 // Bytes, handles.
 std::pair<SIZE_T, DWORD> InUse() {
     PROCESS_MEMORY_COUNTERS memory{};
