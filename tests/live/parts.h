@@ -15,5 +15,7 @@ bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t only);
 bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only);
 // The fade-in and the stall watchdog.
 bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only);
+// Programme changes without a pause, and Quit right behind one.
+bool RunChanges(const Surroundings& where, SoundWatch& sound, std::size_t only);
 
 } // namespace vistrame::live

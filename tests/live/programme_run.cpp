@@ -145,7 +145,8 @@ ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::
     }
     std::ofstream(folder + "/script")
         << "0 size " + std::to_string(kAreaWidth) + " " + std::to_string(kAreaHeight) + "\n" + script;
-    std::vector<std::string> words{where.build + "/analyzer/vistrame-analyzer.exe",
+    std::vector<std::string> words{"wine",
+                                   where.build + "/analyzer/vistrame-analyzer.exe",
                                    "--player",
                                    where.build + "/app/vistrame.exe",
                                    "--log",

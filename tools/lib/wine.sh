@@ -71,15 +71,19 @@ wine_environment() {
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
 }
 
-# Which Direct3D a program with these arguments gets on a display of ours, where nothing but the processor draws.
-# Wine sets its OpenGL one up in 0.1 s for each device and makes two per graph; through Vulkan it is a third of that,
-# and playing takes half the processor. DirectDraw, which the Overlay Mixer's pictures go through, is blank there.
+# Which Direct3D a program with these arguments gets: Vulkan, and every call carried out where it is made.
+# A thread of its own for drawing (Wine's default) still has up to two pictures to show when the graph is stopped; the
+# renderer then destroys its window under them, and the process ends. OpenGL without that thread leaks a context for each
+# streaming thread. Through Vulkan a graph is also made in half the time. DirectDraw, which the Overlay Mixer's pictures
+# go through, is blank there.
 direct3d_for() {
-    [ -n "${LIBGL_ALWAYS_SOFTWARE:-}" ] && [ ! -e "$wine_root/host" ] || return 0
+    [ ! -e "$wine_root/host" ] || return 0
     case " $* " in *" UseVMR9=1 "*)
-        export WINE_D3D_CONFIG=${WINE_D3D_CONFIG:-renderer=vulkan}
+        export WINE_D3D_CONFIG=${WINE_D3D_CONFIG:-renderer=vulkan,csmt=0}
+        [ -n "${LIBGL_ALWAYS_SOFTWARE:-}" ] || return 0
+        # A display of ours: nothing but the processor draws, and nothing refreshes.
         export VK_ICD_FILENAMES=/usr/share/vulkan/icd.d/lvp_icd.json
-        export MESA_VK_WSI_PRESENT_MODE=${MESA_VK_WSI_PRESENT_MODE:-immediate} # nothing refreshes there
+        export MESA_VK_WSI_PRESENT_MODE=${MESA_VK_WSI_PRESENT_MODE:-immediate}
         ;;
     esac
 }
