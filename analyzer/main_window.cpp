@@ -36,15 +36,15 @@ constexpr DWORD kFrameless = WS_POPUP | WS_CLIPCHILDREN;
 
 struct Button {
     const wchar_t* text;
-    PlayerCommand command;
+    CommandCode command;
 };
 constexpr std::array kButtons{
-    Button{L"Run", PlayerCommand::kRun},
-    Button{L"Stop", PlayerCommand::kStop},
-    Button{L"Pause", PlayerCommand::kPause},
-    Button{L"Discontinuity", PlayerCommand::kSendDisc},
-    Button{L"Unmute", PlayerCommand::kUnmuteAudio},
-    Button{L"Quit player", PlayerCommand::kQuit},
+    Button{L"Run", CommandCode::Run},
+    Button{L"Stop", CommandCode::Stop},
+    Button{L"Pause", CommandCode::Pause},
+    Button{L"Discontinuity", CommandCode::SendDisc},
+    Button{L"Unmute", CommandCode::UnmuteAudio},
+    Button{L"Quit player", CommandCode::Quit},
 };
 
 HFONT MessageFont() {
@@ -198,10 +198,9 @@ void MainWindow::OnCommand(int id, int notification) {
     } else if (id == kOpenId) {
         OpenOther();
     } else if (id >= kFirstButtonId && id < kFirstButtonId + static_cast<int>(kButtons.size())) {
-        const PlayerCommand command = kButtons[static_cast<std::size_t>(id - kFirstButtonId)].command;
-        session_->Post(command == PlayerCommand::kQuit
-                           ? Action(QuitAction())
-                           : CommandAction{static_cast<std::uint32_t>(command), 0});
+        const CommandCode command = kButtons[static_cast<std::size_t>(id - kFirstButtonId)].command;
+        session_->Post(command == CommandCode::Quit ? Action(QuitAction())
+                                                    : CommandAction{static_cast<std::uint32_t>(command), 0});
     }
 }
 

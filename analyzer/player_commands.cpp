@@ -1,6 +1,10 @@
 #include "analyzer/player_commands.h"
 
+#include <array>
+
 #include "analyzer/text.h"
+#include "contract/launch_line.h"
+#include "contract/stream_pipe.h"
 
 namespace vistrame {
 
@@ -20,13 +24,13 @@ std::string_view PlayerCommandName(std::uint32_t code) {
 
 std::string FormatLaunchLine(const LaunchLine& line) {
     // The second and fourth number have no meaning to the player.
-    return Format("%08X %08X %08X %d %d %d %d %d", static_cast<unsigned>(line.parentWindow), 0U,
+    return Format(kLaunchLineFormat, static_cast<unsigned>(line.parentWindow), 0U,
                   static_cast<unsigned>(line.pipeId), 0, line.clockSource, line.log ? 1 : 0, line.videoType,
                   line.audioType);
 }
 
 std::string FormatPipeName(std::uint32_t pipeId) {
-    return Format(R"(\\.\pipe\QVRA%08X)", static_cast<unsigned>(pipeId));
+    return Format(kStreamPipeFormat, static_cast<unsigned>(pipeId));
 }
 
 } // namespace vistrame

@@ -31,7 +31,7 @@ std::optional<Action> ParsePlay(Arguments words) {
     return action;
 }
 
-template <PlayerCommand code>
+template <CommandCode code>
 std::optional<Action> ParsePlain(Arguments words) {
     return words.empty() ? std::optional<Action>(CommandAction{static_cast<std::uint32_t>(code), 0})
                          : std::nullopt;
@@ -47,7 +47,7 @@ std::optional<Action> ParseUnmute(Arguments words) {
     if (words.size() > 1 || !delay) {
         return std::nullopt;
     }
-    return CommandAction{static_cast<std::uint32_t>(PlayerCommand::kUnmuteAudio), *delay};
+    return CommandAction{static_cast<std::uint32_t>(CommandCode::UnmuteAudio), *delay};
 }
 
 std::optional<Action> ParseCommand(Arguments words) {
@@ -139,10 +139,10 @@ struct CommandRow {
 
 constexpr std::array kCommands{
     CommandRow{"play", "N [audio PID]", "select a programme, starting the player as needed", ParsePlay},
-    CommandRow{"run", "", "player command 3", ParsePlain<PlayerCommand::kRun>},
-    CommandRow{"stop", "", "player command 4", ParsePlain<PlayerCommand::kStop>},
-    CommandRow{"pause", "", "player command 5", ParsePlain<PlayerCommand::kPause>},
-    CommandRow{"discontinuity", "", "player command 6", ParsePlain<PlayerCommand::kSendDisc>},
+    CommandRow{"run", "", "player command 3", ParsePlain<CommandCode::Run>},
+    CommandRow{"stop", "", "player command 4", ParsePlain<CommandCode::Stop>},
+    CommandRow{"pause", "", "player command 5", ParsePlain<CommandCode::Pause>},
+    CommandRow{"discontinuity", "", "player command 6", ParsePlain<CommandCode::SendDisc>},
     CommandRow{"unmute", "[MSEC]", "player command 8", ParseUnmute},
     CommandRow{"quit", "", "player command 11, and wait for its end", ParseBare<QuitAction>},
     CommandRow{"command", "CODE ARGUMENT", "any player command", ParseCommand},

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "analyzer/text.h"
+#include "contract/launch_line.h"
 
 namespace vistrame {
 
@@ -15,16 +16,16 @@ struct TypeRow {
 };
 
 constexpr std::array kVideoTypes{
-    TypeRow{Coding::kMpeg1Video, 0},
-    TypeRow{Coding::kMpeg2Video, 0},
-    TypeRow{Coding::kH264, 1},
-    TypeRow{Coding::kHevc, 2},
+    TypeRow{Coding::kMpeg1Video, kVideoTypeMpeg2},
+    TypeRow{Coding::kMpeg2Video, kVideoTypeMpeg2},
+    TypeRow{Coding::kH264, kVideoTypeH264},
+    TypeRow{Coding::kHevc, kVideoTypeHevc},
 };
 constexpr std::array kAudioTypes{
-    TypeRow{Coding::kMpegAudio, 0},
-    TypeRow{Coding::kAc3, 1},
-    TypeRow{Coding::kAacLatm, 2},
-    TypeRow{Coding::kEac3, 3},
+    TypeRow{Coding::kMpegAudio, kAudioTypeMpeg},
+    TypeRow{Coding::kAc3, kAudioTypeAc3},
+    TypeRow{Coding::kAacLatm, kAudioTypeLatmAac},
+    TypeRow{Coding::kEac3, kAudioTypeEac3},
 };
 
 // The first stream whose coding is in the table, under the PID that is wanted if one is.

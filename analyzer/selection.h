@@ -11,8 +11,8 @@ struct Selection {
     std::uint16_t programme = 0;
     Pid videoPid = kNullPid; // kNullPid: none
     Pid audioPid = kNullPid;
-    int videoType = 0; // 0 MPEG-1 and MPEG-2, 1 H.264, 2 HEVC
-    int audioType = 0; // 0 MPEG, 1 AC-3, 2 AAC in LATM/LOAS, 3 E-AC-3
+    int videoType = 0; // as the launch line numbers them
+    int audioType = 0;
 
     bool SamePlayer(const Selection& other) const {
         return videoType == other.videoType && audioType == other.audioType;

@@ -94,7 +94,7 @@ private:
 
     Outcome StartPlayer(const Selection& selection);
     Outcome QuitPlayer();
-    Outcome Send(PlayerCommand command, std::uint32_t argument);
+    Outcome Send(CommandCode command, std::uint32_t argument);
     Outcome PlayerEnded(std::uint32_t exitCode, const char* when);
     void ForgetPlayer(std::uint32_t exitCode);
     std::string PlayerPath() const;

@@ -72,7 +72,7 @@ Outcome Session::On(const PlayAction& action) {
             return started;
         }
     }
-    const std::uint32_t argument = PackPids(selection->videoPid, selection->audioPid);
+    const std::uint32_t argument = PackPids({selection->videoPid, selection->audioPid});
     {
         const std::scoped_lock hold(lock_);
         selection_ = selection;
@@ -84,17 +84,17 @@ Outcome Session::On(const PlayAction& action) {
     watch_.Expect();
     pump_.WatchRandomAccess(selection->videoPid);
     selectedAt_ = EventLog::Now();
-    Outcome sent = Send(PlayerCommand::kSetPid, argument);
+    Outcome sent = Send(CommandCode::SetPid, argument);
     watch_.Settle();
     // The player leaves a new graph stopped when there is no sound in it or the sound's PID has not changed.
     const bool stopped = selection->audioPid == kNullPid || selection->audioPid == mappedAudio_;
     if (selection->audioPid != kNullPid) {
         mappedAudio_ = selection->audioPid;
     }
-    return sent.Ok() && stopped ? Send(PlayerCommand::kRun, 0) : sent;
+    return sent.Ok() && stopped ? Send(CommandCode::Run, 0) : sent;
 }
 
-Outcome Session::Send(PlayerCommand command, std::uint32_t argument) {
+Outcome Session::Send(CommandCode command, std::uint32_t argument) {
     return On(CommandAction{static_cast<std::uint32_t>(command), argument});
 }
 
@@ -123,7 +123,7 @@ Outcome Session::On(const QuitAction&) {
 }
 
 Outcome Session::QuitPlayer() {
-    if (Outcome sent = Send(PlayerCommand::kQuit, 0); !sent.Ok()) {
+    if (Outcome sent = Send(CommandCode::Quit, 0); !sent.Ok()) {
         return sent;
     }
     const auto exitCode = player_.WaitExit(kQuitMsec);

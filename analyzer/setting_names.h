@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "contract/settings.h"
+
 namespace vistrame {
 
 struct SettingRow {
@@ -16,14 +18,14 @@ struct SettingRow {
 };
 
 inline constexpr std::array kSettingRows{
-    SettingRow{"UseVMR9", false, "1: VMR9 renders the video, 0: the Overlay Mixer"},
-    SettingRow{"MPEG2Codec", false, "MPEG-2 video decoder, 0: automatic"},
-    SettingRow{"MPEG4Codec", false, "H.264 and HEVC video decoder, 0: automatic"},
-    SettingRow{"KorvixCodec", false, "1: the maker's own demultiplexer"},
-    SettingRow{"DebugOSD", false, "1: the stream's state as text over the picture"},
-    SettingRow{"TerminateOnVideoStall", false, "stored by the player, without effect"},
-    SettingRow{"AudioUnmuteMsec", false, "silence before the sound fades in, ms"},
-    SettingRow{"ErrorLogDir", true, "folder of the error files, with its last backslash"},
+    SettingRow{setting::kUseVmr9, false, "1: VMR9 renders the video, 0: the Overlay Mixer"},
+    SettingRow{setting::kMpeg2Codec, false, "MPEG-2 video decoder, 0: automatic"},
+    SettingRow{setting::kMpeg4Codec, false, "H.264 and HEVC video decoder, 0: automatic"},
+    SettingRow{setting::kKorvixCodec, false, "1: the maker's own demultiplexer"},
+    SettingRow{setting::kDebugOsd, false, "1: the stream's state as text over the picture"},
+    SettingRow{setting::kTerminateOnVideoStall, false, "stored by the player, without effect"},
+    SettingRow{setting::kAudioUnmuteMsec, false, "silence before the sound fades in, ms"},
+    SettingRow{setting::kErrorLogDir, true, "folder of the error files, with its last backslash"},
 };
 
 // One value to be stored.

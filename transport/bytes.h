@@ -4,18 +4,16 @@
 #include <cstdint>
 #include <span>
 
+#include "contract/pid.h"
+
 namespace vistrame {
 
 // Bytes of a stream, borrowed; who owns them and for how long is said where they are handed over.
 using ByteSpan = std::span<const std::uint8_t>;
 
-// Packet identifier: 13 bits.
-using Pid = std::uint16_t;
-
 inline constexpr std::size_t kPidCount = 0x2000;
 inline constexpr Pid kPatPid = 0x0000;
-inline constexpr Pid kSdtPid = 0x0011;  // shared with the bouquet table, which has another table id
-inline constexpr Pid kNullPid = 0x1FFF; // stuffing packets; as a PCR PID it means "none"
+inline constexpr Pid kSdtPid = 0x0011; // shared with the bouquet table, which has another table id
 
 // Big-endian fields, as every table and header of a transport stream has them. The caller checks the bounds.
 constexpr std::uint16_t ReadBig16(ByteSpan bytes, std::size_t at) {
@@ -27,7 +25,7 @@ constexpr std::uint32_t ReadBig32(ByteSpan bytes, std::size_t at) {
 }
 
 constexpr Pid ReadPid(ByteSpan bytes, std::size_t at) {
-    return ReadBig16(bytes, at) & 0x1FFF;
+    return ReadBig16(bytes, at) & kNullPid;
 }
 
 } // namespace vistrame

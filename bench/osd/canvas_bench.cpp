@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "bench/osd/rounds.h"
-#include "osd/osd_canvas_argb32.h"
-#include "osd/overlay_size.h"
+#include "player/osd/osd_canvas_argb32.h"
+#include "player/osd/overlay_size.h"
 
 namespace vistrame {
 

@@ -5,11 +5,11 @@
 #include <windows.h>
 
 #include "bench/osd/rounds.h"
-#include "graph/player_graph.h"
-#include "osd/overlay_drawing.h"
-#include "osd/overlay_redraw.h"
-#include "osd/overlay_size.h"
-#include "osd/overlay_surface.h"
+#include "player/graph/player_graph.h"
+#include "player/osd/overlay_drawing.h"
+#include "player/graph/overlay_redraw.h"
+#include "player/osd/overlay_size.h"
+#include "player/graph/overlay_surface.h"
 
 namespace vistrame {
 namespace {

@@ -7,7 +7,7 @@
 #include <dshow.h>
 
 #include "filters/base/media_type.h"
-#include "filters/server/class_table.h"
+#include "filters/base/class_row.h"
 #include "transport/coding.h"
 
 namespace vistrame {

@@ -8,7 +8,7 @@
 #include "filters/demux/demux_filter.h"
 #include "filters/demux/stall_counter.h"
 #include "filters/demux/status_text.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 
 namespace vistrame {
 

@@ -12,7 +12,7 @@
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_clock.h"
 #include "filters/base/work_queue.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 
 namespace vistrame {
 

@@ -8,7 +8,7 @@
 #include "filters/base/base_filter.h"
 #include "filters/base/output_pin.h"
 #include "filters/osd_source/text_picture.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 
 namespace vistrame {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "osd/screen_font.h"
+#include "player/osd/screen_font.h"
 
 namespace vistrame {
 

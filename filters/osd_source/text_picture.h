@@ -6,7 +6,7 @@
 #include <ft2build.h>
 #include FT_FREETYPE_H
 
-#include "osd/osd_canvas_argb32.h"
+#include "player/osd/osd_canvas_argb32.h"
 
 namespace vistrame {
 

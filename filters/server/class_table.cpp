@@ -10,7 +10,7 @@
 #include "filters/feed/feed_filter.h"
 #include "filters/osd_source/osd_source.h"
 #include "filters/overlay/overlay_mixer.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 
 namespace vistrame {
 

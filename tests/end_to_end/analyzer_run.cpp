@@ -15,7 +15,7 @@ AnalyzerRun::AnalyzerRun(const std::vector<std::string>& arguments, const std::s
     std::string command = '"' + BuiltFile("analyzer\\vistrame-analyzer.exe") + '"';
     command += " --log \"" + folder_ + "log\" --report \"" + folder_ + "report\"";
     if (std::ranges::find(arguments, "--player") == arguments.end()) {
-        command += " --player \"" + BuiltFile("app\\vistrame.exe") + '"';
+        command += " --player \"" + BuiltFile("player\\vistrame.exe") + '"';
     }
     if (!script.empty()) {
         std::ofstream(folder_ + "script") << script;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/end_to_end/analyzer_run.h"
+#include "contract/settings.h"
 
 namespace vistrame::test {
 namespace {
@@ -10,7 +11,6 @@ namespace {
 using testing::HasSubstr;
 
 constexpr DWORD kLimitMsec = 30'000;
-constexpr char kSettingsKey[] = R"(Software\Korvix\QVRA\Config)";
 
 HWND Child(HWND parent, const char* kind, const char* text, int which = 0) {
     HWND child = nullptr;

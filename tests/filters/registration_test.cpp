@@ -7,7 +7,7 @@
 #include <bdaiface.h>
 
 #include "filters/server/registration.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 #include "tests/filters/filter_fakes.h"
 
 namespace vistrame::test {

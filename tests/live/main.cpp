@@ -18,7 +18,8 @@ int main(int count, char** words) {
         std::string_view name;
         Part part;
     };
-    for (const auto& [name, part] : {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"changes", RunChanges}}) {
+    for (const auto& [name, part] :
+         {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"changes", RunChanges}}) {
         if (count >= 4 && name == words[1]) {
             return RunPart(part, std::span(words, static_cast<std::size_t>(count)).subspan(2));
         }

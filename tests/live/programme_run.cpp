@@ -145,14 +145,10 @@ ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::
     }
     std::ofstream(folder + "/script")
         << "0 size " + std::to_string(kAreaWidth) + " " + std::to_string(kAreaHeight) + "\n" + script;
-    std::vector<std::string> words{"wine",
-                                   where.build + "/analyzer/vistrame-analyzer.exe",
-                                   "--player",
-                                   where.build + "/app/vistrame.exe",
-                                   "--log",
-                                   folder + "/log",
-                                   "--script",
-                                   folder + "/script"};
+    std::vector<std::string> words{"wine",     where.build + "/analyzer/vistrame-analyzer.exe",
+                                   "--player", where.build + "/player/vistrame.exe",
+                                   "--log",    folder + "/log",
+                                   "--script", folder + "/script"};
     words.insert(words.end(), options.begin(), options.end());
     words.push_back(stream.front() == '/' ? stream : where.streams + "/" + stream);
 

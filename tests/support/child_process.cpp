@@ -71,11 +71,10 @@ HWND ChildProcess::WaitForWindow(const char* title, DWORD limitMsec) const {
 }
 
 std::string BuiltFile(const std::string& path) {
-    // Tests lie in tests/<area>/ of the build.
     std::array<char, MAX_PATH> program{};
     GetModuleFileNameA(nullptr, program.data(), static_cast<DWORD>(program.size()));
     const std::string own = program.data();
-    return own.substr(0, own.rfind('\\')) + R"(\..\..\)" + path;
+    return own.substr(0, own.rfind("\\tests\\") + 1) + path; // tests lie below tests/ of the build
 }
 
 } // namespace vistrame::test

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "graph/com.h"
-#include "graph/media_ids.h"
+#include "player/graph/com.h"
+#include "player/graph/media_ids.h"
 
 namespace vistrame::test {
 

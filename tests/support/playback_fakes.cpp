@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include "graph/audio_volume.h"
-#include "graph/com.h"
-#include "graph/player_graph.h"
+#include "player/graph/audio_volume.h"
+#include "player/graph/com.h"
+#include "player/graph/player_graph.h"
 
 namespace vistrame::test {
 

@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "graph/com.h"
-#include "graph/maker_interfaces.h"
-#include "graph/vendor_parameters.h"
+#include "player/graph/com.h"
+#include "contract/maker_interfaces.h"
+#include "player/graph/vendor_parameters.h"
 #include "tests/support/playback_fakes.h"
 
 namespace vistrame::test {

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-#include "app/settings.h"
+#include "contract/settings.h"
 
 namespace vistrame::test {
 

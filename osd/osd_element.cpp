@@ -1,7 +1,0 @@
-#include "osd/osd_element.h"
-
-namespace vistrame {
-
-std::array<OsdElement, 256> OsdElements{};
-
-} // namespace vistrame

@@ -1,0 +1,7 @@
+#include "player/control/osd_element.h"
+
+namespace vistrame {
+
+std::array<OsdElement, 256> OsdElements{};
+
+} // namespace vistrame
