@@ -5,11 +5,12 @@ if(VISTRAME_BUILD_TESTS)
   find_package(GTest REQUIRED)
 endif()
 
-# vistrame_add_test(NAME SOURCES file... LIBS library... [TIMEOUT seconds])
+# vistrame_add_test(NAME [REALTIME] SOURCES file... LIBS library... [TIMEOUT seconds])
 # One test program per area. Every test of a program runs in one process, one after the other; Windows programs
-# need tools/wine-session around ctest.
+# need tools/wine-session around ctest. Labels: `unit`; `realtime` for programs that play or wait by the clock, which a
+# machine that is busy for a moment may fail; `live` and `fuzz` are given where those are made.
 function(vistrame_add_test name)
-  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(arg "REALTIME" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -17,5 +18,9 @@ function(vistrame_add_test name)
   target_link_libraries(${name} PRIVATE ${arg_LIBS} GTest::gmock GTest::gtest_main)
   target_compile_options(${name} PRIVATE -O0) # the compiler is the slowest part of a test run; what is tested keeps its own
   add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  set(label unit)
+  if(arg_REALTIME)
+    set(label realtime)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS ${label})
 endfunction()

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/live/programme_run.h"
+#include "tests/support/watch/programme_run.h"
 #include "transport/packet.h"
 
 namespace vistrame::live {

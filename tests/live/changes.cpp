@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/live/process_watch.h"
+#include "tests/support/watch/process_watch.h"
 
 namespace vistrame::live {
 namespace {
@@ -56,8 +56,8 @@ double Most(const std::vector<ProcessWatch::Look>& looks, double from, double to
 bool Changes(const Surroundings& where, SoundWatch& sound, int vmr9) {
     const int changes = Number("VISTRAME_CHANGES", kChanges);
     ProcessWatch watch;
-    const ProgrammeRun run = RunScript(where, sound, Options(vmr9), ChangeScript(changes),
-                                       where.build + "/tests/end_to_end/demo.ts", 30 + changes * 3.0);
+    const ProgrammeRun run =
+        RunScript(where, sound, Options(vmr9), ChangeScript(changes), "demo.ts", 30 + changes * 3.0);
     const auto& looks = watch.Looks();
     std::vector<double> times;
     std::vector<double> durations;
@@ -105,8 +105,7 @@ bool Quits(const Surroundings& where, SoundWatch& sound, int vmr9) {
         script += i % 2 == 1 ? "+0 play 2\n" : "";
         script += "+" + std::to_string(i % 4 * 0.05) + " quit\n";
     }
-    const ProgrammeRun run = RunScript(where, sound, Options(vmr9), script,
-                                       where.build + "/tests/end_to_end/demo.ts", 30 + quits * 5.0);
+    const ProgrammeRun run = RunScript(where, sound, Options(vmr9), script, "demo.ts", 30 + quits * 5.0);
     const auto ends = std::ranges::count_if(
         run.log, [](const LogLine& line) { return line.text == "player exit 0x00000000"; });
     std::printf(" Quit right behind a selection, UseVMR9=%d: %td of %d ended in order%s%s\n", vmr9, ends,

@@ -56,7 +56,7 @@ bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t /*only*/)
     const ScreenWatch middle(kAreaWidth, kAreaHeight);
     const ProgrammeRun run =
         RunScript(where, sound, {"--set", "UseVMR9=1"}, {std::istreambuf_iterator<char>(script), {}},
-                  where.build + "/tests/end_to_end/demo.ts", 90, kBorderRow);
+                  "demo.ts", 90, kBorderRow);
     bool right = run.failure.empty();
     std::printf("the demo: %s\n", right ? "ended as it should" : run.failure.c_str());
     Span spans[2];

@@ -16,8 +16,6 @@ constexpr double kWatched = 5.5;      // seconds of each row, from the first pic
 constexpr double kLipSync = 0.080;    // |sound - picture| at most
 constexpr double kLipSyncAfter = 1.0; // seconds from the first picture on that may be needed for it
 constexpr double kHold = 0.5;         // a picture may stand that long on a machine that does other things too
-// A sound server or a player that other programs keep from running for some milliseconds loses its timing for seconds.
-constexpr int kAttempts = 3;
 
 // What codings look and sound like is known by make-streams.
 struct Row {
@@ -185,13 +183,11 @@ bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only) {
         if (only != 0 && &row != &kRows.at((only - 1) % kRows.size())) {
             continue;
         }
-        Result result = Play(row, where, sound);
-        int attempts = 1;
-        for (; !result.wrong.empty() && attempts < kAttempts; ++attempts) {
-            std::printf("%-7s %-7s again:%s\n", kVideoNames[row.video], kAudioNames[row.audio],
-                        result.wrong.c_str());
+        Result result;
+        (void)UntilRight(std::string(kVideoNames[row.video]) + " and " + kAudioNames[row.audio], [&] {
             result = Play(row, where, sound);
-        }
+            return result.wrong;
+        });
         std::printf(
             "%-7s %-7s %-8s %-8s %5d | %10.0f ms %4.0f ms %8.0f ms | %5.0f ms %3.0f ms %2zu | %4.0f | %4.0f "
             "Hz  %s%s\n",

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "tests/live/programme_run.h"
+#include "tests/support/watch/programme_run.h"
 
 namespace vistrame::live {
 

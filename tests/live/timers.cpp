@@ -15,7 +15,6 @@ constexpr double kFade = 1.6;           // seconds from -40 dB to the renderer's
 constexpr double kFadeTolerance = 0.16; // 10 %
 constexpr double kFadeRange = 40;       // decibels
 constexpr double kStartTolerance = 0.2; // sound renderer and sink keep this much ready
-constexpr int kAttempts = 3;            // as in the matrix
 
 bool Report(const char* what, double measured, double low, double high, std::string& wrong) {
     const bool right = measured >= low && measured <= high;
@@ -188,11 +187,8 @@ bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only) {
         if (++number != only && only != 0) {
             continue;
         }
-        std::string wrong = measure(where, sound);
-        for (int attempt = 1; !wrong.empty() && attempt < kAttempts; ++attempt) {
-            std::printf(" again:%s\n", wrong.c_str());
-            wrong = measure(where, sound);
-        }
+        const std::string wrong =
+            UntilRight("timer " + std::to_string(number), [&] { return measure(where, sound); });
         right = right && wrong.empty();
     }
     return right;

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "tests/live/screen_watch.h"
-#include "tests/live/sound_marks.h"
-#include "tests/live/sound_watch.h"
+#include "tests/support/watch/screen_watch.h"
+#include "tests/support/watch/sound_marks.h"
+#include "tests/support/watch/sound_watch.h"
 
 namespace vistrame::live {
 
@@ -47,6 +48,11 @@ ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::
 // `words`: BUILD STREAMS [ROW]. The program's exit code.
 using Part = bool (*)(const Surroundings& where, SoundWatch& sound, std::size_t only);
 int RunPart(Part part, std::span<char*> words);
+
+// Tries a measurement up to three times and prints why again: a sound server or a player that other programs keep from
+// running for some milliseconds loses its timing for seconds. The only place where anything here is tried again.
+// `measure` answers what was wrong, or nothing; so does this.
+std::string UntilRight(const std::string& name, const std::function<std::string()>& measure);
 
 // A flash and the beep that belongs to it.
 struct LipSync {

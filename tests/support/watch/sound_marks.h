@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-#include "tests/live/sound_watch.h"
+#include "tests/support/watch/sound_watch.h"
 
 namespace vistrame::live {
 

@@ -1,4 +1,4 @@
-#include "tests/live/sound_watch.h"
+#include "tests/support/watch/sound_watch.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include <pulse/error.h>
 #include <pulse/simple.h>
 
-#include "tests/live/screen_watch.h"
+#include "tests/support/watch/screen_watch.h"
 
 namespace vistrame::live {
 namespace {

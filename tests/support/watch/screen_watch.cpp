@@ -1,4 +1,4 @@
-#include "tests/live/screen_watch.h"
+#include "tests/support/watch/screen_watch.h"
 
 #include <algorithm>
 #include <chrono>

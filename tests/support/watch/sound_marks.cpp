@@ -1,4 +1,4 @@
-#include "tests/live/sound_marks.h"
+#include "tests/support/watch/sound_marks.h"
 
 #include <algorithm>
 #include <cmath>

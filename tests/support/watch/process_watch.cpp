@@ -1,4 +1,4 @@
-#include "tests/live/process_watch.h"
+#include "tests/support/watch/process_watch.h"
 
 #include <algorithm>
 #include <chrono>
@@ -9,7 +9,7 @@
 #include <optional>
 #include <sstream>
 
-#include "tests/live/screen_watch.h"
+#include "tests/support/watch/screen_watch.h"
 
 namespace vistrame::live {
 namespace {
