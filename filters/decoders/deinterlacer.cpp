@@ -118,8 +118,9 @@ void Deinterlacer::Describe(const Picture& picture) {
         layout_.push_back({width * sampleBytes_, height, size});
         size += static_cast<std::size_t>(width) * sampleBytes_ * height;
     }
+    constexpr std::size_t kReadAhead = 64; // what scalers read at once may end behind the last line
     previous_.resize(size);
-    result_.resize(size);
+    result_.resize(size + kReadAhead);
 }
 
 Picture Deinterlacer::Process(const Picture& picture) {

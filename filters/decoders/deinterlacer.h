@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "filters/decoders/picture.h"
+#include "filters/pictures/picture.h"
 
 namespace vistrame {
 

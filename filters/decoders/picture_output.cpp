@@ -23,7 +23,7 @@ PictureOutput::PictureOutput(BaseFilter& filter, OutputPin& pin)
 std::vector<MediaType> PictureOutput::OfferedTypes() {
     std::vector<MediaType> types;
     for (const GUID& format : {FORMAT_VideoInfo2, FORMAT_VideoInfo}) {
-        for (const PixelLayout& layout : PixelLayouts()) {
+        for (const SampleLayout& layout : PixelLayouts()) {
             types.push_back(
                 MakePictureType(layout, kConnectWidth, kConnectHeight, Aspect{}, Picture{}.duration, format));
         }

@@ -5,8 +5,8 @@
 #include "filters/base/output_pin.h"
 #include "filters/base/work_queue.h"
 #include "filters/decoders/deinterlacer.h"
-#include "filters/decoders/picture_types.h"
-#include "filters/decoders/picture_writer.h"
+#include "filters/pictures/picture_types.h"
+#include "filters/pictures/picture_writer.h"
 #include "filters/decoders/video_decoder.h"
 
 namespace vistrame {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <optional>
 
-#include "filters/decoders/picture.h"
+#include "filters/pictures/picture.h"
 #include "transport/bytes.h"
 #include "transport/coding.h"
 

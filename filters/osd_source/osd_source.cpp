@@ -4,19 +4,23 @@
 #include <cstring>
 
 #include "filters/base/reference_time.h"
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_types.h"
+
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
 
 namespace vistrame {
 
 namespace {
 
 constexpr ULONG kLargest = 8192;
-const PixelLayout kLayouts[] = {
-    {&MEDIASUBTYPE_ARGB32, BI_RGB, 32, 0, true, false}, // drawn here, no scaler needs the format
-    {&MEDIASUBTYPE_RGB32, BI_RGB, 32, 0, true, false},
+const SampleLayout kLayouts[] = {
+    {&MEDIASUBTYPE_ARGB32, BI_RGB, {AV_PIX_FMT_BGRA, 32, true, false}},
+    {&MEDIASUBTYPE_RGB32, BI_RGB, {AV_PIX_FMT_BGR0, 32, true, false}},
 };
 
-MediaType TypeOf(const PixelLayout& layout, const GUID& header, int width, int height) {
+MediaType TypeOf(const SampleLayout& layout, const GUID& header, int width, int height) {
     return MakePictureType(layout, width, height, Aspect::Reduced(width, height),
                            OsdSource::kRepeat * kUnitsPerMillisecond, header);
 }
@@ -33,7 +37,7 @@ public:
     std::vector<MediaType> OfferedTypes() override {
         const Content content = owner_.Wanted();
         std::vector<MediaType> types;
-        for (const PixelLayout& layout : kLayouts) {
+        for (const SampleLayout& layout : kLayouts) {
             for (const GUID& header : {FORMAT_VideoInfo2, FORMAT_VideoInfo}) {
                 types.push_back(TypeOf(layout, header, content.width, content.height));
             }

@@ -1,7 +1,7 @@
 #include "filters/overlay/overlay_mixer.h"
 
 #include "filters/decoders/picture_output.h"
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_types.h"
 
 namespace vistrame {
 

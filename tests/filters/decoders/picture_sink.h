@@ -4,7 +4,7 @@
 #include <array>
 #include <vector>
 
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_types.h"
 #include "tests/filters/filter_fakes.h"
 
 namespace vistrame::test {

@@ -1,11 +1,10 @@
-#include "filters/decoders/picture_writer.h"
+#include "filters/pictures/picture_writer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 extern "C" {
-#include <libavutil/imgutils.h>
 #include <libswscale/swscale.h>
 }
 
@@ -13,50 +12,14 @@ namespace vistrame {
 
 namespace {
 
-// The planes of a buffer as the scaler takes them.
-struct Planes {
-    std::uint8_t* data[4] = {};
-    int strides[4] = {};
-};
+// The scaler's inner loops write this many bytes at once and end with a whole step; where the lines leave no room for
+// that, some end a step early instead, with columns left out.
+constexpr int kScalerStep = 64;
 
-Planes PlanesOf(const PictureType& target, std::uint8_t* buffer) {
-    Planes planes;
-    const PixelLayout& layout = *target.layout;
-    const std::ptrdiff_t pixels = std::ptrdiff_t{target.stride} * target.lines;
-    planes.data[0] = buffer;
-    switch (layout.format) {
-        case AV_PIX_FMT_NV12:
-            planes.strides[0] = planes.strides[1] = target.stride;
-            planes.data[1] = buffer + pixels;
-            break;
-        case AV_PIX_FMT_YUV420P:
-            planes.strides[0] = target.stride;
-            planes.strides[1] = planes.strides[2] = target.stride / 2;
-            planes.data[1] = buffer + pixels;
-            planes.data[2] = buffer + pixels + pixels / 4;
-            break;
-        default: // one plane; RGB lines are padded to four bytes
-            planes.strides[0] = (target.stride * layout.bits / 8 + 3) & ~3;
-            break;
-    }
-    if (layout.swapsChroma) {
-        std::swap(planes.data[1], planes.data[2]);
-    }
-    if (!target.topDown) {
-        planes.data[0] += std::ptrdiff_t{planes.strides[0]} * (target.height - 1);
-        planes.strides[0] = -planes.strides[0];
-    }
-    return planes;
-}
-
-// Moves the planes' origin to a pixel with even coordinates.
-void MoveOrigin(const PixelLayout& layout, int x, int y, Planes* planes) {
-    const int bytesPerPixel =
-        layout.format == AV_PIX_FMT_NV12 || layout.format == AV_PIX_FMT_YUV420P ? 1 : layout.bits / 8;
-    planes->data[0] += std::ptrdiff_t{planes->strides[0]} * y + std::ptrdiff_t{x} * bytesPerPixel;
-    for (int i = 1; i < 3 && planes->data[i] != nullptr; ++i) {
-        planes->data[i] +=
-            std::ptrdiff_t{planes->strides[i]} * (y / 2) + (layout.format == AV_PIX_FMT_NV12 ? x : x / 2);
+void CopyLines(const std::uint8_t* from, int fromStride, std::uint8_t* to, int toStride, int bytes,
+               int lines) {
+    for (int line = 0; line < lines; ++line, from += fromStride, to += toStride) {
+        std::memcpy(to, from, static_cast<std::size_t>(bytes));
     }
 }
 
@@ -76,17 +39,17 @@ PictureWriter::~PictureWriter() {
     sws_freeContext(scaler_);
 }
 
-bool PictureWriter::FillBlack(const PictureType& target, std::uint8_t* buffer, long bytes) {
+bool PictureWriter::FillBlack(const PictureBuffer& target, std::uint8_t* buffer, long bytes) {
     const auto used = static_cast<std::size_t>(target.Bytes());
-    const auto pixels = static_cast<std::size_t>(target.stride) * target.lines;
+    const auto luma = static_cast<std::size_t>(target.LineStride(0)) * target.lines;
     if (bytes < target.Bytes()) {
         return false;
     }
-    switch (target.layout->format) {
+    switch (target.pixels.format) {
         case AV_PIX_FMT_NV12:
         case AV_PIX_FMT_YUV420P:
-            std::memset(buffer, 16, pixels);
-            std::memset(buffer + pixels, 128, used - pixels);
+            std::memset(buffer, 16, luma);
+            std::memset(buffer + luma, 128, used - luma);
             break;
         case AV_PIX_FMT_YUYV422:
             for (std::size_t i = 0; i + 1 < used; i += 2) {
@@ -101,7 +64,7 @@ bool PictureWriter::FillBlack(const PictureType& target, std::uint8_t* buffer, l
     return true;
 }
 
-PictureWriter::Area PictureWriter::FitInto(const PictureType& target, Aspect aspect) {
+PictureWriter::Area PictureWriter::FitInto(const PictureBuffer& target, Aspect aspect) {
     // How much of the target's width the picture takes when it has all its height: above 1 it is the wider one.
     const double wide =
         static_cast<double>(aspect.x) * target.aspect.y / (static_cast<double>(aspect.y) * target.aspect.x);
@@ -138,7 +101,7 @@ bool PictureWriter::Prepare(const Job& job) {
     return true;
 }
 
-bool PictureWriter::Write(const Picture& picture, const PictureType& target, Fit fit, std::uint8_t* buffer,
+bool PictureWriter::Write(const Picture& picture, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
                           long bytes) {
     if (bytes < target.Bytes()) {
         return false;
@@ -148,16 +111,50 @@ bool PictureWriter::Write(const Picture& picture, const PictureType& target, Fit
         area = FitInto(target, picture.aspect);
     }
     if (!Prepare({picture.width, picture.height, picture.format, MatrixOf(picture), picture.fullRange ? 1 : 0,
-                  area.width, area.height, target.layout->format})) {
+                  area.width, area.height, target.pixels.format})) {
         return false;
     }
-    Planes planes = PlanesOf(target, buffer);
     if (area.width != target.width || area.height != target.height) {
         (void)FillBlack(target, buffer, bytes); // it fits, see above
-        MoveOrigin(*target.layout, area.x, area.y, &planes);
     }
-    return sws_scale(scaler_, picture.planes.data(), picture.strides.data(), 0, picture.height, planes.data,
-                     planes.strides) > 0;
+    return WriteArea(picture, target, area, target.PlanesIn(buffer, area.x, area.y));
+}
+
+bool PictureWriter::FitsScalerSteps(const PictureBuffer& target, int width) {
+    for (int plane = 0; plane < target.Planes(); ++plane) {
+        if (target.LineBytes(plane, width) % kScalerStep != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Straight into the buffer where the scaler's steps end with the picture's lines, which they do for what broadcasts are
+// made in; else by way of a buffer with room behind its lines and below them.
+bool PictureWriter::WriteArea(const Picture& picture, const PictureBuffer& target, const Area& area,
+                              const PicturePlanes& planes) {
+    const auto scale = [&](const PicturePlanes& into) {
+        return sws_scale(scaler_, picture.planes.data(), picture.strides.data(), 0, picture.height,
+                         into.data.data(), into.strides.data()) > 0;
+    };
+    if (FitsScalerSteps(target, area.width)) {
+        return scale(planes);
+    }
+    PictureBuffer room;
+    room.pixels = target.pixels;
+    room.stride = (area.width / kScalerStep + 2) * kScalerStep;
+    room.lines = area.height + 2;
+    roomy_.resize(static_cast<std::size_t>(room.Bytes()));
+    const PicturePlanes between = room.PlanesIn(roomy_.data());
+    if (!scale(between)) {
+        return false;
+    }
+    for (int plane = 0; plane < target.Planes(); ++plane) {
+        const auto at = static_cast<std::size_t>(plane);
+        CopyLines(between.data[at], between.strides[at], planes.data[at], planes.strides[at],
+                  target.LineBytes(plane, area.width), target.PlaneLines(plane, area.height));
+    }
+    return true;
 }
 
 } // namespace vistrame

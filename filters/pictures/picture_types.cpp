@@ -1,4 +1,4 @@
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_types.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,24 +17,24 @@ constexpr DWORD FourCc(const char (&name)[5]) {
 
 // RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport of the
 // window's size instead of its own surface's, so that a window smaller than the surface shows a corner of the picture.
-const PixelLayout kLayouts[] = {
-    {&MEDIASUBTYPE_RGB32, BI_RGB, 32, AV_PIX_FMT_BGR0, true, false},
-    {&MEDIASUBTYPE_NV12, FourCc("NV12"), 12, AV_PIX_FMT_NV12, false, false},
-    {&MEDIASUBTYPE_YV12, FourCc("YV12"), 12, AV_PIX_FMT_YUV420P, false, true},
-    {&MEDIASUBTYPE_YUY2, FourCc("YUY2"), 16, AV_PIX_FMT_YUYV422, false, false},
-    {&MEDIASUBTYPE_RGB24, BI_RGB, 24, AV_PIX_FMT_BGR24, true, false},
+const SampleLayout kLayouts[] = {
+    {&MEDIASUBTYPE_RGB32, BI_RGB, {AV_PIX_FMT_BGR0, 32, true, false}},
+    {&MEDIASUBTYPE_NV12, FourCc("NV12"), {AV_PIX_FMT_NV12, 12, false, false}},
+    {&MEDIASUBTYPE_YV12, FourCc("YV12"), {AV_PIX_FMT_YUV420P, 12, false, true}},
+    {&MEDIASUBTYPE_YUY2, FourCc("YUY2"), {AV_PIX_FMT_YUYV422, 16, false, false}},
+    {&MEDIASUBTYPE_RGB24, BI_RGB, {AV_PIX_FMT_BGR24, 24, true, false}},
 };
 
-// Bytes of `stride` x `lines` pixels; lines of RGB are padded to four bytes.
-long BufferBytes(const PixelLayout& layout, int stride, int lines) {
-    if (layout.compression == BI_RGB) {
-        return ((stride * layout.bits / 8 + 3) & ~3) * lines;
-    }
-    return static_cast<long>(std::int64_t{stride} * lines * layout.bits / 8);
+DWORD BufferBytes(const SampleLayout& layout, int width, int height) {
+    PictureBuffer buffer;
+    buffer.pixels = layout.pixels;
+    buffer.stride = width;
+    buffer.lines = height;
+    return static_cast<DWORD>(buffer.Bytes());
 }
 
 template <class Header>
-Header FilledHeader(const PixelLayout& layout, int width, int height, std::int64_t duration) {
+Header FilledHeader(const SampleLayout& layout, int width, int height, std::int64_t duration) {
     Header header{};
     header.rcSource = header.rcTarget = {0, 0, width, height};
     header.AvgTimePerFrame = duration;
@@ -42,9 +42,9 @@ Header FilledHeader(const PixelLayout& layout, int width, int height, std::int64
     header.bmiHeader.biWidth = width;
     header.bmiHeader.biHeight = height;
     header.bmiHeader.biPlanes = 1;
-    header.bmiHeader.biBitCount = layout.bits;
+    header.bmiHeader.biBitCount = static_cast<WORD>(layout.pixels.bits);
     header.bmiHeader.biCompression = layout.compression;
-    header.bmiHeader.biSizeImage = static_cast<DWORD>(BufferBytes(layout, width, height));
+    header.bmiHeader.biSizeImage = BufferBytes(layout, width, height);
     if (duration > 0) {
         header.dwBitRate = static_cast<DWORD>(std::min<std::int64_t>(
             std::int64_t{header.bmiHeader.biSizeImage} * 8 * 10'000'000 / duration, MAXDWORD));
@@ -60,32 +60,29 @@ void ReadHeader(const Header& header, PictureType* type) {
     const bool rectangle = target.left == 0 && target.top == 0 && target.right > 0 && target.bottom > 0;
     type->width = rectangle ? std::min<int>(target.right, type->stride) : type->stride;
     type->height = rectangle ? std::min<int>(target.bottom, type->lines) : type->lines;
-    type->topDown = !type->layout->bottomUp || header.bmiHeader.biHeight < 0;
+    type->topDown = !type->pixels.bottomUp || header.bmiHeader.biHeight < 0;
     type->aspect = Aspect::Reduced(type->width, type->height);
 }
 
 } // namespace
 
-std::span<const PixelLayout> PixelLayouts() {
+std::span<const SampleLayout> PixelLayouts() {
     return kLayouts;
 }
 
-const PixelLayout* FindPixelLayout(const GUID& subtype, std::span<const PixelLayout> layouts) {
+const SampleLayout* FindPixelLayout(const GUID& subtype, std::span<const SampleLayout> layouts) {
     const auto found =
-        std::ranges::find_if(layouts, [&](const PixelLayout& row) { return *row.subtype == subtype; });
+        std::ranges::find_if(layouts, [&](const SampleLayout& row) { return *row.subtype == subtype; });
     return found != layouts.end() ? &*found : nullptr;
 }
 
-long PictureType::Bytes() const {
-    return BufferBytes(*layout, stride, lines);
-}
-
-std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<const PixelLayout> layouts) {
+std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<const SampleLayout> layouts) {
     PictureType read;
     read.layout = FindPixelLayout(type->subtype, layouts);
     if (type->majortype != MEDIATYPE_Video || read.layout == nullptr) {
         return std::nullopt;
     }
+    read.pixels = read.layout->pixels;
     if (const auto* first = type.FormatAs<VIDEOINFOHEADER>(FORMAT_VideoInfo)) {
         ReadHeader(*first, &read);
     } else if (const auto* second = type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2)) {
@@ -100,12 +97,12 @@ std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<cons
     return sensible ? std::optional(read) : std::nullopt;
 }
 
-MediaType MakePictureType(const PixelLayout& layout, int width, int height, Aspect aspect,
+MediaType MakePictureType(const SampleLayout& layout, int width, int height, Aspect aspect,
                           std::int64_t duration, const GUID& formatType) {
     MediaType type(MEDIATYPE_Video, *layout.subtype);
     type.Fields().bFixedSizeSamples = TRUE;
     type.Fields().bTemporalCompression = FALSE;
-    type.Fields().lSampleSize = static_cast<ULONG>(BufferBytes(layout, width, height));
+    type.Fields().lSampleSize = BufferBytes(layout, width, height);
     if (formatType == FORMAT_VideoInfo2) {
         auto header = FilledHeader<VIDEOINFOHEADER2>(layout, width, height, duration);
         header.dwPictAspectRatioX = static_cast<DWORD>(aspect.x);

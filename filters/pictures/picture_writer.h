@@ -1,9 +1,8 @@
 #pragma once
 
-#include <memory>
+#include <vector>
 
-#include "filters/decoders/picture.h"
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_buffer.h"
 
 struct SwsContext;
 
@@ -15,6 +14,7 @@ namespace vistrame {
 // Threads    one at a time.
 // Ownership  borrows picture and buffer for the call; keeps the scaler for pictures of the same kind.
 // Errors     false when the scaler does not know the format or the buffer is too small; nothing is written then.
+//            Nothing is ever written outside the buffer, and every pixel of the picture is.
 class PictureWriter {
 public:
     // How a picture fills a buffer of another shape.
@@ -28,15 +28,17 @@ public:
     PictureWriter& operator=(const PictureWriter&) = delete;
     ~PictureWriter();
 
-    static bool FillBlack(const PictureType& target, std::uint8_t* buffer, long bytes);
-    bool Write(const Picture& picture, const PictureType& target, Fit fit, std::uint8_t* buffer, long bytes);
+    static bool FillBlack(const PictureBuffer& target, std::uint8_t* buffer, long bytes);
+    bool Write(const Picture& picture, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
+               long bytes);
 
 private:
     struct Area {
         int x, y, width, height;
         bool operator==(const Area&) const = default;
     };
-    static Area FitInto(const PictureType& target, Aspect aspect);
+    static Area FitInto(const PictureBuffer& target, Aspect aspect);
+    static bool FitsScalerSteps(const PictureBuffer& target, int width);
     // What the scaler is set up for.
     struct Job {
         int width, height, format, matrix, fullRange;
@@ -44,9 +46,12 @@ private:
         bool operator==(const Job&) const = default;
     };
     bool Prepare(const Job& job);
+    bool WriteArea(const Picture& picture, const PictureBuffer& target, const Area& area,
+                   const PicturePlanes& planes);
 
     SwsContext* scaler_ = nullptr;
     Job prepared_{};
+    std::vector<std::uint8_t> roomy_; // an area on its way, where the scaler cannot write it in place
 };
 
 } // namespace vistrame
