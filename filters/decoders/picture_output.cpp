@@ -18,7 +18,7 @@ constexpr REFERENCE_TIME kLongestFreeze = 250 * kUnitsPerMillisecond;
 } // namespace
 
 PictureOutput::PictureOutput(BaseFilter& filter, OutputPin& pin)
-    : filter_(filter), pin_(pin), queue_(kBuffers, kBuffers) {}
+    : filter_(filter), pin_(pin), buffers_(pin), queue_(kBuffers, kBuffers) {}
 
 std::vector<MediaType> PictureOutput::OfferedTypes() {
     std::vector<MediaType> types;
@@ -32,13 +32,12 @@ std::vector<MediaType> PictureOutput::OfferedTypes() {
 }
 
 void PictureOutput::Connected(const MediaType& type) {
-    const auto read = ReadPictureType(type);
-    if (!read) {
+    if (!buffers_.Connected(type)) {
         return; // refused by the pin before it comes here
     }
-    target_ = *read;
+    const PictureType& target = buffers_.Target();
     formatType_ = type->formattype;
-    connected_ = {read->width, read->height, read->aspect};
+    connected_ = {target.width, target.height, target.aspect};
     agreedFor_.reset();
     warm_ = false;
     fit_ = PictureWriter::Fit::kLetterbox;
@@ -55,11 +54,12 @@ void PictureOutput::Start() {
 void PictureOutput::WarmUp() {
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
-    if (warm_ || !pin_.IsConnected() || !TakeBuffer(&sample, &buffer, AM_GBF_NOWAIT) ||
-        !PictureWriter::FillBlack(target_, buffer, sample->GetSize())) {
+    if (warm_ || !pin_.IsConnected() || !buffers_.Take(&sample, &buffer, AM_GBF_NOWAIT) ||
+        !PictureWriter::FillBlack(buffers_.Target(), buffer, sample->GetSize())) {
         return;
     }
-    (void)sample->SetActualDataLength(target_.Bytes());
+    warm_ = true;
+    (void)sample->SetActualDataLength(buffers_.Target().Bytes());
     (void)sample->SetTime(nullptr, nullptr);
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
 }
@@ -89,14 +89,15 @@ void PictureOutput::Show(const Picture& picture) {
     Agree(picture);
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
-    if (!TakeBuffer(&sample, &buffer, 0) ||
-        !writer_.Write(picture, target_, fit_, buffer, sample->GetSize())) {
+    if (!buffers_.Take(&sample, &buffer) ||
+        !writer_.Write(picture, buffers_.Target(), fit_, buffer, sample->GetSize())) {
         return;
     }
+    warm_ = true;
     REFERENCE_TIME start = picture.start.value_or(0);
     REFERENCE_TIME stop = start + picture.duration;
     // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
-    (void)sample->SetActualDataLength(target_.Bytes());
+    (void)sample->SetActualDataLength(buffers_.Target().Bytes());
     (void)sample->SetTime(picture.start ? &start : nullptr, picture.start ? &stop : nullptr);
     (void)sample->SetSyncPoint(TRUE);
     (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
@@ -107,20 +108,6 @@ void PictureOutput::Show(const Picture& picture) {
         (void)queue_.TryPush(ComPtr<IMediaSample>(sample), 1);
     }
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
-}
-
-// A buffer to fill as target_ then says: the renderer may have put a layout of its own on it. False when stopping.
-bool PictureOutput::TakeBuffer(ComPtr<IMediaSample>* sample, BYTE** buffer, DWORD flags) {
-    if (FAILED(pin_.GetBuffer(sample, flags))) {
-        return false;
-    }
-    warm_ = true;
-    AM_MEDIA_TYPE* type = nullptr;
-    if ((*sample)->GetMediaType(&type) == S_OK && type != nullptr) {
-        target_ = ReadPictureType(MediaType(*type)).value_or(target_);
-        MediaType::FreeTaskCopy(type);
-    }
-    return SUCCEEDED((*sample)->GetPointer(buffer));
 }
 
 VideoSkip PictureOutput::WantedSkip(std::optional<REFERENCE_TIME> data) {
@@ -160,33 +147,17 @@ void PictureOutput::Agree(const Picture& picture) {
     queue_.WaitIdle(); // the renderer must have what is laid out the old way, and all buffers be back
     agreedFor_ = shape;
     const auto typeOf = [&](int width, int height) {
-        return MakePictureType(*target_.layout, width, height, picture.aspect, picture.duration, formatType_);
+        return MakePictureType(*buffers_.Target().layout, width, height, picture.aspect, picture.duration,
+                               formatType_);
     };
     const bool sameSize = connected_.width == shape.width && connected_.height == shape.height;
-    if (!sameSize && TryReconnect(typeOf(shape.width, shape.height), shape)) {
+    if (!sameSize && buffers_.Reconnect(typeOf(shape.width, shape.height))) {
+        connected_ = shape;
+        fit_ = PictureWriter::Fit::kFill;
         return;
     }
-    fit_ = TryType(typeOf(connected_.width, connected_.height)) ? PictureWriter::Fit::kFill
-                                                                : PictureWriter::Fit::kLetterbox;
-}
-
-bool PictureOutput::TryType(const MediaType& type) {
-    const auto read = ReadPictureType(type);
-    if (!read || FAILED(pin_.ChangeType(type, read->Bytes()))) {
-        return false;
-    }
-    target_ = *read;
-    return true;
-}
-
-bool PictureOutput::TryReconnect(const MediaType& type, const Shape& shape) {
-    const ComPtr<IPin> renderer = pin_.Peer();
-    if (renderer == nullptr || FAILED(renderer->ReceiveConnection(&pin_, &type.Get())) || !TryType(type)) {
-        return false;
-    }
-    connected_ = shape;
-    fit_ = PictureWriter::Fit::kFill;
-    return true;
+    fit_ = buffers_.ChangeType(typeOf(connected_.width, connected_.height)) ? PictureWriter::Fit::kFill
+                                                                            : PictureWriter::Fit::kLetterbox;
 }
 
 } // namespace vistrame

@@ -5,8 +5,8 @@
 #include "filters/base/output_pin.h"
 #include "filters/base/work_queue.h"
 #include "filters/decoders/deinterlacer.h"
-#include "filters/pictures/picture_types.h"
 #include "filters/pictures/picture_writer.h"
+#include "filters/pictures/renderer_buffers.h"
 #include "filters/decoders/video_decoder.h"
 
 namespace vistrame {
@@ -17,10 +17,9 @@ namespace vistrame {
 //
 // The pin is connected before the stream is known, as a picture of kConnectWidth x kConnectHeight. When the
 // first picture comes, and whenever size or aspect change, the renderer is asked:
-//   1. to reconnect with the picture's own size (IPin::ReceiveConnection while running);
+//   1. to reconnect with the picture's own size;
 //   2. to take the new aspect with the size that was connected; the picture is scaled to that.
-// Where it refuses both, the picture is scaled and keeps its aspect between black bars. A renderer's yes to another
-// size (QueryAccept) is not relied upon: some accept any size and go on reading the buffer with the old one.
+// Where it refuses both, the picture is scaled and keeps its aspect between black bars.
 //
 // Units      times 100 ns.
 // Threads    Show, Drain, Flush: the streaming thread (stream lock). Start and Stop: the filter's state changes.
@@ -65,23 +64,20 @@ private:
     };
 
     void Show(const Picture& picture);
-    bool TakeBuffer(ComPtr<IMediaSample>* sample, BYTE** buffer, DWORD flags);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
-    bool TryType(const MediaType& type);
-    bool TryReconnect(const MediaType& type, const Shape& shape);
 
     BaseFilter& filter_;
     OutputPin& pin_;
     Deinterlacer deinterlacer_;
     PictureWriter writer_;
+    RendererBuffers buffers_;
     WorkQueue<ComPtr<IMediaSample>> queue_;
 
     // Streaming thread, or connecting while there is none.
     GUID formatType_{};
     Shape connected_;                // the size the renderer's surfaces were made for
-    PictureType target_;             // how the buffers are laid out now
-    std::optional<Shape> agreedFor_; // the pictures that target_ was agreed for
+    std::optional<Shape> agreedFor_; // the pictures that the buffers' type was agreed for
     PictureWriter::Fit fit_ = PictureWriter::Fit::kFill;
     bool warm_ = false; // the renderer has had a picture
     bool discontinuity_ = true;

@@ -9,6 +9,46 @@ namespace {
 constexpr CLSID kSinkClass = {0x2a5c10d4, 0x0b1e, 0x4b8f, {0x8a, 0x10, 0x31, 0x5f, 0x6b, 0x77, 0x02, 0x01}};
 constexpr CLSID kSourceClass = {0x2a5c10d4, 0x0b1e, 0x4b8f, {0x8a, 0x10, 0x31, 0x5f, 0x6b, 0x77, 0x02, 0x02}};
 
+// Puts on its buffers how they are to be laid out.
+class LayingAllocator final : public WithInterfaces<ComObject, IMemAllocator> {
+public:
+    LayingAllocator(ComPtr<IMemAllocator> inner, SinkFilter& owner)
+        : inner_(std::move(inner)), owner_(owner) {}
+
+    HRESULT STDMETHODCALLTYPE SetProperties(ALLOCATOR_PROPERTIES* wanted,
+                                            ALLOCATOR_PROPERTIES* actual) override {
+        ALLOCATOR_PROPERTIES larger = *wanted;
+        larger.cbBuffer *= 2;
+        return inner_->SetProperties(&larger, actual);
+    }
+    HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* now) override {
+        return inner_->GetProperties(now);
+    }
+    HRESULT STDMETHODCALLTYPE Commit() override { return inner_->Commit(); }
+    HRESULT STDMETHODCALLTYPE Decommit() override { return inner_->Decommit(); }
+    HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** sample, REFERENCE_TIME*, REFERENCE_TIME*,
+                                        DWORD flags) override {
+        const HRESULT result = inner_->GetBuffer(sample, nullptr, nullptr, flags);
+        MediaType type(owner_.Input().Type());
+        const auto* now = type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
+        if (auto format = now != nullptr ? *now : VIDEOINFOHEADER2{};
+            SUCCEEDED(result) && now != nullptr && owner_.layOut(format)) {
+            type.SetFormat(FORMAT_VideoInfo2, format);
+            EXPECT_EQ((*sample)->SetMediaType(&type.Fields()), S_OK);
+        }
+        return result;
+    }
+    HRESULT STDMETHODCALLTYPE ReleaseBuffer(IMediaSample* sample) override {
+        return inner_->ReleaseBuffer(sample);
+    }
+
+private:
+    ~LayingAllocator() override = default;
+
+    ComPtr<IMemAllocator> inner_;
+    SinkFilter& owner_;
+};
+
 } // namespace
 
 bool WaitUntil(const std::function<bool()>& condition) {
@@ -38,8 +78,20 @@ public:
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
         ComPtr<IMemAllocator> usual;
         const HRESULT result = InputPin::GetAllocator(&usual);
-        *allocator = owner_.Allocator(usual).Detach();
+        if (owner_.layOut) {
+            usual = MakeObject<LayingAllocator>(usual, owner_);
+        }
+        *allocator = usual.Detach();
         return result;
+    }
+    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override {
+        {
+            const std::lock_guard lock(owner_.lock_);
+            if (owner_.held_ != nullptr) {
+                return VFW_E_BUFFERS_OUTSTANDING;
+            }
+        }
+        return InputPin::ReceiveConnection(peer, type);
     }
 
 protected:
@@ -64,6 +116,9 @@ protected:
         Record& record = owner_.record_;
         record.samples.push_back(std::move(taken));
         record.inReceive = true;
+        if (owner_.holds) {
+            owner_.held_ = sample;
+        }
         owner_.changed_.wait(lock, [this] { return !owner_.blocked_ || owner_.freed_; });
         record.inReceive = false;
         return S_OK;
@@ -90,6 +145,7 @@ private:
     void SetFreed(bool freed) {
         const std::lock_guard lock(owner_.lock_);
         owner_.freed_ = freed;
+        owner_.held_.Reset();
         owner_.changed_.notify_all();
     }
 

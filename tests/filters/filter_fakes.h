@@ -10,6 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+#include <dshow.h>
+#include <dvdmedia.h>
+
 #include "filters/base/input_pin.h"
 #include "filters/base/output_pin.h"
 #include "transport/bytes.h"
@@ -75,6 +79,11 @@ public:
     std::function<HRESULT(const MediaType&)> check = [](const MediaType&) { return S_OK; };
     std::vector<MediaType> offered;
     bool reconnects = true; // while running
+    // Keeps the last sample until a flush, and refuses to reconnect with it.
+    bool holds = false;
+    // Like a renderer with surfaces: changes how pictures are to be laid out in the buffers, which then carry the type,
+    // until the pin has one in which this leaves nothing to change (false).
+    std::function<bool(VIDEOINFOHEADER2&)> layOut;
 
     // Receive waits until it is unblocked, flushed or stopped.
     void Block(bool blocked);
@@ -92,7 +101,6 @@ protected:
 
     // Before a sample goes into the record; on the thread that delivers it.
     virtual void Look(ByteSpan data, Sample& sample) { sample.data.assign(data.begin(), data.end()); }
-    virtual ComPtr<IMemAllocator> Allocator(const ComPtr<IMemAllocator>& usual) { return usual; }
 
     mutable std::mutex lock_; // guards what follows
 
@@ -103,6 +111,7 @@ private:
     bool blocked_ = false;
     bool freed_ = false; // by a flush or by stopping
     Record record_;
+    ComPtr<IMediaSample> held_;
     InputPin* pin_;
 };
 

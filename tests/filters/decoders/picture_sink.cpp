@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
-
-#include <dvdmedia.h>
 
 namespace vistrame::test {
 
@@ -53,51 +50,14 @@ struct PictureView {
     }
 };
 
-// Puts on its buffers how the lines are to be laid out, until the pin has a type that says so: like a renderer with
-// surfaces.
-class PaddingAllocator final : public WithInterfaces<ComObject, IMemAllocator> {
-public:
-    PaddingAllocator(ComPtr<IMemAllocator> inner, InputPin& pin, int padding)
-        : inner_(std::move(inner)), pin_(pin), padding_(padding) {}
-
-    HRESULT STDMETHODCALLTYPE SetProperties(ALLOCATOR_PROPERTIES* wanted,
-                                            ALLOCATOR_PROPERTIES* actual) override {
-        ALLOCATOR_PROPERTIES larger = *wanted;
-        larger.cbBuffer *= 2;
-        return inner_->SetProperties(&larger, actual);
-    }
-    HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* now) override {
-        return inner_->GetProperties(now);
-    }
-    HRESULT STDMETHODCALLTYPE Commit() override { return inner_->Commit(); }
-    HRESULT STDMETHODCALLTYPE Decommit() override { return inner_->Decommit(); }
-    HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** sample, REFERENCE_TIME*, REFERENCE_TIME*,
-                                        DWORD) override {
-        const HRESULT result = inner_->GetBuffer(sample, nullptr, nullptr, 0);
-        MediaType type(pin_.Type());
-        auto format = *type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
-        if (SUCCEEDED(result) && format.bmiHeader.biWidth == format.rcTarget.right) {
-            format.bmiHeader.biWidth += padding_;
-            type.SetFormat(FORMAT_VideoInfo2, format);
-            EXPECT_EQ((*sample)->SetMediaType(&type.Fields()), S_OK);
-        }
-        return result;
-    }
-    HRESULT STDMETHODCALLTYPE ReleaseBuffer(IMediaSample* sample) override {
-        return inner_->ReleaseBuffer(sample);
-    }
-
-private:
-    ~PaddingAllocator() override = default;
-
-    ComPtr<IMemAllocator> inner_;
-    InputPin& pin_;
-    const int padding_;
-};
-
 } // namespace
 
 PictureSinkFilter::PictureSinkFilter() {
+    layOut = [this](VIDEOINFOHEADER2& format) {
+        const bool change = padding != 0 && format.bmiHeader.biWidth == format.rcTarget.right;
+        format.bmiHeader.biWidth += change ? padding : 0;
+        return change;
+    };
     check = [this](const MediaType& type) {
         const auto picture = ReadPictureType(type);
         const auto now = Input().IsConnected() ? ReadPictureType(Input().Type()) : std::nullopt;
@@ -106,11 +66,6 @@ PictureSinkFilter::PictureSinkFilter() {
                    ? S_OK
                    : VFW_E_TYPE_NOT_ACCEPTED;
     };
-}
-
-ComPtr<IMemAllocator> PictureSinkFilter::Allocator(const ComPtr<IMemAllocator>& usual) {
-    return padding == 0 ? usual
-                        : ComPtr<IMemAllocator>(MakeObject<PaddingAllocator>(usual, Input(), padding));
 }
 
 void PictureSinkFilter::Look(ByteSpan data, Sample& sample) {

@@ -45,7 +45,6 @@ public:
 private:
     ~PictureSinkFilter() override { (void)Stop(); }
     void Look(ByteSpan data, Sample& sample) override;
-    ComPtr<IMemAllocator> Allocator(const ComPtr<IMemAllocator>& usual) override;
 
     std::vector<SeenPicture> pictures_; // under the lock
 };

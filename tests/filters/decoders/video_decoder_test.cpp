@@ -144,11 +144,13 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
         Aspect secondAspect;
         bool bars = false; // at the left and right of the second
         int padding = 0;   // of each line
+        bool holds = false;
     };
     const SIZE connected{PictureOutput::kConnectWidth, PictureOutput::kConnectHeight};
     const Row rows[] = {
         {"a renderer that reconnects", true, true, {720, 576}, {352, 288}, {4, 3}},
         {"one that wants longer lines", true, true, {720, 576}, {352, 288}, {4, 3}, false, 128},
+        {"one that keeps its last picture", true, true, {720, 576}, {352, 288}, {4, 3}, false, 0, true},
         {"one that takes another aspect", false, true, connected, connected, {4, 3}},
         {"one that takes nothing", false, false, connected, connected, {16, 9}, true},
     };
@@ -160,6 +162,7 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
             sink.reconnects = row.reconnects;
             sink.acceptsAspect = row.acceptsAspect;
             sink.padding = row.padding;
+            sink.holds = row.holds;
         });
         playback.Send(large);
         playback.Send(small, 3000 * kMs);
