@@ -61,14 +61,18 @@ public:
 protected:
     ALLOCATOR_PROPERTIES NeededBuffers() override {
         const auto picture = ReadPictureType(Type(), kLayouts);
-        return {.cBuffers = 1, .cbBuffer = picture ? picture->Bytes() : 0, .cbAlign = 1, .cbPrefix = 0};
+        return {
+            .cBuffers = kBuffers, .cbBuffer = picture ? picture->Bytes() : 0, .cbAlign = 1, .cbPrefix = 0};
     }
 
 private:
     OsdSource& owner_;
 };
 
-OsdSource::OsdSource() : WithInterfaces(CLSID_OsdSource), pin_(AddPin(std::make_unique<PicturePin>(*this))) {}
+OsdSource::OsdSource()
+    : WithInterfaces(CLSID_OsdSource),
+      pin_(AddPin(std::make_unique<PicturePin>(*this))),
+      buffers_(pin_, kLayouts) {}
 
 HRESULT OsdSource::SetSize(ULONG width, ULONG height, ULONG visible) {
     if (width == 0 || height == 0 || width > kLargest || height > kLargest) {
@@ -106,6 +110,9 @@ void OsdSource::StartWorker() {
         const std::lock_guard lock(lock_);
         running_ = true;
     }
+    (void)buffers_.Connected(pin_.Type()); // one of the layouts, or it would not be connected
+    canvas_.reset();
+    askedWidth_ = askedHeight_ = 0;
     worker_ = std::thread([this] { Work(); });
 }
 
@@ -122,62 +129,66 @@ void OsdSource::JoinWorker() {
 }
 
 void OsdSource::Work() {
-    bool painted = false;
-    unsigned paintedVersion = 0;
     std::unique_lock lock(lock_);
     while (running_) {
-        if (!painted || paintedVersion != version_) {
-            painted = true;
-            paintedVersion = version_;
-            const Content content = content_;
-            lock.unlock();
-            Paint(content);
-        } else {
-            lock.unlock();
-        }
-        Deliver();
+        const Content content = content_;
+        const unsigned version = version_;
+        lock.unlock();
+        Agree(content);
+        Deliver(content, version);
         lock.lock();
         changed_.wait_for(lock, std::chrono::milliseconds(kRepeat),
-                          [&] { return !running_ || paintedVersion != version_; });
+                          [&] { return !running_ || version != version_; });
     }
 }
 
-void OsdSource::Paint(const Content& content) {
-    auto agreed = ReadPictureType(pin_.Type(), kLayouts);
-    if (agreed && (agreed->width != content.width || agreed->height != content.height)) {
-        const MediaType wanted =
-            TypeOf(*agreed->layout, pin_.Type()->formattype, content.width, content.height);
-        if (SUCCEEDED(pin_.ChangeType(wanted, ReadPictureType(wanted, kLayouts)->Bytes()))) {
-            agreed = ReadPictureType(wanted, kLayouts);
-        }
+// Asks the renderer for the wanted size, once for each.
+void OsdSource::Agree(const Content& content) {
+    const PictureType& target = buffers_.Target();
+    const bool asked = content.width == askedWidth_ && content.height == askedHeight_;
+    askedWidth_ = content.width;
+    askedHeight_ = content.height;
+    if (asked || (content.width == target.width && content.height == target.height)) {
+        return;
     }
-    if (!agreed) {
-        return; // disconnected meanwhile
+    (void)buffers_.Reconnect(TypeOf(*target.layout, pin_.Type()->formattype, content.width, content.height));
+}
+
+// False without memory.
+bool OsdSource::Paint(const Content& content, unsigned version) {
+    const PictureType& target = buffers_.Target();
+    const bool fits =
+        canvas_ != nullptr && canvas_->width() == target.width && canvas_->height() == target.height;
+    if (fits && paintedVersion_ == version) {
+        return true;
     }
-    if (canvas_ == nullptr || canvas_->width() != agreed->width || canvas_->height() != agreed->height) {
+    if (!fits) {
         canvas_ = std::make_unique<OsdCanvasArgb32>();
-        if (!canvas_->create(agreed->width, agreed->height)) {
+        if (!canvas_->create(target.width, target.height)) {
             canvas_.reset();
-            return;
+            return false;
         }
     }
     textPicture_.Draw(content.visible ? std::string_view(content.text) : std::string_view(), canvas_.get());
+    paintedVersion_ = version;
+    return true;
 }
 
-void OsdSource::Deliver() {
+void OsdSource::Deliver(const Content& content, unsigned version) {
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
-    if (canvas_ == nullptr || FAILED(pin_.GetBuffer(&sample)) || FAILED(sample->GetPointer(&buffer)) ||
-        static_cast<std::size_t>(sample->GetSize()) < canvas_->bufferSize()) {
-        return; // stopping
+    if (!buffers_.Take(&sample, &buffer) || sample->GetSize() < buffers_.Target().Bytes() ||
+        !Paint(content, version)) {
+        return; // stopping, mostly
     }
-    const std::size_t stride = static_cast<std::size_t>(canvas_->width()) * 4;
-    for (int y = 0; y < canvas_->height(); ++y) { // the buffer is bottom-up
-        std::memcpy(buffer + stride * static_cast<std::size_t>(canvas_->height() - 1 - y),
-                    canvas_->pixelsPtr() + stride * static_cast<std::size_t>(y), stride);
+    const PicturePlanes lines = buffers_.Target().PlanesIn(buffer);
+    const std::size_t bytes = static_cast<std::size_t>(canvas_->width()) * 4;
+    for (int y = 0; y < canvas_->height(); ++y) {
+        std::memcpy(lines.data[0] + std::ptrdiff_t{lines.strides[0]} * y,
+                    canvas_->pixelsPtr() + bytes * static_cast<std::size_t>(y), bytes);
     }
     // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
-    (void)sample->SetActualDataLength(static_cast<long>(canvas_->bufferSize()));
+    (void)sample->SetActualDataLength(buffers_.Target().Bytes());
     (void)sample->SetTime(nullptr, nullptr);
     (void)sample->SetSyncPoint(TRUE);
     (void)pin_.Deliver(sample.Get()); // refused: the next one follows anyway

@@ -8,6 +8,7 @@
 #include "filters/base/base_filter.h"
 #include "filters/base/output_pin.h"
 #include "filters/osd_source/text_picture.h"
+#include "filters/pictures/renderer_buffers.h"
 #include "contract/maker_interfaces.h"
 
 namespace vistrame {
@@ -22,10 +23,11 @@ namespace vistrame {
 //            delivers from Pause to Stop.
 // Ownership  the text is copied.
 // Errors     E_INVALIDARG for a size that is no picture. A size set while connected holds where the renderer takes it
-//            in mid-stream; otherwise the connected size stays.
+//            in mid-stream; otherwise the connected size stays, and it is asked for the next one set.
 class OsdSource final : public WithInterfaces<BaseFilter, OsdSourceControl, IAMFilterMiscFlags> {
 public:
     static constexpr DWORD kRepeat = 1000; // milliseconds
+    static constexpr long kBuffers = 2;    // one at the renderer, one to fill
 
     OsdSource();
 
@@ -58,8 +60,9 @@ private:
     void BeginStop();
     void JoinWorker();
     void Work();
-    void Paint(const Content& content);
-    void Deliver();
+    void Agree(const Content& content);
+    bool Paint(const Content& content, unsigned version);
+    void Deliver(const Content& content, unsigned version);
 
     mutable std::mutex lock_; // guards content_, version_, running_; nothing is called under it
     std::condition_variable changed_;
@@ -70,7 +73,11 @@ private:
     std::thread worker_;      // filter lock
     TextPicture textPicture_; // what follows is the worker's
     std::unique_ptr<OsdCanvasArgb32> canvas_;
+    unsigned paintedVersion_ = 0; // what canvas_ shows
+    int askedWidth_ = 0;          // the size that the renderer was asked for last
+    int askedHeight_ = 0;
     PicturePin& pin_;
+    RendererBuffers buffers_;
 };
 
 } // namespace vistrame

@@ -1,5 +1,7 @@
 #include "filters/osd_source/osd_source.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "tests/filters/filter_fakes.h"
@@ -17,16 +19,22 @@ struct Counts {
     int text = 0;     // near white
     int lastRow = -1; // with text, from the top
 
-    explicit Counts(const SinkFilter::Sample& sample, int width = kWidth, int height = kHeight) {
-        EXPECT_EQ(sample.data.size(), static_cast<std::size_t>(width) * height * 4);
+    explicit Counts(const SinkFilter::Sample& sample, int width = kWidth, int height = kHeight,
+                    int padding = 0, bool topDown = false) {
+        const int stride = width + padding;
+        EXPECT_EQ(sample.data.size(), static_cast<std::size_t>(stride) * height * 4);
         EXPECT_FALSE(sample.time.has_value());
         for (std::size_t at = 0; at + 4 <= sample.data.size(); at += 4) {
+            if (static_cast<int>(at / 4) % stride >= width) {
+                continue; // whatever stands there
+            }
             std::uint32_t pixel = 0;
             std::memcpy(&pixel, sample.data.data() + at, sizeof pixel);
             transparent += pixel == 0 ? 1 : 0;
             if ((pixel & 0xFF) > 0xC0) {
                 ++text;
-                lastRow = lastRow < 0 ? height - 1 - static_cast<int>(at / 4) / width : lastRow;
+                const int row = static_cast<int>(at / 4) / stride;
+                lastRow = std::max(lastRow, topDown ? row : height - 1 - row);
             }
         }
     }
@@ -88,6 +96,28 @@ TEST(OsdSource, SizeAndVisibilityMayChange) {
     EXPECT_EQ(display.osd->SetSize(320, 180, 0), S_OK);
     EXPECT_EQ(Counts(display.Picture(2), 320, 180).transparent, 320 * 180) << "hidden";
     EXPECT_EQ(display.osd->SetSize(0, 180, 1), E_INVALIDARG);
+}
+
+// As renderers with surfaces do: longer lines that run downwards, and a picture kept until the next.
+TEST(OsdSource, KeepsToTheLayoutThatTheBuffersCarry) {
+    constexpr int kPadding = 48;
+    Display display;
+    display.sink->holds = true;
+    display.sink->layOut = [](VIDEOINFOHEADER2& format) {
+        const bool change = format.bmiHeader.biHeight > 0;
+        format.bmiHeader.biWidth += change ? kPadding : 0;
+        format.bmiHeader.biHeight = -std::abs(format.bmiHeader.biHeight);
+        return change;
+    };
+    display.Start();
+    const Counts first(display.Picture(0), kWidth, kHeight, kPadding, true);
+    EXPECT_GT(first.text, 100);
+    EXPECT_LT(first.lastRow, kHeight / 4) << "right side up, in the upper corner";
+    EXPECT_EQ(display.osd->SetText("next"), S_OK);
+    EXPECT_GT(Counts(display.Picture(1), kWidth, kHeight, kPadding, true).text, 20)
+        << "there is a buffer while the renderer keeps one";
+    EXPECT_EQ(display.osd->SetSize(320, 180, 1), S_OK);
+    EXPECT_GT(Counts(display.Picture(2), 320, 180, kPadding, true).text, 10) << "it gave its picture back";
 }
 
 TEST(OsdSource, StopsWhileTheRendererHoldsAPictureAndStartsAgain) {
