@@ -91,7 +91,7 @@ Outcome Show(const Options& options, const std::string& path, const Script& scri
         return opened;
     }
     if (options.list) {
-        PrintOut(FormatProgrammeTable(file));
+        PrintOut(options.listFields ? FormatProgrammeFields(file) : FormatProgrammeTable(file));
         return {};
     }
     if (options.play && file.Find(*options.play) == nullptr) {

@@ -23,6 +23,11 @@ bool TakeFlag(Options& options, const std::string&) {
     return true;
 }
 
+bool TakeListFields(Options& options, const std::string&) {
+    options.list = options.listFields = true;
+    return true;
+}
+
 bool TakePlay(Options& options, const std::string& value) {
     const auto number = ParseNumber(value);
     if (!number || *number > 0xFFFF) {
@@ -65,6 +70,8 @@ struct OptionRow {
 
 constexpr std::array kOptions{
     OptionRow{"--list", "", "print the programme table and end", TakeFlag<&Options::list, true>},
+    OptionRow{"--list-fields", "", "the same for programs: a line per programme, fields between tabs",
+              TakeListFields},
     OptionRow{"--play", "N", "choose programme N at once", TakePlay},
     OptionRow{"--script", "FILE", "carry out the commands of FILE, then end", TakeText<&Options::script>},
     OptionRow{"--stay-open", "", "keep the window when the script has ended",
@@ -87,7 +94,7 @@ constexpr std::array kOptions{
 ParsedOptions Wrong(const std::vector<std::string>& arguments, std::string error) {
     ParsedOptions wrong{.options = {}, .error = std::move(error)};
     wrong.options.list = std::ranges::any_of(
-        arguments, [](const std::string& word) { return word == "--list" || word == "--script"; });
+        arguments, [](const std::string& word) { return word.starts_with("--list") || word == "--script"; });
     return wrong;
 }
 

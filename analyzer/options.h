@@ -11,6 +11,7 @@ namespace vistrame {
 struct Options {
     bool help = false;
     bool list = false;
+    bool listFields = false; // for programs to read; list is set too
     std::optional<std::uint16_t> play;
     std::string script; // paths; empty: not given
     std::string log;

@@ -133,4 +133,15 @@ std::string FormatProgrammeTable(const StreamFile& file) {
     return table;
 }
 
+std::string FormatProgrammeFields(const StreamFile& file) {
+    const auto field = [](Pid pid) { return pid == kNullPid ? std::string("-") : Format("0x%04X", pid); };
+    std::string lines;
+    for (const Programme& programme : file.Programmes()) {
+        const Selection played = SelectStreams(programme, std::nullopt).value_or(Selection());
+        lines += Format("%u\t", programme.number) + field(played.videoPid) + '\t' + field(played.audioPid) +
+                 '\t' + programme.name + '\n'; // names hold no control codes
+    }
+    return lines;
+}
+
 } // namespace vistrame

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "analyzer/selection.h"
+#include "analyzer/stream_file.h"
+#include "tests/analyzer/temporary_stream.h"
 
 namespace vistrame::test {
 namespace {
@@ -38,6 +40,24 @@ TEST(Selection, StreamsAndCodingFieldsOfAProgramme) {
         }
         EXPECT_EQ(selected, row.expected) << row.what;
     }
+}
+
+// Whoever looks for something to play finds it in the second and third field.
+TEST(Selection, FieldsOfAStreamsProgrammes) {
+    TsBuilder builder;
+    builder.AddPat({{1, 0x100}, {7, 0x107}, {2064, 0x110}, {9000, 0x120}});
+    builder.AddPmt(0x100, 1, kNullPid, {{0x101, 0x05, {}}}); // data
+    builder.AddPmt(0x107, 7, 0x171, {{0x171, 0x03, {}}});    // radio; 9000 has no map
+    builder.AddPmt(0x110, 2064, 0x201, {{0x201, 0x1B, {}}, {0x202, 0x03, {}}});
+    builder.AddSdt({{7, "Radio\nSieben"}, {2064, "Das Erste"}});
+    const TemporaryStream written(Render(builder.packets));
+    StreamFile file;
+    ASSERT_TRUE(file.Open(written.Path()).Ok());
+    EXPECT_EQ(FormatProgrammeFields(file),
+              "1\t-\t-\t\n"
+              "7\t-\t0x0171\tRadioSieben\n"
+              "2064\t0x0201\t0x0202\tDas Erste\n"
+              "9000\t-\t-\t\n");
 }
 
 } // namespace
