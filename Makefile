@@ -2,11 +2,15 @@
 .DEFAULT_GOAL := help
 .PHONY: help setup build test live play format-check tidy bench fuzz clean
 
+# A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
+quoted = '$(subst ','\'',$(value $(1)))'
+unexport STREAM # on the way make would expand its value
+
 help: ## this list
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/  make \1|\2/p' $(MAKEFILE_LIST) | awk -F'|' '{printf "%-20s %s\n", $$1, $$2}'
 
 play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
-	@tools/play $(if $(STREAM),"$(STREAM)")
+	@VISTRAME_CALLER=$(call quoted,PWD) tools/play $(if $(value STREAM),$(call quoted,STREAM))
 
 test: ## build everything and run every test
 	@tools/test

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The part of tools/play that runs inside a session.
 #
-# usage: play-in-session.sh shown|watched STREAM SCRIPT     (SCRIPT empty: the stream's first programme)
+# usage: play-in-session.sh shown|watched STREAM SCRIPT
+#   SCRIPT empty: the stream's first programme that has pictures or sound
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
 how=$1 stream=$2 script=$3
@@ -15,15 +16,24 @@ analyzer=$(product vistrame-analyzer.exe)
     die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
 
 options=(--set UseVMR9=1 --player "$(product vistrame.exe)" --log "$out/events.log" --report "$out/report.txt")
-first=$("$repo/tools/wine" "$analyzer" --list "$stream" | tr -d '\r' | sed -n 's/^ *\(programme \)\{0,1\}\([0-9][0-9]*\).*/\2/p' | head -n 1)
+seen=$stream # as Windows programs see it
+[ -z "${VISTRAME_STREAM:-}" ] || seen=$(stream_in_wine)
+if [ -z "$script" ]; then
+    "$repo/tools/wine" "$analyzer" --list-fields "$seen" >"$VISTRAME_SESSION/programmes"
+    read -r first video < <(awk -F '\t' '$2 $3 != "--" {print $1, $2; exit}' "$VISTRAME_SESSION/programmes") ||
+        die "$stream: no programme in it has pictures or sound that can be played."
+fi
 if [ "$how" = shown ]; then
     if [ -n "$script" ]; then options+=(--script "$script" --stay-open); else options+=(--play "$first"); fi
-    exec "$repo/tools/wine" "$analyzer" "${options[@]}" "$stream"
+    exec "$repo/tools/wine" "$analyzer" "${options[@]}" "$seen"
 fi
 
 if [ -z "$script" ]; then
     script=$VISTRAME_SESSION/file.script
-    printf '%s\n' "0 play $first" "+0 wait picture 15" "9 mark programme-$first" "10 quit" >"$script"
+    seconds=${VISTRAME_PLAY_SECONDS:-10}
+    wait_picture='+0 wait picture 15'
+    [ "$video" != - ] || wait_picture='' # radio
+    printf '%s\n' "0 play $first" "$wait_picture" "$((seconds - 1)) mark programme-$first" "$seconds quit" >"$script"
 fi
 
 # The analyzer's window alone, as the display shows it (the player's window is a child of it).
@@ -36,7 +46,7 @@ picture() {
 started=$SECONDS
 printf '  -> %s\n' "Playing $stream" >&3
 : >"$out/events.log"
-"$repo/tools/wine" "$analyzer" "${options[@]}" --script "$script" "$stream" 2> >(grep -v '^ALSA lib' >&2) &
+"$repo/tools/wine" "$analyzer" "${options[@]}" --script "$script" "$seen" 2> >(grep -v '^ALSA lib' >&2) &
 analyzer_pid=$!
 # What happens is told as it happens; at each mark a picture is taken.
 tail -n +1 -f --pid="$analyzer_pid" -s 0.1 "$out/events.log" | while read -r seconds word rest; do

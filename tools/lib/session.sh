@@ -58,6 +58,11 @@ open_session() {
     # So is the folder of its server's socket, which is removed at its end: a name of its own.
     rm -f "$WINEPREFIX/wineserver"
 
+    if [ -n "${VISTRAME_STREAM:-}" ] && [ -e "$wine_root/host" ]; then
+        mkdir "$VISTRAME_SESSION/stream"
+        ln -s "$VISTRAME_STREAM" "$(stream_in_wine)" # no root: the machine's own Wine sees it where it is
+    fi
+
     [ -z "$private_display" ] || start_display
     start_sound
     start_wine_server

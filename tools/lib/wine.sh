@@ -38,6 +38,20 @@ host_wine_version() {
     return 0
 }
 
+# The stream that is to be played (VISTRAME_STREAM, which may be any readable file) as Windows programs of a session see
+# it: in the session's folder, under its own name as far as Windows allows that.
+stream_in_wine() {
+    local LC_ALL=C.UTF-8 name
+    name=$(basename -- "$VISTRAME_STREAM" | iconv -cs -f UTF-8 -t UTF-8 || true) # -c tells by its code what it left out
+    name=${name//[^[:alnum:] \'!#$%&()+,.=@_~-]/_}
+    [ ${#name} -le 100 ] || name=${name: -100}
+    # Windows takes a blank or dot at the end away, and some names for devices.
+    case ${name,,} in
+    *[\ .] | con | con.* | prn | prn.* | aux | aux.* | nul | nul.* | com? | com?.* | lpt? | lpt?.*) name=_${name}_ ;;
+    esac
+    printf '%s\n' "$VISTRAME_SESSION/stream/$name"
+}
+
 # Fills the array `in_wine` with the command prefix that puts a program into Wine's surroundings.
 wine_surroundings() {
     in_wine=()
@@ -61,6 +75,10 @@ wine_surroundings() {
         *) [ ! -e "$part" ] || in_wine+=(--bind "$part" "$part") ;;
         esac
     done
+    # The server, which opens the files for all, is the session's first: before it this must be known. Not at its own
+    # place: the root's folders are not to be written into, and not every name is one for Windows.
+    [ -z "${VISTRAME_SESSION:-}" ] || [ -z "${VISTRAME_STREAM:-}" ] ||
+        in_wine+=(--ro-bind-try "$VISTRAME_STREAM" "$(stream_in_wine)")
     in_wine+=(--chdir "$PWD" --)
 }
 
@@ -69,6 +87,8 @@ wine_environment() {
     export WINEDEBUG=${WINEDEBUG:--all}
     # No .NET or HTML engine is installed, nor wanted; no desktop menus either.
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
+    # Names of files are UTF-8, whatever else is spoken here; the root knows no other locale either.
+    [ -e "$wine_root/host" ] && [ "$(locale charmap 2>/dev/null)" = UTF-8 ] || export LC_ALL=C.UTF-8
 }
 
 # Which Direct3D a program with these arguments gets: Vulkan, and every call carried out where it is made.
