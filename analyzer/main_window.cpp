@@ -207,7 +207,7 @@ void MainWindow::OnCommand(int id, int notification) {
 // The player reads its settings when it starts, so the one that runs is replaced.
 void MainWindow::StoreSettings() {
     if (const std::string wrong = settings_.Store(); !wrong.empty()) {
-        (void)MessageBoxW(window_, Widen(wrong).c_str(), L"Settings", MB_ICONEXCLAMATION);
+        Tell(wrong, L"Settings");
         return;
     }
     if (const auto selection = session_->Read().selection) {
@@ -216,8 +216,16 @@ void MainWindow::StoreSettings() {
     }
 }
 
+void MainWindow::Tell(const std::string& text, const wchar_t* title) {
+    ++ownBoxes_;
+    (void)MessageBoxW(window_, Widen(text).c_str(), title, MB_ICONEXCLAMATION); // there is nothing to choose
+    --ownBoxes_;
+}
+
 void MainWindow::OpenOther() {
+    ++ownBoxes_;
     nextFile_ = AskForFile(window_);
+    --ownBoxes_;
     if (!nextFile_.empty()) {
         session_->End();
     }
@@ -231,11 +239,15 @@ void MainWindow::OnTick() {
         Redraw(); // until it heard of its new size the player may have drawn beside it
     }
     session_->LookForBox();
+    // A box of the player's disables this window until it is closed; a player that is gone closes none.
+    if (session_->PlayerWindow() == nullptr && ownBoxes_ == 0) {
+        (void)EnableWindow(window_, TRUE); // answers what it was before
+    }
     const Session::Status status = session_->Read();
     list_.Show(status.selection ? std::optional(status.selection->programme) : std::nullopt);
     ShowStatus(status);
     if (const auto notice = session_->TakeNotice()) {
-        (void)MessageBoxW(window_, Widen(*notice).c_str(), L"Vistrame analyzer", MB_ICONEXCLAMATION);
+        Tell(*notice, L"Vistrame analyzer");
     }
 }
 

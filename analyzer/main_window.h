@@ -49,6 +49,7 @@ private:
     void ShowStatus(const Session::Status& status);
     void StoreSettings();
     void OpenOther();
+    void Tell(const std::string& text, const wchar_t* title);
 
     const StreamFile& file_;
     const Options& options_;
@@ -65,6 +66,7 @@ private:
     ReportFacts facts_;
     Outcome result_;
     std::string nextFile_;
+    int ownBoxes_ = 0;         // open now; each keeps this window disabled
     bool redrawAgain_ = false; // at the next tick
 
     // For the bit rate shown: the mean of about a second.
