@@ -71,6 +71,8 @@ public:
         nextStart_.reset();
     }
 
+    void ShowAnything() override { showAnything_ = showAnything_ || !firstShown_; }
+
     void SetSkip(VideoSkip skip) override {
         constexpr AVDiscard kDiscard[] = {AVDISCARD_DEFAULT, AVDISCARD_NONREF, AVDISCARD_NONKEY};
         context_->skip_frame = kDiscard[static_cast<int>(skip)];
@@ -79,20 +81,33 @@ public:
 private:
     void BeginAnew() {
         avcodec_flush_buffers(context_.get());
+        context_->flags2 &= ~AV_CODEC_FLAG2_SHOW_ALL;
         firstShown_ = false;
+        previewed_ = false;
+        showAnything_ = false;
     }
 
     void DecodeUnit(const AccessUnit& unit) {
         buffer_.assign(unit.data.begin(), unit.data.end());
         buffer_.resize(unit.data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-        if (!firstShown_ && IsRandomAccessPoint(coding_, unit.data)) {
-            preview_ = true;
-            SendUnit(unit);
-            DrainCodec();
-            preview_ = false;
-            avcodec_flush_buffers(context_.get());
+        if (!firstShown_ && !previewed_ && IsRandomAccessPoint(coding_, unit.data)) {
+            Preview(unit);
+        }
+        if (!firstShown_ && showAnything_) {
+            context_->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
         }
         SendUnit(unit);
+    }
+
+    // Once only: it makes the codec forget what it has, and where every picture is marked as one to begin with, a stream
+    // refreshed piece by piece would never come together.
+    void Preview(const AccessUnit& unit) {
+        previewed_ = true;
+        preview_ = true;
+        SendUnit(unit);
+        DrainCodec();
+        preview_ = false;
+        avcodec_flush_buffers(context_.get());
     }
 
     void SendUnit(const AccessUnit& unit) {
@@ -165,7 +180,9 @@ private:
     AvPtr<AVFrame> frame_;
     std::vector<std::uint8_t> buffer_; // the unit with the padding that libavcodec reads into
     bool firstShown_ = false;
-    bool preview_ = false;
+    bool previewed_ = false;                // the first picture to begin with
+    bool preview_ = false;                  // under way
+    bool showAnything_ = false;             // no matter what it refers to
     std::optional<std::int64_t> nextStart_; // of a picture without a time of its own
 };
 

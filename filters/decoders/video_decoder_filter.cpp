@@ -44,11 +44,13 @@ void VideoDecoderFilter::OutputTypeAgreed(const MediaType& type) {
 }
 
 HRESULT VideoDecoderFilter::Starting() {
+    begun_ = std::chrono::steady_clock::now();
     pictures_.Start();
     return S_OK;
 }
 
 void VideoDecoderFilter::Running(REFERENCE_TIME /*start*/) {
+    begun_ = std::chrono::steady_clock::now();
     // Not to be waited for: who holds it is bringing the first picture already.
     const std::unique_lock streaming(StreamLock(), std::try_to_lock);
     if (streaming.owns_lock()) {
@@ -75,6 +77,9 @@ HRESULT VideoDecoderFilter::Transform(IMediaSample* sample) {
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
     const auto time = SUCCEEDED(sample->GetTime(&start, &stop)) ? std::optional(start) : std::nullopt;
+    if (State() == State_Running && std::chrono::steady_clock::now() - begun_.load() >= kPatience) {
+        decoder_->ShowAnything();
+    }
     decoder_->SetSkip(pictures_.WantedSkip(time));
     decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())}, time);
     return S_OK;
@@ -92,6 +97,7 @@ void VideoDecoderFilter::FlushDone() {
         decoder_->Flush();
     }
     pictures_.Flush();
+    begun_ = std::chrono::steady_clock::now();
 }
 
 } // namespace vistrame

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
+
 #include "filters/base/transform_filter.h"
 #include "filters/decoders/picture_output.h"
 #include "filters/decoders/video_decoder.h"
@@ -16,6 +19,10 @@ namespace vistrame {
 // Errors     damaged data never comes back as an error: the graph goes on.
 class VideoDecoderFilter final : public TransformFilter {
 public:
+    // So long after running, or a flush, a stream must have shown a picture that can be decoded on its own; then
+    // whatever decodes is shown. As long as the demultiplexer waits, so that the two wait together.
+    static constexpr std::chrono::seconds kPatience{2};
+
     VideoDecoderFilter();
 
 protected:
@@ -40,6 +47,7 @@ private:
     PictureOutput pictures_;
     std::unique_ptr<VideoDecoder> decoder_; // for coding_; gives its pictures to pictures_
     Coding coding_ = Coding::kOther;
+    std::atomic<std::chrono::steady_clock::time_point> begun_{}; // to run, or anew after a flush
 };
 
 } // namespace vistrame

@@ -21,8 +21,8 @@ class DemuxFilter;
 // Time       the filter's LiveTiming. The first picture is due at once, so that it is seen as soon as it is decoded
 //            and stands until the next is due. Pictures more than kLatePicture late are skipped when decoding can
 //            begin at a later one; sound more than kLateSound late is dropped.
-// States     units before the first one where decoding can begin are not delivered. While paused nothing is; on
-//            running again decoding begins at the newest such unit.
+// States     units before the first one where decoding can begin are not delivered, for two seconds at most. While
+//            paused nothing is; on running again decoding begins at the newest such unit.
 // Threads    one worker from Activate to Deactivate; it takes no lock of the filter.
 // Errors     a refused sample is lost and the next carries the discontinuity flag; delivery goes on.
 class StreamPin : public OutputPin {

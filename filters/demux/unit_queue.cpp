@@ -13,7 +13,7 @@ void UnitQueue::Open() {
     dropped_ = 0;
     open_ = true;
     held_ = true;
-    awaiting_ = true;
+    Await();
     cut_ = true;
 }
 
@@ -28,13 +28,16 @@ void UnitQueue::Close() {
 void UnitQueue::Hold(bool held) {
     const std::lock_guard lock(lock_);
     held_ = held;
+    refusedSince_.reset();
     changed_.notify_all();
 }
 
 void UnitQueue::Clear(bool restart) {
     const std::lock_guard lock(lock_);
     cut_ = cut_ || restart || !units_.empty();
-    awaiting_ = awaiting_ || restart;
+    if (restart) {
+        Await();
+    }
     units_.clear();
     bytes_ = 0;
     ++generation_;
@@ -51,12 +54,29 @@ void UnitQueue::DropOldest() {
     do {
         DropFront();
     } while (!units_.empty() && !units_.front().randomAccess);
-    awaiting_ = awaiting_ || units_.empty();
+    if (units_.empty()) {
+        Await();
+    }
+}
+
+void UnitQueue::Await() {
+    awaiting_ = true;
+    refusedSince_.reset();
+}
+
+// Another unit where decoding cannot properly begin; true: it is time to begin all the same.
+bool UnitQueue::PatienceEnds() {
+    if (held_) {
+        return false;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    refusedSince_ = refusedSince_.value_or(now);
+    return now - *refusedSince_ >= kPatience;
 }
 
 void UnitQueue::Push(QueuedUnit unit) {
     const std::lock_guard lock(lock_);
-    if (!open_ || (awaiting_ && !unit.randomAccess)) {
+    if (!open_ || (awaiting_ && !unit.randomAccess && (!PatienceEnds() || unit.continued))) {
         return;
     }
     awaiting_ = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -23,7 +24,8 @@ struct QueuedUnit {
 // The queue of one output pin between the thread that parses the stream and the pin's worker.
 //
 // A full queue drops its oldest units up to the next one where decoding can begin: the live edge is what counts,
-// and the producer never waits. After a cut, and at the beginning, units are refused until decoding can begin.
+// and the producer never waits. After a cut, and at the beginning, units are refused until decoding can begin, but
+// not for longer than kPatience: some streams never say where (pictures refreshed piece by piece).
 //
 // Threads    one producer, one consumer, and whoever opens, holds and closes it.
 // Ownership  units move in and out.
@@ -32,8 +34,10 @@ public:
     // 10 s of a 12 Mbit/s stream; 10 s at 50 pictures/s.
     static constexpr std::size_t kMaxBytes = std::size_t{15} << 20;
     static constexpr std::size_t kMaxUnits = 500;
+    // Four times the usual distance between random-access pictures.
+    static constexpr std::chrono::seconds kPatience{2};
 
-    // Empty, held, and waiting for a unit where decoding can begin.
+    // Empty, held, and waiting for a unit where decoding can begin; patience runs out only while not held.
     void Open();
     // Frees the consumer for good; what waits is dropped.
     void Close();
@@ -62,6 +66,8 @@ public:
 private:
     void DropFront();
     void DropOldest();
+    void Await();
+    bool PatienceEnds();
 
     mutable std::mutex lock_; // guards what follows
     std::condition_variable changed_;
@@ -72,6 +78,8 @@ private:
     bool open_ = false;
     bool held_ = true;
     bool awaiting_ = true;
+    std::optional<std::chrono::steady_clock::time_point>
+        refusedSince_; // of the first unit refused while awaiting
     bool cut_ = false; // the unit now in front does not continue the one taken last
 };
 

@@ -191,6 +191,27 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
     }
 }
 
+TEST(UnitQueue, DoesNotWaitForEverForAPlaceToBegin) {
+    UnitQueue queue;
+    queue.Open();
+    queue.Hold(false);
+    const auto push = [&] {
+        QueuedUnit unit{};
+        unit.data = {1};
+        queue.Push(std::move(unit));
+    };
+    const DWORD half = UnitQueue::kPatience / std::chrono::milliseconds(2);
+    for (int i = 0; i < 2; ++i) {
+        push();
+        EXPECT_TRUE(queue.AwaitsRandomAccess());
+        Sleep(half);
+    }
+    Sleep(kBlocked);
+    push();
+    EXPECT_FALSE(queue.AwaitsRandomAccess());
+    EXPECT_TRUE(queue.Take()->discontinuity);
+}
+
 TEST(Mpeg2Demultiplexer, ABlockedOutputHoldsUpNothingElse) {
     Demux demux;
     demux.Play();

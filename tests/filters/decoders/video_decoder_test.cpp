@@ -46,6 +46,60 @@ struct Playback : DecoderBench<VideoDecoderFilter, PictureSinkFilter> {
     }
 };
 
+// The parts of an access unit from start code to start code, each kept or not as `keep` says of its first byte.
+Bytes Parts(const Bytes& unit, const std::function<bool(int)>& keep) {
+    const Bytes code{0, 0, 1};
+    Bytes kept;
+    auto part = std::ranges::search(unit, code).begin();
+    while (part != unit.end()) {
+        const auto next = std::search(part + 3, unit.end(), code.begin(), code.end());
+        if (keep(part[3])) {
+            kept.insert(kept.end(), part, next);
+        }
+        part = next;
+    }
+    return kept;
+}
+
+// A stream refreshed piece by piece that never says where to begin, or says it with every picture.
+std::vector<StreamPiece> RefreshedH264(bool everyPicture) {
+    constexpr int kSei = 6;
+    const Bytes recoveryPoint{0, 0, 1, kSei, 6, 2, 0x19, 0x10, 0x80}; // whole 11 pictures later
+    std::vector<StreamPiece> pieces = ReadStream("h264_refresh.ts", true);
+    pieces.erase(pieces.begin(), pieces.begin() + 12); // to the second parameter sets
+    for (StreamPiece& piece : pieces) {
+        Bytes bare = Parts(piece.data, [](int type) { return (type & 0x1F) != kSei; });
+        if (everyPicture) {
+            // behind the delimiter and the parameter sets, if any: in front of the first slice
+            const Bytes slice{0, 0, 1, 0x41};
+            bare.insert(std::ranges::search(bare, slice).begin(), recoveryPoint.begin(), recoveryPoint.end());
+        }
+        piece.data = bare;
+    }
+    return pieces;
+}
+
+// Without its I pictures, as progressive refresh has none; the sequence headers stay.
+std::vector<StreamPiece> Mpeg2WithoutIntra() {
+    std::vector<StreamPiece> pieces;
+    Bytes headers;
+    for (StreamPiece& piece : ReadStream("mpeg2_288p.ts", true)) {
+        bool picture = false;
+        Bytes sequence = Parts(piece.data, [&](int code) {
+            picture = picture || code == 0x00;
+            return !picture && code != 0xB8;
+        });
+        if (!sequence.empty()) {
+            headers = std::move(sequence);
+            continue;
+        }
+        piece.data.insert(piece.data.begin(), headers.begin(), headers.end());
+        headers.clear();
+        pieces.push_back(std::move(piece));
+    }
+    return pieces;
+}
+
 bool AllHaveColumns(std::span<const SeenPicture> seen) {
     return std::ranges::all_of(seen, &SeenPicture::columns);
 }
@@ -181,6 +235,34 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
             EXPECT_TRUE(IsNear(picture.top, kColumns[1]));
             EXPECT_TRUE(picture.columns || bars);
         }
+    }
+}
+
+// Nothing to begin with comes, but there is something to see.
+TEST(VideoDecoder, StreamsRefreshedPieceByPieceAreShown) {
+    struct Row {
+        const char* what;
+        MediaType type;
+        std::vector<StreamPiece> pieces;
+        bool soon;  // without waiting
+        bool whole; // in the end
+    };
+    const Row rows[] = {
+        {"H.264, nothing marked", H264(), RefreshedH264(false), false, true},
+        {"H.264, every picture marked", H264(), RefreshedH264(true), true, true},
+        {"MPEG-2 without I pictures", Mpeg2(), Mpeg2WithoutIntra(), false, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Playback playback(row.type);
+        playback.Send(row.pieces);
+        if (!row.soon) {
+            Sleep(VideoDecoderFilter::kPatience / std::chrono::milliseconds(1));
+            playback.Send(row.pieces, 5000 * kMs);
+        }
+        const std::vector<SeenPicture> seen = playback.Finish();
+        ASSERT_GT(seen.size(), row.pieces.size() / 2);
+        EXPECT_EQ(seen.back().columns, row.whole);
     }
 }
 
