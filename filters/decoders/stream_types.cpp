@@ -30,10 +30,10 @@ struct StreamType {
     Coding coding;
 };
 
+// H.264 as a byte stream with start codes: AVC1 and avc1 would be units behind their lengths.
 constexpr std::array kVideo{
     StreamType{kMpeg2Video, Coding::kMpeg2Video}, StreamType{Subtype("x264"), Coding::kH264},
     StreamType{Subtype("X264"), Coding::kH264},   StreamType{Subtype("H264"), Coding::kH264},
-    StreamType{Subtype("AVC1"), Coding::kH264},   StreamType{Subtype("avc1"), Coding::kH264},
     StreamType{Subtype("DAVC"), Coding::kH264},   StreamType{Subtype("HEVC"), Coding::kHevc},
 };
 constexpr std::array kAudio{

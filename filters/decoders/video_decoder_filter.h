@@ -10,7 +10,7 @@
 namespace vistrame {
 
 // Decodes a video elementary stream: MPEG-2 video, H.264 or HEVC (see stream_types.h), and H.264 only as a byte
-// stream with start codes, whatever FourCC it comes under.
+// stream with start codes.
 //
 // Samples hold stretches of the stream cut anywhere; whole PES payloads are quickest. A sample's time is that of
 // the first picture that starts in it. Missing times are counted on from the picture before.

@@ -6,6 +6,7 @@
 #include <windows.h>
 #include <bdaiface.h>
 
+#include "filters/decoders/stream_types.h"
 #include "filters/server/registration.h"
 #include "contract/maker_interfaces.h"
 #include "tests/filters/filter_fakes.h"
@@ -43,6 +44,29 @@ std::wstring MapperKeyOf(const CLSID& id) {
     return KeyOf(CLSID_LegacyAmFilterCategory) + L"\\Instance\\" + KeyOf(id).substr(6);
 }
 
+// Whether automatic choice finds the video decoder for this coding.
+bool DecodesByMapper(const GUID& subtype) {
+    ComPtr<IFilterMapper2> mapper;
+    ComPtr<IEnumMoniker> found;
+    const GUID types[] = {MEDIATYPE_Video, subtype};
+    EXPECT_EQ(CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&mapper)),
+              S_OK);
+    EXPECT_HRESULT_SUCCEEDED(mapper->EnumMatchingFilters(&found, 0, TRUE, MERIT_DO_NOT_USE + 1, TRUE, 1,
+                                                         types, nullptr, nullptr, FALSE, TRUE, 0, nullptr,
+                                                         nullptr, nullptr));
+    ComPtr<IMoniker> moniker;
+    while (found != nullptr && found->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        ComPtr<IBaseFilter> filter;
+        CLSID id{};
+        if (SUCCEEDED(moniker->BindToObject(nullptr, nullptr, __uuidof(IBaseFilter),
+                                            reinterpret_cast<void**>(filter.GetAddressOf()))) &&
+            filter->GetClassID(&id) == S_OK && id == CLSID_VistrameVideoDecoder) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 // Rows with pins go into the filter mapper; the makers' filters have none and must not be found by automatic choice.
@@ -56,6 +80,9 @@ TEST(Registration, MakesEveryClassAndLeavesNoKeyBehind) {
         EXPECT_EQ(CoCreateInstance(*row.id, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&filter)), S_OK);
         EXPECT_EQ(Exists(MapperKeyOf(*row.id)), !row.pins.empty());
     }
+    EXPECT_TRUE(DecodesByMapper(FourCc("H264")));
+    EXPECT_FALSE(DecodesByMapper(FourCc("AVC1")) || DecodesByMapper(FourCc("avc1")))
+        << "another program would connect it and see nothing";
     CoFreeUnusedLibraries();
     ASSERT_EQ(Call("DllUnregisterServer"), S_OK);
     for (const ClassRow& row : Classes()) {

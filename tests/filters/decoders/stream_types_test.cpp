@@ -16,6 +16,8 @@ TEST(StreamTypes, OnlyThoseThePlayerOffersAreTaken) {
     const Row rows[] = {
         {.what = "H.264", .type = {MEDIATYPE_Video, FourCc("H264")}, .video = true},
         {.what = "MPEG audio", .type = {MEDIATYPE_Audio, MEDIASUBTYPE_MPEG2_AUDIO}, .audio = true},
+        {.what = "H.264 behind lengths", .type = {MEDIATYPE_Video, FourCc("AVC1")}},
+        {.what = "H.264 behind lengths, small", .type = {MEDIATYPE_Video, FourCc("avc1")}},
         {.what = "another FourCC", .type = {MEDIATYPE_Video, FourCc("MJPG")}},
         {.what = "PCM", .type = {MEDIATYPE_Audio, MEDIASUBTYPE_PCM}},
         {.what = "PCM without identifiers", .type = pcm},
