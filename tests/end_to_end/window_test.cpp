@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "resources/resource_ids.h"
+#include "player/resources/resource_ids.h"
 #include "tests/end_to_end/analyzer_run.h"
 #include "contract/settings.h"
 
