@@ -208,7 +208,7 @@ TEST(UnitQueue, DoesNotWaitForEverForAPlaceToBegin) {
     }
     Sleep(kBlocked);
     push();
-    EXPECT_FALSE(queue.AwaitsRandomAccess());
+    ASSERT_FALSE(queue.AwaitsRandomAccess());
     EXPECT_TRUE(queue.Take()->discontinuity);
 }
 

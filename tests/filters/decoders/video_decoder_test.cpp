@@ -79,27 +79,6 @@ std::vector<StreamPiece> RefreshedH264(bool everyPicture) {
     return pieces;
 }
 
-// Without its I pictures, as progressive refresh has none; the sequence headers stay.
-std::vector<StreamPiece> Mpeg2WithoutIntra() {
-    std::vector<StreamPiece> pieces;
-    Bytes headers;
-    for (StreamPiece& piece : ReadStream("mpeg2_288p.ts", true)) {
-        bool picture = false;
-        Bytes sequence = Parts(piece.data, [&](int code) {
-            picture = picture || code == 0x00;
-            return !picture && code != 0xB8;
-        });
-        if (!sequence.empty()) {
-            headers = std::move(sequence);
-            continue;
-        }
-        piece.data.insert(piece.data.begin(), headers.begin(), headers.end());
-        headers.clear();
-        pieces.push_back(std::move(piece));
-    }
-    return pieces;
-}
-
 bool AllHaveColumns(std::span<const SeenPicture> seen) {
     return std::ranges::all_of(seen, &SeenPicture::columns);
 }
@@ -238,31 +217,20 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
     }
 }
 
-// Nothing to begin with comes, but there is something to see.
+// Nothing to begin with comes, but there is something to see. (MPEG-2 begins with any sequence header.)
 TEST(VideoDecoder, StreamsRefreshedPieceByPieceAreShown) {
-    struct Row {
-        const char* what;
-        MediaType type;
-        std::vector<StreamPiece> pieces;
-        bool soon;  // without waiting
-        bool whole; // in the end
-    };
-    const Row rows[] = {
-        {"H.264, nothing marked", H264(), RefreshedH264(false), false, true},
-        {"H.264, every picture marked", H264(), RefreshedH264(true), true, true},
-        {"MPEG-2 without I pictures", Mpeg2(), Mpeg2WithoutIntra(), false, false},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Playback playback(row.type);
-        playback.Send(row.pieces);
-        if (!row.soon) {
+    for (const bool marked : {false, true}) {
+        SCOPED_TRACE(marked ? "every picture marked" : "nothing marked");
+        const std::vector<StreamPiece> pieces = RefreshedH264(marked);
+        Playback playback(H264());
+        playback.Send(pieces);
+        if (!marked) {
             Sleep(VideoDecoderFilter::kPatience / std::chrono::milliseconds(1));
-            playback.Send(row.pieces, 5000 * kMs);
+            playback.Send(pieces, 5000 * kMs);
         }
         const std::vector<SeenPicture> seen = playback.Finish();
-        ASSERT_GT(seen.size(), row.pieces.size() / 2);
-        EXPECT_EQ(seen.back().columns, row.whole);
+        EXPECT_GT(seen.size(), pieces.size() / 2);
+        EXPECT_TRUE(!seen.empty() && seen.back().columns) << "come together in the end";
     }
 }
 
