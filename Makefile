@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build test live play format-check tidy bench fuzz clean
+.PHONY: help setup build test live play format format-check tidy bench fuzz clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -24,6 +24,10 @@ build: ## build the product: build/mingw32
 
 setup: ## packages, Wine and libraries, and nothing else
 	@tools/setup
+
+format: ## lay every source out as .clang-format says
+	@tools/setup check
+	@git ls-files -z "*.cpp" "*.h" | xargs -0 clang-format -i
 
 format-check: ## is every source laid out as .clang-format says?
 	@tools/setup check

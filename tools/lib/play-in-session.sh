@@ -9,13 +9,12 @@ how=$1 stream=$2 script=$3
 out=$repo/build/play
 source "$repo/tools/lib/wine.sh"
 products=$repo/build/$(tried_preset)
-product() { find "$products" -name "$1" -not -path '*/CMakeFiles/*' | head -n 1; }
-analyzer=$(product vistrame-analyzer.exe)
+analyzer=$products/analyzer/vistrame-analyzer.exe
 
-"$repo/tools/register" "$(product vistrame.ax)" >"$logs/regsvr32.log" 2>&1 ||
+"$repo/tools/register" "$products/filters/vistrame.ax" >"$logs/regsvr32.log" 2>&1 ||
     die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
 
-options=(--set UseVMR9=1 --player "$(product vistrame.exe)" --log "$out/events.log" --report "$out/report.txt")
+options=(--set UseVMR9=1 --player "$products/player/vistrame.exe" --log "$out/events.log" --report "$out/report.txt")
 seen=$stream # as Windows programs see it
 [ -z "${VISTRAME_STREAM:-}" ] || seen=$(stream_in_wine)
 if [ -z "$script" ]; then

@@ -126,6 +126,7 @@ close_session() {
     end_wine
     for pid in "${services[@]}"; do end_process "$pid"; done
     if [ -n "$keep" ]; then
+        rm -f "$state/lock" # what has no lock is not swept away
         echo "session kept: $VISTRAME_SESSION, prefix $WINEPREFIX" >&2
     else
         rm -rf "$state" "$VISTRAME_SESSION"
