@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
 
 namespace vistrame {
@@ -28,9 +29,7 @@ void ClockEngine::Shutdown() {
             SetEvent(changed_);
         }
     }
-    if (worker_.joinable()) {
-        worker_.join();
-    }
+    worker_.Join();
     if (changed_ != nullptr) {
         CloseHandle(changed_);
         changed_ = nullptr;
@@ -53,26 +52,32 @@ HRESULT ClockEngine::AdvisePeriodic(REFERENCE_TIME first, REFERENCE_TIME period,
 }
 
 HRESULT ClockEngine::Add(Request request, DWORD_PTR* cookie) {
-    const std::lock_guard lock(lock_);
-    if (changed_ == nullptr) {
-        changed_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    return Guarded([&] {
+        const std::lock_guard lock(lock_);
         if (changed_ == nullptr) {
-            return E_OUTOFMEMORY;
+            changed_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+            if (changed_ == nullptr) {
+                return E_OUTOFMEMORY;
+            }
         }
-        worker_ = std::thread([this] { Work(); });
-    }
-    request.cookie = nextCookie_++;
-    *cookie = request.cookie;
-    requests_.push_back(request);
-    SetEvent(changed_);
-    return S_OK;
+        if (!worker_.IsStarted()) {
+            worker_.Start([this] { Work(); });
+        }
+        request.cookie = nextCookie_++;
+        requests_.push_back(request);
+        *cookie = request.cookie;
+        SetEvent(changed_);
+        return S_OK;
+    });
 }
 
 HRESULT ClockEngine::Unadvise(DWORD_PTR cookie) {
-    const std::lock_guard lock(lock_);
-    return std::erase_if(requests_, [&](const Request& request) { return request.cookie == cookie; }) != 0
-               ? S_OK
-               : S_FALSE;
+    return Guarded([&] {
+        const std::lock_guard lock(lock_);
+        const auto removed =
+            std::erase_if(requests_, [&](const Request& request) { return request.cookie == cookie; });
+        return removed != 0 ? S_OK : S_FALSE;
+    });
 }
 
 DWORD ClockEngine::Serve(REFERENCE_TIME now) {

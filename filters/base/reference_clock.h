@@ -3,13 +3,13 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include <windows.h>
 #include <dshow.h>
 
 #include "filters/base/com_object.h"
+#include "filters/base/worker_thread.h"
 
 namespace vistrame {
 
@@ -24,7 +24,8 @@ REFERENCE_TIME SystemTime();
 //            with no lock held. A derived class must call Shutdown() in its destructor, because that thread calls
 //            its Now().
 // Ownership  borrows events and semaphores until they are unadvised or, for a single moment, signalled.
-// Errors     E_INVALIDARG for moments and periods that make no sense, S_FALSE for a request that is not there.
+// Errors     E_INVALIDARG for moments and periods that make no sense, E_OUTOFMEMORY, S_FALSE for a request that is not
+//            there.
 class ClockEngine {
 public:
     ClockEngine() = default;
@@ -61,7 +62,7 @@ private:
     std::vector<Request> requests_;
     DWORD_PTR nextCookie_ = 1;
     bool stopping_ = false;
-    std::thread worker_;
+    WorkerThread worker_;
     HANDLE changed_ = nullptr; // event: the worker looks again
 };
 

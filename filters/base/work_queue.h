@@ -5,8 +5,10 @@
 #include <deque>
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <utility>
+
+#include "filters/base/guarded.h"
+#include "filters/base/worker_thread.h"
 
 namespace vistrame {
 
@@ -18,7 +20,9 @@ namespace vistrame {
 // Threads    TryPush, Clear and the counters from any thread; Start and Stop from one, never from the worker.
 //            The handler runs on the worker without the queue's lock.
 // Ownership  items move in and on to the handler.
-// Errors     a full or stopped queue refuses the item; the caller counts what it drops.
+// Errors     a full or stopped queue refuses the item, and so does one without memory for it; the caller counts what it
+//            drops. An item whose handling throws is lost, the next is handled. Start throws std::bad_alloc without
+//            memory for a thread.
 template <class Item>
 class WorkQueue {
 public:
@@ -29,16 +33,17 @@ public:
 
     void Start(std::function<void(Item&)> handler) {
         Stop();
-        running_ = true;
-        worker_ = std::thread([this, handler = std::move(handler)] { Work(handler); });
+        {
+            const std::lock_guard lock(lock_);
+            running_ = true;
+        }
+        worker_.Start([this, handler = std::move(handler)] { Work(handler); });
     }
 
     // Drops what waits and joins the worker. Free the handler first if it may be blocked.
     void Stop() {
         BeginStop();
-        if (worker_.joinable()) {
-            worker_.join();
-        }
+        worker_.Join();
     }
     // The first half of Stop: from here on nothing is taken and nothing further is handled.
     void BeginStop() {
@@ -54,7 +59,13 @@ public:
         if (!running_ || !fits) {
             return false;
         }
-        items_.emplace_back(std::move(item), weight);
+        const HRESULT taken = Guarded([&] {
+            items_.emplace_back(std::move(item), weight);
+            return S_OK;
+        });
+        if (FAILED(taken)) {
+            return false;
+        }
         weight_ += weight;
         changed_.notify_all();
         return true;
@@ -103,7 +114,10 @@ private:
             items_.pop_front();
             busy_ = true;
             lock.unlock();
-            handler(item);
+            (void)Guarded([&] {
+                handler(item);
+                return S_OK;
+            });
             lock.lock();
             busy_ = false;
             changed_.notify_all();
@@ -118,7 +132,7 @@ private:
     std::size_t weight_ = 0;
     bool running_ = false;
     bool busy_ = false;
-    std::thread worker_; // Start and Stop only
+    WorkerThread worker_; // Start and Stop only
 };
 
 } // namespace vistrame

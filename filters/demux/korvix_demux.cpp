@@ -2,7 +2,10 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
+#include <utility>
 
+#include "filters/base/guarded.h"
 #include "filters/demux/pin_types.h"
 
 namespace vistrame {
@@ -31,35 +34,41 @@ KorvixDemuxFilter::~KorvixDemuxFilter() {
 }
 
 HRESULT KorvixDemuxFilter::SetAudioType(ULONG audioType) {
-    audio_.pin->OfferTypes(AudioPinTypes(audioType));
-    return S_OK;
+    return Guarded([&] {
+        audio_.pin->OfferTypes(AudioPinTypes(audioType));
+        return S_OK;
+    });
 }
 
 HRESULT KorvixDemuxFilter::SetVideoType(ULONG videoType) {
-    video_.pin->OfferTypes(VideoPinTypes(videoType));
-    return S_OK;
+    return Guarded([&] {
+        video_.pin->OfferTypes(VideoPinTypes(videoType));
+        return S_OK;
+    });
 }
 
 void KorvixDemuxFilter::Select(Output& output, Pid pid) {
     if (output.pid == pid) {
         return; // goes on as it is; a pair is set again whenever one of the two changes
     }
-    (void)RemoveRoute(output.pid, *output.pin); // there is none the first time
-    output.pid = pid;
+    (void)RemoveRoute(std::exchange(output.pid, kNullPid), *output.pin); // there is none the first time
     output.stall.Select(pid != kNullPid, SystemTime());
     if (pid != kNullPid) {
         AddRoute({pid, output.pin, StreamKind::kElementary});
+        output.pid = pid; // not before: without memory for the route the same call may come again
     }
 }
 
 HRESULT KorvixDemuxFilter::SetPids(ULONG videoPid, ULONG audioPid, ULONG clockPid) {
-    const std::lock_guard streaming(StreamLock());
-    Select(video_, PidOf(videoPid));
-    Select(audio_, PidOf(audioPid));
-    const Pid clock = PidOf(clockPid);
-    const bool separate = clock != kNullPid && clock != video_.pid && clock != audio_.pid;
-    Core().SetClockPid(separate ? std::optional(clock) : std::nullopt);
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard streaming(StreamLock());
+        Select(video_, PidOf(videoPid));
+        Select(audio_, PidOf(audioPid));
+        const Pid clock = PidOf(clockPid);
+        const bool separate = clock != kNullPid && clock != video_.pid && clock != audio_.pid;
+        Core().SetClockPid(separate ? std::optional(clock) : std::nullopt);
+        return S_OK;
+    });
 }
 
 HRESULT KorvixDemuxFilter::GetStallCount(ULONG stream, ULONG* count) {
@@ -70,8 +79,10 @@ HRESULT KorvixDemuxFilter::GetStallCount(ULONG stream, ULONG* count) {
     if (stream > 1) {
         return E_INVALIDARG;
     }
-    *count = (stream == 0 ? video_ : audio_).stall.Count(SystemTime());
-    return S_OK;
+    return Guarded([&] {
+        *count = (stream == 0 ? video_ : audio_).stall.Count(SystemTime());
+        return S_OK;
+    });
 }
 
 void KorvixDemuxFilter::UnitArrived(const StreamPin& pin) {
@@ -102,19 +113,19 @@ void KorvixDemuxFilter::StopStatusThread() {
         stopStatus_ = true;
         statusChanged_.notify_all();
     }
-    if (statusThread_.joinable()) {
-        statusThread_.join();
-    }
+    statusThread_.Join();
     stopStatus_ = false;
 }
 
 HRESULT KorvixDemuxFilter::AttachOsd(OsdSourceControl* osd) {
-    const std::lock_guard attaching(attachLock_);
-    StopStatusThread();
-    if (osd != nullptr) {
-        statusThread_ = std::thread([this, keep = ComPtr<OsdSourceControl>(osd)] { ShowStatus(keep); });
-    }
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard attaching(attachLock_);
+        StopStatusThread();
+        if (osd != nullptr) {
+            statusThread_.Start([this, keep = ComPtr<OsdSourceControl>(osd)] { ShowStatus(keep); });
+        }
+        return S_OK;
+    });
 }
 
 DemuxStatus::Stream KorvixDemuxFilter::StatusOf(Output& output) {
@@ -140,9 +151,12 @@ void KorvixDemuxFilter::ShowStatus(const ComPtr<OsdSourceControl>& osd) {
     std::unique_lock lock(statusLock_);
     while (!statusChanged_.wait_for(lock, kStatusInterval, [this] { return stopStatus_; })) {
         lock.unlock();
-        const DemuxStatus now = Status();
-        (void)osd->SetText(StatusText(now, before).c_str()); // a display that fails is not our trouble
-        before = now;
+        (void)Guarded(
+            [&] { // a display that fails is not our trouble, and half a second later there may be memory
+                const DemuxStatus now = Status();
+                const std::string text = StatusText(now, std::exchange(before, now));
+                return osd->SetText(text.c_str());
+            });
         lock.lock();
     }
 }

@@ -3,8 +3,8 @@
 #include <array>
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 
+#include "filters/base/worker_thread.h"
 #include "filters/demux/demux_filter.h"
 #include "filters/demux/stall_counter.h"
 #include "filters/demux/status_text.h"
@@ -56,7 +56,7 @@ private:
     Output audio_;
 
     std::mutex attachLock_; // one AttachOsd at a time; guards statusThread_
-    std::thread statusThread_;
+    WorkerThread statusThread_;
     std::mutex statusLock_; // leaf; guards stopStatus_
     std::condition_variable statusChanged_;
     bool stopStatus_ = false;

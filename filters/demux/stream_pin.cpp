@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "filters/base/guarded.h"
 #include "filters/demux/demux_filter.h"
 #include "filters/demux/pin_types.h"
 #include "transport/access_unit.h"
@@ -79,19 +80,17 @@ HRESULT StreamPin::Activate() {
         return result;
     }
     showAtOnce_ = true;
-    droppedLate_ = 0;
+    dropped_ = 0;
     broken_ = true;
     queue_.Open();
-    worker_ = std::thread([this] { Work(); });
+    worker_.Start([this] { Work(); });
     return S_OK;
 }
 
 void StreamPin::Deactivate() {
     queue_.Close();
     OutputPin::Deactivate(); // frees the worker from waiting for a buffer
-    if (worker_.joinable()) {
-        worker_.join();
-    }
+    worker_.Join();
 }
 
 void StreamPin::SetRunning(bool running) {
@@ -129,13 +128,18 @@ bool StreamPin::CanBeginWith(const StreamUnit& unit) const {
 }
 
 void StreamPin::Push(const StreamUnit& unit) {
-    QueuedUnit queued{};
-    queued.data.assign(unit.data.begin(), unit.data.end());
-    queued.pts = TimelineReference(unit.pts);
-    queued.discontinuity = unit.discontinuity;
-    queued.randomAccess = CanBeginWith(unit);
-    queued.continued = unit.continued;
-    queue_.Push(std::move(queued));
+    const HRESULT pushed = Guarded([&] {
+        QueuedUnit queued{};
+        queued.data.assign(unit.data.begin(), unit.data.end());
+        queued.pts = TimelineReference(unit.pts);
+        queued.discontinuity = unit.discontinuity || lost_;
+        queued.randomAccess = CanBeginWith(unit);
+        queued.continued = unit.continued;
+        queue_.Push(std::move(queued));
+        return S_OK;
+    });
+    lost_ = FAILED(pushed);
+    dropped_ += lost_ ? 1 : 0;
 }
 
 void StreamPin::PushEndOfStream() {
@@ -148,20 +152,31 @@ void StreamPin::PushEndOfStream() {
 void StreamPin::Work() {
     (void)DeliverNewSegment(0, std::numeric_limits<REFERENCE_TIME>::max(), 1.0);
     while (const auto unit = queue_.Take()) {
-        std::optional<REFERENCE_TIME> time;
-        const Verdict verdict = unit->endOfStream ? Verdict::kDeliver : Schedule(*unit, &time);
-        const std::lock_guard delivery(deliveryLock_);
-        if (!queue_.IsCurrent(*unit)) {
-            continue;
-        }
-        if (verdict == Verdict::kDrop) {
-            ++droppedLate_;
+        const HRESULT handled = Guarded([&] {
+            Handle(*unit);
+            return S_OK;
+        });
+        if (FAILED(handled)) {
+            ++dropped_;
             broken_ = true;
-        } else if (unit->endOfStream) {
-            (void)DeliverEndOfStream();
-        } else {
-            Send(*unit, time);
         }
+    }
+}
+
+void StreamPin::Handle(const QueuedUnit& unit) {
+    std::optional<REFERENCE_TIME> time;
+    const Verdict verdict = unit.endOfStream ? Verdict::kDeliver : Schedule(unit, &time);
+    const std::lock_guard delivery(deliveryLock_);
+    if (!queue_.IsCurrent(unit)) {
+        return;
+    }
+    if (verdict == Verdict::kDrop) {
+        ++dropped_;
+        broken_ = true;
+    } else if (unit.endOfStream) {
+        (void)DeliverEndOfStream();
+    } else {
+        Send(unit, time);
     }
 }
 

@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "filters/base/output_pin.h"
+#include "filters/base/worker_thread.h"
 #include "filters/demux/unit_queue.h"
 #include "transport/stream_handler.h"
 
@@ -24,7 +24,8 @@ class DemuxFilter;
 // States     units before the first one where decoding can begin are not delivered, for two seconds at most. While
 //            paused nothing is; on running again decoding begins at the newest such unit.
 // Threads    one worker from Activate to Deactivate; it takes no lock of the filter.
-// Errors     a refused sample is lost and the next carries the discontinuity flag; delivery goes on.
+// Errors     a sample that is refused, or that there is no memory for, is lost and the next carries the discontinuity
+//            flag; delivery goes on.
 class StreamPin : public OutputPin {
 public:
     static constexpr REFERENCE_TIME kLatePicture = 3'000'000;
@@ -40,7 +41,7 @@ public:
     // What the stream holds, as far as the media type tells.
     Coding Carries() const { return coding_; }
 
-    // Stream lock held.
+    // Stream lock held. A unit that there is no memory for is dropped.
     void Push(const StreamUnit& unit);
     void PushEndOfStream();
     // What follows is another stream.
@@ -53,7 +54,7 @@ public:
     // No unit where decoding can begin has come since the pin started.
     bool AwaitsRandomAccess() const { return queue_.AwaitsRandomAccess(); }
     // Units that were skipped or dropped since the pin became active.
-    std::uint64_t Dropped() const { return queue_.Dropped() + droppedLate_; }
+    std::uint64_t Dropped() const { return queue_.Dropped() + dropped_; }
 
     HRESULT Activate() override;
     void Deactivate() override;
@@ -72,18 +73,20 @@ private:
 
     bool CanBeginWith(const StreamUnit& unit) const;
     void Work();
+    void Handle(const QueuedUnit& unit);
     // When the unit is due; no time: deliver it at once.
     Verdict Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time);
     void Send(const QueuedUnit& unit, std::optional<REFERENCE_TIME> time);
 
     DemuxFilter& owner_;
     UnitQueue queue_;
-    std::thread worker_;
+    WorkerThread worker_;
     std::mutex deliveryLock_; // held while a unit goes downstream, so that the end of a flush can wait for it
     std::atomic<Coding> coding_ = Coding::kOther;
-    std::atomic<bool> showAtOnce_ = true; // the next picture is the first of a start
-    std::atomic<std::uint64_t> droppedLate_ = 0;
-    bool broken_ = false; // worker: the next sample does not continue
+    std::atomic<bool> showAtOnce_ = true;    // the next picture is the first of a start
+    std::atomic<std::uint64_t> dropped_ = 0; // outside the queue: too late, or no memory
+    bool lost_ = false;                      // stream lock: the next unit does not continue
+    bool broken_ = false;                    // worker: the next sample does not continue
 
     mutable std::mutex typesLock_; // leaf; guards types_
     std::vector<MediaType> types_;

@@ -79,15 +79,16 @@ void UnitQueue::Push(QueuedUnit unit) {
     if (!open_ || (awaiting_ && !unit.randomAccess && (!PatienceEnds() || unit.continued))) {
         return;
     }
-    awaiting_ = false;
     if (held_ && unit.randomAccess && !unit.endOfStream && !units_.empty()) {
         units_.clear();
         bytes_ = 0;
         cut_ = true;
     }
-    bytes_ += unit.data.size();
+    const std::size_t bytes = unit.data.size();
     unit.generation = generation_;
     units_.push_back(std::move(unit));
+    bytes_ += bytes;
+    awaiting_ = false;
     while (units_.size() > 1 && (units_.size() > kMaxUnits || bytes_ > kMaxBytes)) {
         DropOldest();
     }

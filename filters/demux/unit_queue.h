@@ -29,6 +29,7 @@ struct QueuedUnit {
 //
 // Threads    one producer, one consumer, and whoever opens, holds and closes it.
 // Ownership  units move in and out.
+// Errors     Push throws std::bad_alloc when there is no memory for the unit, which is then not in the queue.
 class UnitQueue {
 public:
     // 10 s of a 12 Mbit/s stream; 10 s at 50 pictures/s.

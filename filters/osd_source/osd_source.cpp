@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
 #include "filters/pictures/picture_types.h"
 
@@ -78,26 +79,30 @@ HRESULT OsdSource::SetSize(ULONG width, ULONG height, ULONG visible) {
     if (width == 0 || height == 0 || width > kLargest || height > kLargest) {
         return E_INVALIDARG;
     }
-    const std::lock_guard lock(lock_);
-    content_.width = static_cast<int>(width);
-    content_.height = static_cast<int>(height);
-    content_.visible = visible != 0;
-    ++version_;
-    changed_.notify_all();
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(lock_);
+        content_.width = static_cast<int>(width);
+        content_.height = static_cast<int>(height);
+        content_.visible = visible != 0;
+        ++version_;
+        changed_.notify_all();
+        return S_OK;
+    });
 }
 
 HRESULT OsdSource::SetText(const char* text) {
     if (text == nullptr) {
         return E_POINTER;
     }
-    const std::lock_guard lock(lock_);
-    if (content_.text != text) {
-        content_.text = text;
-        ++version_;
-        changed_.notify_all();
-    }
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(lock_);
+        if (content_.text != text) {
+            content_.text = text;
+            ++version_;
+            changed_.notify_all();
+        }
+        return S_OK;
+    });
 }
 
 OsdSource::Content OsdSource::Wanted() const {
@@ -113,7 +118,7 @@ void OsdSource::StartWorker() {
     (void)buffers_.Connected(pin_.Type()); // one of the layouts, or it would not be connected
     canvas_.reset();
     askedWidth_ = askedHeight_ = 0;
-    worker_ = std::thread([this] { Work(); });
+    worker_.Start([this] { Work(); });
 }
 
 void OsdSource::BeginStop() {
@@ -123,19 +128,20 @@ void OsdSource::BeginStop() {
 }
 
 void OsdSource::JoinWorker() {
-    if (worker_.joinable()) {
-        worker_.join();
-    }
+    worker_.Join();
 }
 
 void OsdSource::Work() {
     std::unique_lock lock(lock_);
     while (running_) {
-        const Content content = content_;
         const unsigned version = version_;
         lock.unlock();
-        Agree(content);
-        Deliver(content, version);
+        (void)Guarded([&] { // without memory: again with the next repetition
+            const Content content = Wanted();
+            Agree(content);
+            Deliver(content, version);
+            return S_OK;
+        });
         lock.lock();
         changed_.wait_for(lock, std::chrono::milliseconds(kRepeat),
                           [&] { return !running_ || version != version_; });

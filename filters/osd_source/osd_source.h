@@ -3,10 +3,10 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 
 #include "filters/base/base_filter.h"
 #include "filters/base/output_pin.h"
+#include "filters/base/worker_thread.h"
 #include "filters/osd_source/text_picture.h"
 #include "filters/pictures/renderer_buffers.h"
 #include "contract/maker_interfaces.h"
@@ -70,7 +70,7 @@ private:
     unsigned version_ = 0; // of content_
     bool running_ = false;
 
-    std::thread worker_;      // filter lock
+    WorkerThread worker_;     // filter lock
     TextPicture textPicture_; // what follows is the worker's
     std::unique_ptr<OsdCanvasArgb32> canvas_;
     unsigned paintedVersion_ = 0; // what canvas_ shows

@@ -9,17 +9,20 @@
 
 namespace vistrame::test {
 
-std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int lossPerMille) {
+Bytes ReadTransportStream(const std::string& file) {
     std::ifstream input(VISTRAME_STREAMS + file, std::ios::binary);
     EXPECT_TRUE(input.is_open()) << file;
-    const std::vector<char> bytes((std::istreambuf_iterator<char>(input)), {});
+    return {std::istreambuf_iterator<char>(input), {}};
+}
+
+std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int lossPerMille) {
+    const Bytes bytes = ReadTransportStream(file);
     UnitRecorder recorder({static_cast<Pid>(video ? 0x100 : 0x101)}); // as FFmpeg numbers them
     std::minstd_rand random(1); // NOLINT(cert-msc51-cpp): the same losses in every run
     for (std::size_t at = 0; at + kPacketSize <= bytes.size(); at += kPacketSize) {
         const bool tablesIn = at > 10 * kPacketSize;
         if (!tablesIn || static_cast<int>(random() % 1000) >= lossPerMille) {
-            recorder.demultiplexer.Feed(
-                {reinterpret_cast<const std::uint8_t*>(bytes.data()) + at, kPacketSize});
+            recorder.demultiplexer.Feed({bytes.data() + at, kPacketSize});
         }
     }
     recorder.demultiplexer.Flush();

@@ -16,6 +16,9 @@ struct StreamPiece {
     bool discontinuity = false;
 };
 
+// The whole file; fails the test when it is not there.
+Bytes ReadTransportStream(const std::string& file);
+
 // The pieces of the stream's first video or audio; fails the test when the file is not there or holds none.
 // Units: every `lossPerMille`-th of a thousand transport packets is left out at random, from a fixed seed.
 std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int lossPerMille = 0);

@@ -1,0 +1,104 @@
+// The filters' own threads towards COM: their apartment, and the module they run in.
+#include <array>
+#include <filesystem>
+
+#include "filters/osd_source/osd_source.h"
+#include "graph/maker_interfaces.h"
+#include "tests/filters/play/playing_graph.h"
+
+namespace vistrame::test {
+
+namespace {
+
+class Display final : public WithInterfaces<ComObject, OsdSourceControl> {
+public:
+    std::atomic<int> texts = 0;
+    std::atomic<int> outside = 0;
+
+    HRESULT STDMETHODCALLTYPE SetSize(ULONG, ULONG, ULONG) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Reserved1() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved2() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetText(const char*) override {
+        outside += InMultithreadedApartment() ? 0 : 1;
+        ++texts;
+        return S_OK;
+    }
+    bool AwaitAnother() const {
+        return WaitUntil([this, before = texts.load()] { return texts > before; });
+    }
+
+private:
+    ~Display() override = default;
+};
+
+HMODULE LoadServer() {
+    std::array<wchar_t, MAX_PATH> self{};
+    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    const auto folder = std::filesystem::path(self.data()).parent_path();
+    return LoadLibraryW((folder / L"../../../filters/vistrame.ax").lexically_normal().c_str());
+}
+bool ServerIsLoaded() {
+    return GetModuleHandleW(L"vistrame.ax") != nullptr;
+}
+
+} // namespace
+
+// Every thread of ours that calls into somebody else's object: queue of the feed, pins of the demultiplexer, pictures'
+// queue, both displays.
+TEST(WorkerThreads, BelongToTheMultithreadedApartment) {
+    PlayingGraph play;
+    const auto display = MakeObject<Display>();
+    EXPECT_EQ(play.demux->AttachOsd(display.Get()), S_OK);
+    TestGraph others;
+    auto* feed = others.Add(MakeObject<FeedFilter>(), L"feed");
+    auto* stream = others.Add(MakeObject<CountingSink>(), L"stream");
+    auto* osd = others.Add(MakeObject<OsdSource>(), L"osd");
+    auto* text = others.Add(MakeObject<CountingSink>(), L"text");
+    EXPECT_EQ(others.Connect(PinOf(feed, L"TS Out").Get(), &stream->Input()), S_OK);
+    EXPECT_EQ(others.Connect(PinOf(osd, L"1").Get(), &text->Input()), S_OK);
+    others.Run();
+    play.graph.Run();
+    Broadcast broadcast;
+    broadcast.Send(*feed, 100);
+    broadcast.Send(*play.feed, 1000);
+    EXPECT_TRUE(display->AwaitAnother());
+    EXPECT_EQ(display->outside, 0);
+    for (CountingSink* sink : {stream, text, play.sound, play.pictures}) {
+        EXPECT_TRUE(sink->Await(1));
+        EXPECT_EQ(sink->outside, 0);
+    }
+    EXPECT_EQ(play.demux->AttachOsd(nullptr), S_OK);
+}
+
+// As when the process uninitialises COM, which unloads the server whoever holds an object of it.
+TEST(WorkerThreads, KeepTheServerLoadedUntilTheyHaveEnded) {
+    const CoInitialized com;
+    const auto display = MakeObject<Display>();
+    const HMODULE server = LoadServer();
+    ASSERT_NE(server, nullptr);
+    ComPtr<KorvixDemux> demux;
+    {
+        const auto getClass = reinterpret_cast<decltype(&DllGetClassObject)>(
+            reinterpret_cast<void*>(GetProcAddress(server, "DllGetClassObject")));
+        ComPtr<IClassFactory> factory;
+        ASSERT_EQ(
+            getClass(CLSID_KorvixDemux, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())),
+            S_OK);
+        ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(KorvixDemux),
+                                          reinterpret_cast<void**>(demux.GetAddressOf())),
+                  S_OK);
+    }
+    EXPECT_EQ(demux->AttachOsd(display.Get()), S_OK);
+    EXPECT_TRUE(display->AwaitAnother());
+    FreeLibrary(server);
+    ASSERT_TRUE(ServerIsLoaded());
+    EXPECT_TRUE(display->AwaitAnother()) << "and the thread goes on";
+
+    const HMODULE again = LoadServer(); // for the calls that follow
+    EXPECT_EQ(demux->AttachOsd(nullptr), S_OK);
+    demux.Reset();
+    FreeLibrary(again);
+    EXPECT_FALSE(ServerIsLoaded()) << "the thread took its reference along";
+}
+
+} // namespace vistrame::test
