@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <mmsystem.h>
+
 #include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
 
@@ -16,6 +18,32 @@ REFERENCE_TIME SystemTime() {
     const auto rest = count.QuadPart % frequency.QuadPart;
     return seconds * kUnitsPerSecond + rest * kUnitsPerSecond / frequency.QuadPart;
 }
+
+namespace {
+
+// The system's timer in its finest steps, while it is wanted.
+class FineTimer {
+public:
+    FineTimer() = default;
+    FineTimer(const FineTimer&) = delete;
+    FineTimer& operator=(const FineTimer&) = delete;
+    ~FineTimer() { Want(false); }
+
+    void Want(bool wanted) {
+        if (wanted && !granted_) {
+            granted_ = timeBeginPeriod(kMilliseconds) == TIMERR_NOERROR;
+        } else if (!wanted && granted_) {
+            timeEndPeriod(kMilliseconds);
+            granted_ = false;
+        }
+    }
+
+private:
+    static constexpr UINT kMilliseconds = 1;
+    bool granted_ = false;
+};
+
+} // namespace
 
 ClockEngine::~ClockEngine() {
     Shutdown();
@@ -76,6 +104,9 @@ HRESULT ClockEngine::Unadvise(DWORD_PTR cookie) {
         const std::lock_guard lock(lock_);
         const auto removed =
             std::erase_if(requests_, [&](const Request& request) { return request.cookie == cookie; });
+        if (requests_.empty() && changed_ != nullptr) {
+            SetEvent(changed_); // nobody waits any more
+        }
         return removed != 0 ? S_OK : S_FALSE;
     });
 }
@@ -106,11 +137,13 @@ DWORD ClockEngine::Serve(REFERENCE_TIME now) {
 }
 
 void ClockEngine::Work() {
+    FineTimer timer;
     while (true) {
         const DWORD sleep = Serve(Now());
         if (sleep == 0) {
             return;
         }
+        timer.Want(sleep != INFINITE);
         WaitForSingleObject(changed_, sleep);
     }
 }

@@ -1,5 +1,9 @@
 // Following a PCR. That the clocks wake whoever waits is seen at the renderers, in tests/live.
 #include <algorithm>
+#include <atomic>
+
+#include <windows.h>
+#include <mmsystem.h>
 
 #include "filters/demux/program_clock.h"
 #include "tests/filters/filter_fakes.h"
@@ -15,7 +19,55 @@ REFERENCE_TIME FakeTime() {
     return fakeTime;
 }
 
+std::atomic<int> begun = 0, ended = 0; // periods of the system's timer
+
+MMRESULT WINAPI BeginPeriod(UINT milliseconds) {
+    EXPECT_EQ(milliseconds, 1u);
+    ++begun;
+    return TIMERR_NOERROR;
+}
+MMRESULT WINAPI EndPeriod(UINT milliseconds) {
+    EXPECT_EQ(milliseconds, 1u);
+    ++ended;
+    return TIMERR_NOERROR;
+}
+
 } // namespace
+
+// What the linker finds here it does not take from the platform's library.
+#ifdef _WIN64
+#define IMPORTED(name) "__imp_" name
+#else
+#define IMPORTED(name) "__imp__" name "@4"
+#endif
+extern decltype(&BeginPeriod) importedBegin __asm__(IMPORTED("timeBeginPeriod"));
+extern decltype(&EndPeriod) importedEnd __asm__(IMPORTED("timeEndPeriod"));
+decltype(&BeginPeriod) importedBegin = BeginPeriod;
+decltype(&EndPeriod) importedEnd = EndPeriod;
+
+// It costs power on the whole machine.
+TEST(ClockEngine, TheSystemsTimerRunsFinerOnlyWhileSomebodyWaits) {
+    const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 100, nullptr);
+    DWORD_PTR cookie = 0;
+    {
+        SystemClockEngine clock;
+        EXPECT_EQ(clock.AdviseTime(clock.Now() + 100 * kMs, event, &cookie), S_OK);
+        EXPECT_TRUE(WaitUntil([] { return begun == 1; }));
+        EXPECT_EQ(ended, 0);
+        EXPECT_TRUE(WaitUntil([] { return ended == 1; })) << "served";
+        EXPECT_EQ(clock.AdvisePeriodic(clock.Now(), 10 * kMs, semaphore, &cookie), S_OK);
+        EXPECT_EQ(WaitForSingleObject(semaphore, kPatience), WAIT_OBJECT_0);
+        EXPECT_TRUE(WaitUntil([] { return begun == 2; }));
+        EXPECT_EQ(clock.Unadvise(cookie), S_OK);
+        EXPECT_TRUE(WaitUntil([] { return ended == 2; })) << "given up";
+        EXPECT_EQ(clock.AdvisePeriodic(clock.Now(), 10 * kMs, semaphore, &cookie), S_OK);
+        EXPECT_TRUE(WaitUntil([] { return begun == 3; }));
+    }
+    EXPECT_EQ(ended, 3) << "the clock is gone";
+    CloseHandle(event);
+    CloseHandle(semaphore);
+}
 
 // A PCR that runs off by `ppm`, read with a delivery delay of 0 to 40 ms; after two minutes it jumps.
 TEST(ProgramClock, RunsAtThePcrsRateThroughJitterAndJumps) {
