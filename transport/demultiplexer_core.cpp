@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <new>
 #include <utility>
 
 #include "transport/access_unit.h"
@@ -68,8 +69,8 @@ void DemultiplexerCore::AddStream(Pid pid, StreamKind kind, Coding assumed) {
     stream->kind = kind;
     stream->assumed = assumed;
     stream->packets.EarlyUnits(earlyUnits_);
-    byPid_[pid] = stream.get();
     streams_.push_back(std::move(stream));
+    byPid_[pid] = streams_.back().get();
     UpdateCodings();
     UpdateClockPid();
 }
@@ -79,10 +80,10 @@ void DemultiplexerCore::RemoveStream(Pid pid) {
     if (stream == nullptr) {
         return;
     }
-    byPid_[pid] = nullptr;
     const auto found = std::ranges::find(streams_, stream, &std::unique_ptr<Stream>::get);
-    retired_.push_back(std::move(*found));
+    retired_.push_back(std::move(*found)); // first of all: it may throw
     streams_.erase(found);
+    byPid_[pid] = nullptr;
     for (const HeldUnit& unit : held_) {
         heldBytes_ -= unit.pid == pid ? unit.packet.bytes.size() : 0;
     }
@@ -124,6 +125,16 @@ void DemultiplexerCore::ForEachStream(const std::function<void(Stream&)>& visit)
 
 void DemultiplexerCore::OnPacket(const PacketView& packet) {
     ++packets_;
+    try {
+        TakePacket(packet);
+    } catch (const std::bad_alloc&) {
+        if (Stream* stream = Find(packet.PacketId())) {
+            stream->packets.Lose();
+        }
+    }
+}
+
+void DemultiplexerCore::TakePacket(const PacketView& packet) {
     const Pid pid = packet.PacketId();
     if (!packet.TransportError()) {
         if (programmes_.Wants(pid) && programmes_.Push(packet)) {
@@ -196,9 +207,10 @@ void DemultiplexerCore::OnPes(PidStream& packets, PesAssembler::Packet&& packet)
         Deliver(*stream, std::move(packet), stream->placement);
         return;
     }
-    ++stream->held;
-    heldBytes_ += packet.bytes.size();
+    const std::size_t bytes = packet.bytes.size();
     held_.push_back({packets.PacketId(), std::move(packet), stream->placement});
+    heldBytes_ += bytes;
+    ++stream->held;
     if (held_.size() > StreamDemultiplexer::kMaxHeldUnits ||
         heldBytes_ > StreamDemultiplexer::kMaxHeldBytes) {
         ForceHeld();

@@ -56,6 +56,7 @@ private:
     };
 
     void OnPacket(const PacketView& packet);
+    void TakePacket(const PacketView& packet);
     void OnPcr(const PacketView& packet, std::uint64_t pcr);
     void OnPesHeader(PidStream& packets, const PesHeader& header) override;
     void OnPes(PidStream& packets, PesAssembler::Packet&& packet) override;

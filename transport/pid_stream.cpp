@@ -119,6 +119,10 @@ void PidStream::Finish() {
 
 void PidStream::Break() {
     Finish();
+    Lose();
+}
+
+void PidStream::Lose() {
     counterKnown_ = false;
     finishedEarly_ = false;
     assembler_.Abandon();

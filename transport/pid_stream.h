@@ -38,6 +38,8 @@ public:
     void Finish();
     // Finish(), and what comes then is no continuation.
     void Break();
+    // There was no memory for the last packet: what is in work is lost, and the next says so.
+    void Lose();
     void Reset();
     // Memory of a packet that is no longer needed.
     void Recycle(PesAssembler::Packet&& packet) { assembler_.Recycle(std::move(packet)); }

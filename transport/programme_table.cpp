@@ -43,7 +43,7 @@ bool ProgrammeTable::Push(const PacketView& packet) {
         patAssembler_.Push(packet);
     } else if (pid == kSdtPid) {
         sdtAssembler_.Push(packet);
-    } else if (const auto pmt = pmtAssemblers_.find(pid); pmt != pmtAssemblers_.end()) {
+    } else if (const auto pmt = pmtAssemblers_.find(pid); pmt != pmtAssemblers_.end() && pmt->second) {
         pmt->second->Push(packet);
     }
     return changed_;

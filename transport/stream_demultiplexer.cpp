@@ -35,25 +35,38 @@ public:
     bool inHandler = false;
 
 private:
+    // A mark that is up for as long as this lives: a handler may throw.
+    class Raised {
+    public:
+        explicit Raised(bool& mark) : mark_(mark) { mark_ = true; }
+        Raised(const Raised&) = delete;
+        Raised& operator=(const Raised&) = delete;
+        ~Raised() { mark_ = false; }
+
+    private:
+        bool& mark_;
+    };
+
     template <typename Handler>
     void Call(Handler handler) {
-        inHandler = true;
-        handler();
-        inHandler = false;
+        {
+            const Raised raised(inHandler);
+            handler();
+        }
         CarryOut();
     }
 
     // A change may call the handler, whose own changes then queue up behind it.
     void CarryOut() {
-        if (std::exchange(carryingOut_, true)) {
+        if (carryingOut_) {
             return;
         }
+        const Raised raised(carryingOut_);
         while (!changes_.empty()) {
             const auto change = std::move(changes_.front());
             changes_.pop_front();
             change();
         }
-        carryingOut_ = false;
     }
 
     StreamHandler& owner_;

@@ -4,6 +4,7 @@
 
 #include "filters/base/base_pin.h"
 #include "filters/base/enumerators.h"
+#include "filters/base/guarded.h"
 
 namespace vistrame {
 
@@ -57,11 +58,10 @@ HRESULT BaseFilter::GetClassID(CLSID* classId) {
 }
 
 HRESULT BaseFilter::ActivatePins() {
-    const std::vector<BasePin*> pins = Pins();
-    for (std::size_t i = 0; i < pins.size(); ++i) {
-        if (const HRESULT result = pins[i]->Activate(); FAILED(result)) {
+    for (std::size_t i = 0; BasePin* pin = PinAt(i); ++i) {
+        if (const HRESULT result = Guarded([&] { return pin->Activate(); }); FAILED(result)) {
             for (std::size_t started = 0; started <= i; ++started) {
-                pins[started]->Deactivate();
+                PinAt(started)->Deactivate();
             }
             return result;
         }
@@ -70,52 +70,58 @@ HRESULT BaseFilter::ActivatePins() {
 }
 
 HRESULT BaseFilter::Stop() {
-    const std::lock_guard lock(filterLock_);
-    if (state_ == State_Stopped) {
+    return Guarded([&] {
+        const std::lock_guard lock(filterLock_);
+        if (state_ == State_Stopped) {
+            return S_OK;
+        }
+        state_ = State_Stopped;
+        for (std::size_t i = 0; BasePin* pin = PinAt(i); ++i) { // without memory too
+            pin->Deactivate();
+        }
+        { const std::lock_guard streaming(streamLock_); } // whoever is still passing through leaves now
+        Stopped();
         return S_OK;
-    }
-    state_ = State_Stopped;
-    for (BasePin* pin : Pins()) {
-        pin->Deactivate();
-    }
-    { const std::lock_guard streaming(streamLock_); } // whoever is still passing through leaves now
-    Stopped();
-    return S_OK;
+    });
 }
 
 HRESULT BaseFilter::Pause() {
-    const std::lock_guard lock(filterLock_);
-    if (state_ == State_Running) {
+    return Guarded([&] {
+        const std::lock_guard lock(filterLock_);
+        if (state_ == State_Running) {
+            state_ = State_Paused;
+            Pausing();
+            return S_OK;
+        }
+        if (state_ == State_Paused) {
+            return S_OK;
+        }
+        if (const HRESULT result = Guarded([&] { return Starting(); }); FAILED(result)) {
+            return result;
+        }
+        if (const HRESULT result = ActivatePins(); FAILED(result)) {
+            Stopped();
+            return result;
+        }
         state_ = State_Paused;
-        Pausing();
         return S_OK;
-    }
-    if (state_ == State_Paused) {
-        return S_OK;
-    }
-    if (const HRESULT result = Starting(); FAILED(result)) {
-        return result;
-    }
-    if (const HRESULT result = ActivatePins(); FAILED(result)) {
-        Stopped();
-        return result;
-    }
-    state_ = State_Paused;
-    return S_OK;
+    });
 }
 
 HRESULT BaseFilter::Run(REFERENCE_TIME start) {
-    const std::lock_guard lock(filterLock_);
-    if (state_ == State_Running) {
+    return Guarded([&] {
+        const std::lock_guard lock(filterLock_);
+        if (state_ == State_Running) {
+            return S_OK;
+        }
+        if (const HRESULT result = Pause(); FAILED(result)) {
+            return result;
+        }
+        streamStart_ = start;
+        state_ = State_Running;
+        Running(start);
         return S_OK;
-    }
-    if (const HRESULT result = Pause(); FAILED(result)) {
-        return result;
-    }
-    streamStart_ = start;
-    state_ = State_Running;
-    Running(start);
-    return S_OK;
+    });
 }
 
 HRESULT BaseFilter::GetState(DWORD /*milliseconds*/, FILTER_STATE* state) {
@@ -127,31 +133,38 @@ HRESULT BaseFilter::GetState(DWORD /*milliseconds*/, FILTER_STATE* state) {
 }
 
 HRESULT BaseFilter::SetSyncSource(IReferenceClock* clock) {
-    ComPtr<IReferenceClock> old; // let go after the lock
-    const std::lock_guard lock(leafLock_);
-    old.Swap(clock_);
-    clock_ = clock;
-    return S_OK;
+    return Guarded([&] {
+        ComPtr<IReferenceClock> old; // let go after the lock
+        const std::lock_guard lock(leafLock_);
+        old.Swap(clock_);
+        clock_ = clock;
+        return S_OK;
+    });
 }
 
 HRESULT BaseFilter::GetSyncSource(IReferenceClock** clock) {
     if (clock == nullptr) {
         return E_POINTER;
     }
-    *clock = Clock().Detach();
-    return S_OK;
+    return Guarded([&] {
+        *clock = Clock().Detach();
+        return S_OK;
+    });
 }
 
 HRESULT BaseFilter::EnumPins(IEnumPins** pins) {
     if (pins == nullptr) {
         return E_POINTER;
     }
-    std::vector<ComPtr<IPin>> list;
-    for (BasePin* pin : Pins()) {
-        list.emplace_back(pin);
-    }
-    *pins = MakeObject<PinEnumerator>(std::move(list)).Detach();
-    return S_OK;
+    *pins = nullptr;
+    return Guarded([&] {
+        std::vector<ComPtr<IPin>> list;
+        for (std::size_t i = 0; BasePin* pin = PinAt(i); ++i) {
+            list.emplace_back(pin);
+        }
+        *pins = MakeObject<PinEnumerator>(std::move(list)).Detach();
+        return S_OK;
+    });
 }
 
 HRESULT BaseFilter::FindPin(LPCWSTR id, IPin** pin) {
@@ -159,42 +172,49 @@ HRESULT BaseFilter::FindPin(LPCWSTR id, IPin** pin) {
         return E_POINTER;
     }
     *pin = nullptr;
-    for (BasePin* candidate : Pins()) {
-        if (candidate->Name() == id) {
-            *pin = ComPtr<IPin>(candidate).Detach();
-            return S_OK;
+    return Guarded([&] {
+        for (std::size_t i = 0; BasePin* candidate = PinAt(i); ++i) {
+            if (candidate->Name() == id) {
+                *pin = ComPtr<IPin>(candidate).Detach();
+                return S_OK;
+            }
         }
-    }
-    return VFW_E_NOT_FOUND;
+        return HRESULT{VFW_E_NOT_FOUND};
+    });
 }
 
 HRESULT BaseFilter::QueryFilterInfo(FILTER_INFO* info) {
     if (info == nullptr) {
         return E_POINTER;
     }
-    const std::lock_guard lock(leafLock_);
-    const std::size_t length = std::min<std::size_t>(name_.size(), MAX_FILTER_NAME - 1);
-    *std::copy_n(name_.begin(), length, info->achName) = L'\0';
-    info->pGraph = ComPtr<IFilterGraph>(graph_).Detach();
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(leafLock_);
+        const std::size_t length = std::min<std::size_t>(name_.size(), MAX_FILTER_NAME - 1);
+        *std::copy_n(name_.begin(), length, info->achName) = L'\0';
+        info->pGraph = ComPtr<IFilterGraph>(graph_).Detach();
+        return S_OK;
+    });
 }
 
 HRESULT BaseFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
-    const std::lock_guard filter(filterLock_);
-    IMediaEventSink* sink = nullptr;
-    if (graph != nullptr && SUCCEEDED(graph->QueryInterface(IID_PPV_ARGS(&sink)))) {
-        sink->Release(); // the graph outlives our membership; a reference would be a circle
-    }
-    ComPtr<IReferenceClock>
-        oldClock; // let go after the lock; it may be this filter, which would then hold itself
-    const std::lock_guard lock(leafLock_);
-    if (graph == nullptr) {
-        oldClock.Swap(clock_);
-    }
-    graph_ = graph;
-    eventSink_ = sink;
-    name_ = graph != nullptr && name != nullptr ? name : L"";
-    return S_OK;
+    return Guarded([&] {
+        std::wstring newName(graph != nullptr && name != nullptr ? name : L"");
+        const std::lock_guard filter(filterLock_);
+        IMediaEventSink* sink = nullptr;
+        if (graph != nullptr && SUCCEEDED(graph->QueryInterface(IID_PPV_ARGS(&sink)))) {
+            sink->Release(); // the graph outlives our membership; a reference would be a circle
+        }
+        ComPtr<IReferenceClock>
+            oldClock; // let go after the lock; it may be this filter, which would then hold itself
+        const std::lock_guard lock(leafLock_);
+        if (graph == nullptr) {
+            oldClock.Swap(clock_);
+        }
+        graph_ = graph;
+        eventSink_ = sink;
+        name_.swap(newName);
+        return S_OK;
+    });
 }
 
 HRESULT BaseFilter::QueryVendorInfo(LPWSTR* /*info*/) {
@@ -215,13 +235,9 @@ void BaseFilter::RetirePin(const BasePin& pin) {
     }
 }
 
-std::vector<BasePin*> BaseFilter::Pins() const {
+BasePin* BaseFilter::PinAt(std::size_t index) const {
     const std::lock_guard lock(leafLock_);
-    std::vector<BasePin*> list;
-    for (const std::unique_ptr<BasePin>& pin : pins_) {
-        list.push_back(pin.get());
-    }
-    return list;
+    return index < pins_.size() ? pins_[index].get() : nullptr;
 }
 
 } // namespace vistrame

@@ -33,7 +33,8 @@ class BasePin;
 // graph
 //            is not referenced, it owns the filter.
 //            A derived class that has threads stops itself in its destructor: its members go before its pins.
-// Errors     COM results; a failed state change leaves the filter stopped.
+// Errors     COM results; a failed state change leaves the filter stopped. Starting and Activate may throw for want of
+//            memory; whatever stops must not need any.
 class BaseFilter : public WithInterfaces<ComObject, IBaseFilter> {
 public:
     explicit BaseFilter(const CLSID& classId);
@@ -83,7 +84,9 @@ protected:
     // Takes a disconnected pin out of the enumeration. The object itself stays until the filter goes, since
     // someone may still hold a reference to it.
     void RetirePin(const BasePin& pin);
-    std::vector<BasePin*> Pins() const;
+    // In the order of enumeration; null behind the last. A loop over it needs no memory, so that a filter can always stop;
+    // under the filter lock it misses none.
+    BasePin* PinAt(std::size_t index) const;
 
     // Hooks of the state machine, under the filter lock; see States above.
     virtual HRESULT Starting() { return S_OK; }

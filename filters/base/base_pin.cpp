@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "filters/base/enumerators.h"
+#include "filters/base/guarded.h"
 
 namespace vistrame {
 
@@ -78,35 +79,36 @@ void BasePin::ClearConnection() {
 }
 
 HRESULT BasePin::Disconnect() {
-    const std::lock_guard lock(filter_.FilterLock());
-    if (!IsConnected()) {
-        return S_FALSE;
-    }
-    if (filter_.State() != State_Stopped) {
-        return VFW_E_NOT_STOPPED;
-    }
-    Disconnected();
-    ClearConnection();
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(filter_.FilterLock());
+        if (!IsConnected()) {
+            return S_FALSE;
+        }
+        if (filter_.State() != State_Stopped) {
+            return VFW_E_NOT_STOPPED;
+        }
+        Disconnected();
+        ClearConnection();
+        return S_OK;
+    });
 }
 
 HRESULT BasePin::ConnectedTo(IPin** peer) {
     if (peer == nullptr) {
         return E_POINTER;
     }
-    *peer = Peer().Detach();
-    return *peer != nullptr ? S_OK : VFW_E_NOT_CONNECTED;
+    return Guarded([&] {
+        *peer = Peer().Detach();
+        return *peer != nullptr ? S_OK : VFW_E_NOT_CONNECTED;
+    });
 }
 
 HRESULT BasePin::ConnectionMediaType(AM_MEDIA_TYPE* type) {
     if (type == nullptr) {
         return E_POINTER;
     }
-    if (!IsConnected()) {
-        *type = AM_MEDIA_TYPE{};
-        return VFW_E_NOT_CONNECTED;
-    }
-    return Type().CopyTo(type);
+    *type = AM_MEDIA_TYPE{};
+    return Guarded([&] { return IsConnected() ? Type().CopyTo(type) : VFW_E_NOT_CONNECTED; });
 }
 
 HRESULT BasePin::QueryPinInfo(PIN_INFO* info) {
@@ -145,15 +147,18 @@ HRESULT BasePin::QueryAccept(const AM_MEDIA_TYPE* type) {
     if (type == nullptr) {
         return E_POINTER;
     }
-    return CheckMediaType(MediaType(*type)) == S_OK ? S_OK : S_FALSE;
+    return Guarded([&] { return CheckMediaType(MediaType(*type)) == S_OK ? S_OK : S_FALSE; });
 }
 
 HRESULT BasePin::EnumMediaTypes(IEnumMediaTypes** types) {
     if (types == nullptr) {
         return E_POINTER;
     }
-    *types = MakeObject<MediaTypeEnumerator>(OfferedTypes()).Detach();
-    return S_OK;
+    *types = nullptr;
+    return Guarded([&] {
+        *types = MakeObject<MediaTypeEnumerator>(OfferedTypes()).Detach();
+        return S_OK;
+    });
 }
 
 HRESULT BasePin::QueryInternalConnections(IPin** /*pins*/, ULONG* /*count*/) {

@@ -1,6 +1,6 @@
 #include "filters/base/class_factory.h"
 
-#include <new>
+#include "filters/base/guarded.h"
 
 namespace vistrame {
 
@@ -12,12 +12,10 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object)
     if (outer != nullptr) {
         return CLASS_E_NOAGGREGATION;
     }
-    try {
+    return Guarded([&] {
         const ComPtr<IUnknown> made = create_();
         return made == nullptr ? E_OUTOFMEMORY : made.Get()->QueryInterface(iid, object);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    });
 }
 
 HRESULT ClassFactory::LockServer(BOOL lock) {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <algorithm>
+#include <type_traits>
 #include <vector>
 
 #include <windows.h>
 #include <dshow.h>
 
 #include "filters/base/com_object.h"
+#include "filters/base/guarded.h"
 #include "filters/base/media_type.h"
 
 namespace vistrame {
@@ -28,7 +30,13 @@ public:
         }
         ULONG count = 0;
         for (; count < wanted && next_ < items_.size(); ++count) {
-            out[count] = HandOut(items_[next_++]);
+            out[count] = HandOut(items_[next_]);
+            if constexpr (std::is_pointer_v<Raw>) {
+                if (out[count] == nullptr) {
+                    break; // no memory; whoever asks again gets it
+                }
+            }
+            ++next_;
         }
         if (fetched != nullptr) {
             *fetched = count;
@@ -48,8 +56,11 @@ public:
         if (clone == nullptr) {
             return E_POINTER;
         }
-        *clone = MakeObject<SnapshotEnumerator>(items_, next_).Detach();
-        return S_OK;
+        *clone = nullptr;
+        return Guarded([&] {
+            *clone = MakeObject<SnapshotEnumerator>(items_, next_).Detach();
+            return S_OK;
+        });
     }
 
 private:

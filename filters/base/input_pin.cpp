@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "filters/base/guarded.h"
+
 namespace vistrame {
 
 InputPin::InputPin(BaseFilter& filter, std::wstring name)
@@ -34,29 +36,33 @@ HRESULT InputPin::ChangeType(const MediaType& type) {
 }
 
 HRESULT InputPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
-    if (peer == nullptr || type == nullptr) {
-        return E_POINTER;
-    }
-    const MediaType offered(*type);
-    if (Peer().Get() == peer && AcceptsTypeChange()) {
-        // From the streaming thread when running: the stream lock alone keeps the lock order.
-        const std::lock_guard streaming(filter_.StreamLock());
-        return ChangeType(offered);
-    }
-    const std::lock_guard lock(filter_.FilterLock());
-    if (const HRESULT result = CheckConnectable(peer); FAILED(result)) {
+    return Guarded([&] {
+        if (peer == nullptr || type == nullptr) {
+            return E_POINTER;
+        }
+        const MediaType offered(*type);
+        if (Peer().Get() == peer && AcceptsTypeChange()) {
+            // From the streaming thread when running: the stream lock alone keeps the lock order.
+            const std::lock_guard streaming(filter_.StreamLock());
+            return ChangeType(offered);
+        }
+        const std::lock_guard lock(filter_.FilterLock());
+        if (const HRESULT result = CheckConnectable(peer); FAILED(result)) {
+            return result;
+        }
+        if (CheckMediaType(offered) != S_OK) {
+            return VFW_E_TYPE_NOT_ACCEPTED;
+        }
+        const HRESULT result = Guarded([&] {
+            SetConnection(peer, offered);
+            return Connected();
+        });
+        if (FAILED(result)) {
+            Disconnected();
+            ClearConnection();
+        }
         return result;
-    }
-    if (CheckMediaType(offered) != S_OK) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    SetConnection(peer, offered);
-    const HRESULT result = Connected();
-    if (FAILED(result)) {
-        Disconnected();
-        ClearConnection();
-    }
-    return result;
+    });
 }
 
 void InputPin::Disconnected() {
@@ -64,57 +70,69 @@ void InputPin::Disconnected() {
 }
 
 HRESULT InputPin::EndOfStream() {
-    const std::lock_guard streaming(filter_.StreamLock());
-    if (flushing_ || filter_.State() == State_Stopped) {
-        return S_FALSE;
-    }
-    ended_ = true;
-    return OnEndOfStream();
+    return Guarded([&] {
+        const std::lock_guard streaming(filter_.StreamLock());
+        if (flushing_ || filter_.State() == State_Stopped) {
+            return S_FALSE;
+        }
+        ended_ = true;
+        return OnEndOfStream();
+    });
 }
 
 HRESULT InputPin::BeginFlush() {
-    const std::lock_guard lock(filter_.FilterLock());
-    flushing_ = true;
-    return OnBeginFlush();
+    return Guarded([&] {
+        const std::lock_guard lock(filter_.FilterLock());
+        flushing_ = true;
+        return OnBeginFlush();
+    });
 }
 
 HRESULT InputPin::EndFlush() {
-    const std::lock_guard lock(filter_.FilterLock());
-    const std::lock_guard streaming(filter_.StreamLock());
-    const HRESULT result = OnEndFlush();
-    ended_ = false;
-    flushing_ = false;
-    return result;
+    return Guarded([&] {
+        const std::lock_guard lock(filter_.FilterLock());
+        const std::lock_guard streaming(filter_.StreamLock());
+        const HRESULT result = Guarded([&] { return OnEndFlush(); }); // data passes again whatever it says
+        ended_ = false;
+        flushing_ = false;
+        return result;
+    });
 }
 
 HRESULT InputPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
-    const std::lock_guard streaming(filter_.StreamLock());
-    return OnNewSegment(start, stop, rate);
+    return Guarded([&] {
+        const std::lock_guard streaming(filter_.StreamLock());
+        return OnNewSegment(start, stop, rate);
+    });
 }
 
 HRESULT InputPin::GetAllocator(IMemAllocator** allocator) {
-    if (allocator == nullptr) {
-        return E_POINTER;
-    }
-    const std::lock_guard lock(filter_.FilterLock());
-    if (allocator_ == nullptr) {
-        const HRESULT result =
-            CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&allocator_));
-        if (FAILED(result)) {
-            return result;
+    return Guarded([&] {
+        if (allocator == nullptr) {
+            return E_POINTER;
         }
-    }
-    *allocator = ComPtr<IMemAllocator>(allocator_).Detach();
-    return S_OK;
+        const std::lock_guard lock(filter_.FilterLock());
+        if (allocator_ == nullptr) {
+            const HRESULT result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
+                                                    IID_PPV_ARGS(&allocator_));
+            if (FAILED(result)) {
+                return result;
+            }
+        }
+        *allocator = ComPtr<IMemAllocator>(allocator_).Detach();
+        return S_OK;
+    });
 }
 
 HRESULT InputPin::NotifyAllocator(IMemAllocator* allocator, BOOL /*readOnly*/) {
     if (allocator == nullptr) {
         return E_POINTER;
     }
-    const std::lock_guard lock(filter_.FilterLock());
-    allocator_ = allocator;
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(filter_.FilterLock());
+        allocator_ = allocator;
+        return S_OK;
+    });
 }
 
 HRESULT InputPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* /*needs*/) {
@@ -126,30 +144,36 @@ HRESULT InputPin::TakeSampleType(IMediaSample* sample) {
     if (sample->GetMediaType(&raw) != S_OK || raw == nullptr) {
         return S_OK; // the type has not changed
     }
-    const MediaType type(*raw);
+    const HRESULT result = Guarded([&] { return ChangeType(MediaType(*raw)); });
     MediaType::FreeTaskCopy(raw);
-    return ChangeType(type);
+    return result;
 }
 
 HRESULT InputPin::Receive(IMediaSample* sample) {
-    if (sample == nullptr) {
-        return E_POINTER;
-    }
-    const std::lock_guard streaming(filter_.StreamLock());
-    if (filter_.State() == State_Stopped) {
-        return VFW_E_WRONG_STATE;
-    }
-    if (flushing_) {
-        return S_FALSE;
-    }
-    if (ended_) {
-        return VFW_E_SAMPLE_REJECTED_EOS;
-    }
-    if (FAILED(TakeSampleType(sample))) {
-        filter_.NotifyGraph(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
-        return VFW_E_INVALIDMEDIATYPE;
-    }
-    return OnReceive(sample);
+    return Guarded([&] {
+        if (sample == nullptr) {
+            return E_POINTER;
+        }
+        const std::lock_guard streaming(filter_.StreamLock());
+        if (filter_.State() == State_Stopped) {
+            return VFW_E_WRONG_STATE;
+        }
+        if (flushing_) {
+            return S_FALSE;
+        }
+        if (ended_) {
+            return VFW_E_SAMPLE_REJECTED_EOS;
+        }
+        const HRESULT typed = TakeSampleType(sample);
+        if (typed == E_OUTOFMEMORY) {
+            return typed; // this sample is lost, not the connection
+        }
+        if (FAILED(typed)) {
+            filter_.NotifyGraph(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
+            return VFW_E_INVALIDMEDIATYPE;
+        }
+        return OnReceive(sample);
+    });
 }
 
 HRESULT InputPin::ReceiveMultiple(IMediaSample** samples, long count, long* done) {

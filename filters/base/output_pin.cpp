@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "filters/base/guarded.h"
+
 namespace vistrame {
 
 OutputPin::OutputPin(BaseFilter& filter, std::wstring name)
@@ -20,30 +22,32 @@ void OutputPin::Deactivate() {
 }
 
 HRESULT OutputPin::Connect(IPin* peer, const AM_MEDIA_TYPE* type) {
-    const std::lock_guard lock(filter_.FilterLock());
-    if (const HRESULT result = CheckConnectable(peer); FAILED(result)) {
-        return result;
-    }
-    if (const HRESULT result = CheckPeer(peer); FAILED(result)) {
-        return result;
-    }
-    const AM_MEDIA_TYPE any{};
-    const AM_MEDIA_TYPE& pattern = type != nullptr ? *type : any;
-    if (!MediaType::IsPartial(pattern)) {
-        return TryType(peer, MediaType(pattern));
-    }
-    HRESULT result = TryOwnTypes(peer, pattern);
-    if (FAILED(result)) {
-        const HRESULT own = result;
-        result = TryPeerTypes(peer, pattern);
-        if (FAILED(result) && own != VFW_E_NO_ACCEPTABLE_TYPES) {
-            result = own; // why the peer refused what this pin would rather send
+    return Guarded([&] {
+        const std::lock_guard lock(filter_.FilterLock());
+        if (const HRESULT result = CheckConnectable(peer); FAILED(result)) {
+            return result;
         }
-    }
-    if (FAILED(result) && pattern.majortype != GUID_NULL && pattern.subtype != GUID_NULL) {
-        result = TryType(peer, MediaType(pattern));
-    }
-    return result;
+        if (const HRESULT result = CheckPeer(peer); FAILED(result)) {
+            return result;
+        }
+        const AM_MEDIA_TYPE any{};
+        const AM_MEDIA_TYPE& pattern = type != nullptr ? *type : any;
+        if (!MediaType::IsPartial(pattern)) {
+            return TryType(peer, MediaType(pattern));
+        }
+        HRESULT result = TryOwnTypes(peer, pattern);
+        if (FAILED(result)) {
+            const HRESULT own = result;
+            result = TryPeerTypes(peer, pattern);
+            if (FAILED(result) && own != VFW_E_NO_ACCEPTABLE_TYPES) {
+                result = own; // why the peer refused what this pin would rather send
+            }
+        }
+        if (FAILED(result) && pattern.majortype != GUID_NULL && pattern.subtype != GUID_NULL) {
+            result = TryType(peer, MediaType(pattern));
+        }
+        return result;
+    });
 }
 
 HRESULT OutputPin::ReceiveConnection(IPin* /*peer*/, const AM_MEDIA_TYPE* /*type*/) {
@@ -75,10 +79,13 @@ HRESULT OutputPin::TryPeerTypes(IPin* peer, const AM_MEDIA_TYPE& pattern) {
     }
     AM_MEDIA_TYPE* raw = nullptr;
     while (types->Next(1, &raw, nullptr) == S_OK && raw != nullptr) {
-        const MediaType type(*raw);
+        const HRESULT tried = Guarded([&] {
+            const MediaType type(*raw);
+            return type.Matches(pattern) ? TryType(peer, type) : VFW_E_TYPE_NOT_ACCEPTED;
+        });
         MediaType::FreeTaskCopy(raw);
         raw = nullptr;
-        if (type.Matches(pattern) && SUCCEEDED(TryType(peer, type))) {
+        if (SUCCEEDED(tried)) {
             return S_OK;
         }
     }
@@ -89,18 +96,20 @@ HRESULT OutputPin::TryType(IPin* peer, const MediaType& type) {
     if (CheckMediaType(type) != S_OK) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    SetConnection(peer, type);
-    HRESULT result = peer->ReceiveConnection(this, &type.Get());
-    if (SUCCEEDED(result)) {
-        result = AgreeAllocator(peer);
-        if (SUCCEEDED(result)) {
-            result = Connected();
+    bool received = false;
+    const HRESULT result = Guarded([&] {
+        SetConnection(peer, type);
+        HRESULT step = peer->ReceiveConnection(this, &type.Get());
+        received = SUCCEEDED(step);
+        if (received) {
+            step = AgreeAllocator(peer);
         }
-        if (FAILED(result)) {
+        return SUCCEEDED(step) ? Connected() : step;
+    });
+    if (FAILED(result)) {
+        if (received) {
             (void)peer->Disconnect(); // the connection never came about
         }
-    }
-    if (FAILED(result)) {
         Disconnected();
         ClearConnection();
     }
@@ -168,20 +177,32 @@ HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
         return result;
     }
     AM_MEDIA_TYPE* asked = nullptr;
-    if ((*sample)->GetMediaType(&asked) == S_OK && asked != nullptr) {
-        SetType(MediaType(*asked)); // how the peer wants its buffers filled from now on: longer lines, say
-        MediaType::FreeTaskCopy(asked);
-    } else if (announceType_) {
-        const MediaType type = Type();
-        AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given
-        (void)(*sample)->SetMediaType(&fields);
+    const HRESULT typed = Guarded([&] {
+        if ((*sample)->GetMediaType(&asked) == S_OK && asked != nullptr) {
+            SetType(
+                MediaType(*asked)); // how the peer wants its buffers filled from now on: longer lines, say
+        } else if (announceType_) {
+            const MediaType type = Type();
+            AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given
+            (void)(*sample)->SetMediaType(&fields);
+        }
+        return S_OK;
+    });
+    MediaType::FreeTaskCopy(asked);
+    if (FAILED(typed)) {
+        sample->Reset(); // how it is to be filled is not known
+        return typed;
     }
     announceType_ = false;
     return result;
 }
 
 HRESULT OutputPin::Deliver(IMediaSample* sample) {
-    return input_ != nullptr ? input_->Receive(sample) : VFW_E_NOT_CONNECTED;
+    const HRESULT result = input_ != nullptr ? input_->Receive(sample) : VFW_E_NOT_CONNECTED;
+    if (result == E_OUTOFMEMORY) {
+        announceType_ = true; // a changed type that came with this sample may have been lost with it
+    }
+    return result;
 }
 
 HRESULT OutputPin::DeliverEndOfStream() {

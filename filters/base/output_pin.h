@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 
 #include "filters/base/base_pin.h"
@@ -74,7 +75,7 @@ private:
     ComPtr<IMemInputPin> input_;
     ComPtr<IMemAllocator> allocator_;
     long bufferBytes_ = 0;
-    bool announceType_ = false; // streaming thread: the next buffer carries the changed type
+    std::atomic<bool> announceType_ = false; // the next buffer carries the type in force
 };
 
 } // namespace vistrame

@@ -88,6 +88,7 @@ private:
     }
 
     void DecodeUnit(const AccessUnit& unit) {
+        preview_ = false; // whatever came over the last one
         buffer_.assign(unit.data.begin(), unit.data.end());
         buffer_.resize(unit.data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
         if (!firstShown_ && !previewed_ && IsRandomAccessPoint(coding_, unit.data)) {

@@ -1,5 +1,6 @@
 #include "filters/decoders/video_decoder_filter.h"
 
+#include "filters/base/guarded.h"
 #include "filters/decoders/stream_types.h"
 
 namespace vistrame {
@@ -54,7 +55,10 @@ void VideoDecoderFilter::Running(REFERENCE_TIME /*start*/) {
     // Not to be waited for: who holds it is bringing the first picture already.
     const std::unique_lock streaming(StreamLock(), std::try_to_lock);
     if (streaming.owns_lock()) {
-        pictures_.WarmUp();
+        (void)Guarded([&] { // without memory the first picture takes longer, no more
+            pictures_.WarmUp();
+            return S_OK;
+        });
     }
 }
 

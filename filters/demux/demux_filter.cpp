@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "filters/base/guarded.h"
 #include "transport/clock.h"
 
 namespace vistrame {
@@ -15,6 +16,15 @@ unsigned TimingStream(const StreamPin& pin) {
 }
 
 } // namespace
+
+template <class Call>
+void DemuxFilter::ForEachStreamPin(Call call) const {
+    for (std::size_t i = 0; BasePin* pin = PinAt(i); ++i) {
+        if (auto* stream = dynamic_cast<StreamPin*>(pin); stream != nullptr) {
+            call(*stream);
+        }
+    }
+}
 
 class DemuxFilter::TsInputPin final : public InputPin {
 public:
@@ -43,26 +53,23 @@ protected:
     }
     HRESULT OnEndOfStream() override {
         owner_.core_.Flush();
-        for (StreamPin* pin : owner_.StreamPins()) {
-            pin->PushEndOfStream();
-        }
+        owner_.ForEachStreamPin([](StreamPin& pin) { pin.PushEndOfStream(); });
         return S_OK;
     }
     HRESULT OnBeginFlush() override {
-        for (StreamPin* pin : owner_.StreamPins()) {
-            pin->StartFlush();
-        }
+        owner_.ForEachStreamPin([](StreamPin& pin) { pin.StartFlush(); });
         return S_OK;
     }
     HRESULT OnEndFlush() override {
-        owner_.core_.AnnounceDiscontinuity();
-        for (StreamPin* pin : owner_.StreamPins()) {
-            pin->FinishFlush();
-        }
+        const HRESULT announced = Guarded([&] {
+            owner_.core_.AnnounceDiscontinuity();
+            return S_OK;
+        });
+        owner_.ForEachStreamPin([](StreamPin& pin) { pin.FinishFlush(); });
         if (owner_.State() == State_Running) {
             owner_.timing_.Start();
         }
-        return S_OK;
+        return announced;
     }
 
 private:
@@ -82,16 +89,6 @@ std::optional<REFERENCE_TIME> DemuxFilter::Now() const {
         return std::nullopt;
     }
     return SystemTime() - runStart_;
-}
-
-std::vector<StreamPin*> DemuxFilter::StreamPins() const {
-    std::vector<StreamPin*> pins;
-    for (BasePin* pin : Pins()) {
-        if (auto* stream = dynamic_cast<StreamPin*>(pin); stream != nullptr) {
-            pins.push_back(stream);
-        }
-    }
-    return pins;
 }
 
 void DemuxFilter::ApplyRoutes(Pid pid) {
@@ -155,16 +152,12 @@ HRESULT DemuxFilter::Starting() {
 void DemuxFilter::Running(REFERENCE_TIME /*start*/) {
     runStart_ = SystemTime();
     timing_.Start();
-    for (StreamPin* pin : StreamPins()) {
-        pin->SetRunning(true);
-    }
+    ForEachStreamPin([](StreamPin& pin) { pin.SetRunning(true); });
 }
 
 void DemuxFilter::Pausing() {
     timing_.Stop();
-    for (StreamPin* pin : StreamPins()) {
-        pin->SetRunning(false);
-    }
+    ForEachStreamPin([](StreamPin& pin) { pin.SetRunning(false); });
 }
 
 void DemuxFilter::Stopped() {

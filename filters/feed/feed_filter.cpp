@@ -5,6 +5,8 @@
 #include <span>
 #include <utility>
 
+#include "filters/base/guarded.h"
+
 namespace vistrame {
 
 namespace {
@@ -66,36 +68,32 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
     if (data == nullptr) {
         return E_POINTER;
     }
-    const std::lock_guard lock(pushLock_);
-    if (started_ && !queue_.Running()) {
-        missing_ = true;
+    return Guarded([&] {
+        const std::lock_guard lock(pushLock_);
+        if (started_ && !queue_.Running()) {
+            missing_ = true;
+            return S_OK;
+        }
+        missing_ = FAILED(Guarded([&] { return Keep({data, length}); }));
+        droppedBytes_ += missing_ ? length : 0;
         return S_OK;
-    }
-    Block block;
-    try {
-        block.bytes.assign(data, data + length);
-    } catch (const std::bad_alloc&) {
-        missing_ = true;
-        droppedBytes_ += length;
-        return S_OK;
-    }
-    block.discontinuity = missing_;
+    });
+}
+
+HRESULT FeedFilter::Keep(std::span<const BYTE> data) {
+    Block block{.bytes = {data.begin(), data.end()}, .discontinuity = missing_};
     if (!started_) {
-        missing_ = false;
         KeepEarly(std::move(block));
         return S_OK;
     }
-    missing_ = !queue_.TryPush(std::move(block), length);
-    if (missing_) {
-        droppedBytes_ += length;
-    }
-    return S_OK;
+    return queue_.TryPush(std::move(block), data.size()) ? S_OK : E_OUTOFMEMORY;
 }
 
 void FeedFilter::KeepEarly(Block block) {
     const auto now = std::chrono::steady_clock::now();
-    earlyBytes_ += block.bytes.size();
+    const std::size_t bytes = block.bytes.size();
     early_.push_back({std::move(block), now});
+    earlyBytes_ += bytes;
     while (earlyBytes_ > kQueueBytes || early_.front().arrival < now - kEarly) {
         earlyBytes_ -= early_.front().block.bytes.size();
         early_.pop_front();
@@ -117,9 +115,11 @@ void FeedFilter::Start() {
 }
 
 HRESULT FeedFilter::SendDiscontinuity() {
-    const std::lock_guard lock(pushLock_);
-    missing_ = true;
-    return S_OK;
+    return Guarded([&] {
+        const std::lock_guard lock(pushLock_);
+        missing_ = true;
+        return S_OK;
+    });
 }
 
 HRESULT FeedFilter::SetPids2(ULONG value) {

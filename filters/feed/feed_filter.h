@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 #include "filters/base/base_filter.h"
@@ -26,8 +27,8 @@ namespace vistrame {
 // Ownership  data is copied before DeliverData returns.
 // Start      data that arrives before the first Pause or Run is kept, the last kEarly of it: a graph takes a while to
 //            be built, and the random-access picture that a viewer waits for may pass meanwhile.
-// Errors     data that arrives while stopped afterwards is dropped; data that finds the queue full is dropped and
-//            counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
+// Errors     data that arrives while stopped afterwards is dropped; data that finds the queue full, or no memory, is
+//            dropped and counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
 //            the next sample: live data is not worth an end.
 class FeedFilter final
     : public WithReferenceClock<WithInterfaces<BaseFilter, FeedData, FeedControl, IAMFilterMiscFlags>> {
@@ -72,6 +73,7 @@ private:
 
     ~FeedFilter() override { (void)Stop(); }
     void Start();
+    HRESULT Keep(std::span<const BYTE> data);
     void KeepEarly(Block block);
     void Send(const Block& block);
 

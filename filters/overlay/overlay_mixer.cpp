@@ -1,5 +1,6 @@
 #include "filters/overlay/overlay_mixer.h"
 
+#include "filters/base/guarded.h"
 #include "filters/decoders/picture_output.h"
 #include "filters/pictures/picture_types.h"
 
@@ -51,24 +52,31 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override {
-        if (peer == nullptr || type == nullptr) {
-            return E_POINTER;
-        }
-        const HRESULT result = owner_.AgreeDownstream(MediaType(*type));
-        return SUCCEEDED(result) ? InputPin::ReceiveConnection(peer, type) : result;
+        return Guarded([&] {
+            if (peer == nullptr || type == nullptr) {
+                return E_POINTER;
+            }
+            const HRESULT result = owner_.AgreeDownstream(MediaType(*type));
+            return SUCCEEDED(result) ? InputPin::ReceiveConnection(peer, type) : result;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
-        const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
-        return renderer != nullptr && SUCCEEDED(renderer->GetAllocator(allocator))
-                   ? S_OK
-                   : InputPin::GetAllocator(allocator);
+        return Guarded([&] {
+            const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
+            return renderer != nullptr && SUCCEEDED(renderer->GetAllocator(allocator))
+                       ? S_OK
+                       : InputPin::GetAllocator(allocator);
+        });
     }
 
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) override {
-        const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
-        const HRESULT result = renderer != nullptr ? renderer->NotifyAllocator(allocator, readOnly) : S_OK;
-        return SUCCEEDED(result) ? InputPin::NotifyAllocator(allocator, readOnly) : result;
+        return Guarded([&] {
+            const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
+            const HRESULT result =
+                renderer != nullptr ? renderer->NotifyAllocator(allocator, readOnly) : S_OK;
+            return SUCCEEDED(result) ? InputPin::NotifyAllocator(allocator, readOnly) : result;
+        });
     }
 
     HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }

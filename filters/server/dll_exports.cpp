@@ -1,13 +1,13 @@
 // The entry points of vistrame.ax: a COM in-process server that registers itself.
 
 #include <array>
-#include <new>
 #include <string>
 
 #include <windows.h>
 #include <olectl.h>
 
 #include "filters/base/class_factory.h"
+#include "filters/base/guarded.h"
 #include "filters/server/class_table.h"
 #include "filters/server/registration.h"
 
@@ -44,11 +44,7 @@ HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID classId, REFIID iid, void** ob
     if (row == nullptr) {
         return CLASS_E_CLASSNOTAVAILABLE;
     }
-    try {
-        return MakeObject<ClassFactory>(row->create).Get()->QueryInterface(iid, object);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
+    return Guarded([&] { return MakeObject<ClassFactory>(row->create).Get()->QueryInterface(iid, object); });
 }
 
 HRESULT STDAPICALLTYPE DllCanUnloadNow() {
@@ -56,12 +52,14 @@ HRESULT STDAPICALLTYPE DllCanUnloadNow() {
 }
 
 HRESULT STDAPICALLTYPE DllRegisterServer() {
-    const std::wstring path = ModulePath();
-    return path.empty() || FAILED(RegisterClasses(Classes(), path)) ? SELFREG_E_CLASS : S_OK;
+    return Guarded([&] {
+        const std::wstring path = ModulePath();
+        return path.empty() || FAILED(RegisterClasses(Classes(), path)) ? SELFREG_E_CLASS : S_OK;
+    });
 }
 
 HRESULT STDAPICALLTYPE DllUnregisterServer() {
-    return FAILED(UnregisterClasses(Classes())) ? SELFREG_E_CLASS : S_OK;
+    return Guarded([] { return FAILED(UnregisterClasses(Classes())) ? SELFREG_E_CLASS : S_OK; });
 }
 
 } // extern "C"
