@@ -3,10 +3,11 @@
 
 services=() # process ids, in order of start
 program='' recorder=''
+sessions=${VISTRAME_MACHINE:-$cache}/sessions # locks do not reach from one machine to another
 
-# wait_for SECONDS TEST...: polls; false when the time is over.
+# wait_for SECONDS TEST...: polls; false when the time is over. An emulated machine gets ten times as long.
 wait_for() {
-    local deadline=$((SECONDS + $1))
+    local deadline=$((SECONDS + $1 ${VISTRAME_MACHINE:+* 10}))
     shift
     until "$@"; do
         [ "$SECONDS" -lt "$deadline" ] || return 1
@@ -27,7 +28,7 @@ end_wine() {
 # Sessions that were killed: their lock is free again.
 sweep_sessions() {
     local folder
-    for folder in "$cache"/sessions/*/; do
+    for folder in "$sessions"/*/; do
         [ -e "$folder/lock" ] || continue
         if flock -n "$folder/lock" true; then
             WINEPREFIX=$folder/prefix end_wine
@@ -38,12 +39,12 @@ sweep_sessions() {
 
 open_session() {
     local template
-    template=$(readlink -f "$repo/build/wine-prefix") && [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
-    mkdir -p "$cache/sessions"
+    template=$(readlink -f "${VISTRAME_MACHINE:-$repo/build}/wine-prefix") && [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
+    mkdir -p "$sessions"
     sweep_sessions
     # Two folders: sockets need a short path, the prefix is hard links into the cache's file system.
     VISTRAME_SESSION=$(mktemp -d /tmp/vistrame-session.XXXXXX)
-    state=$cache/sessions/$(basename "$VISTRAME_SESSION")
+    state=$sessions/$(basename "$VISTRAME_SESSION")
     mkdir "$state" "$VISTRAME_SESSION"/{home,run}
     chmod 700 "$VISTRAME_SESSION/run"
     exec 8>"$state/lock"
@@ -66,6 +67,7 @@ open_session() {
     [ -z "$private_display" ] || start_display
     start_sound
     start_wine_server
+    [ -z "${VISTRAME_MACHINE:-}" ] || start_desktop
     [ -z "$record" ] || start_recording
 }
 
@@ -109,6 +111,14 @@ start_wine_server() {
         exec "${in_wine[@]}" "$wine_loader" cmd /c exit
     ) >"$VISTRAME_SESSION/wineserver.log" 2>&1 8>&- || die "Wine's server does not start; see $VISTRAME_SESSION/wineserver.log"
 }
+
+# The first window's program starts the desktop and waits ten seconds for it, which an emulated machine does not make.
+start_desktop() {
+    "$repo/tools/wine" explorer /desktop >"$VISTRAME_SESSION/desktop.log" 2>&1 8>&- &
+    wait_for 20 desktop_there || die "Wine's desktop does not start; see $VISTRAME_SESSION/desktop.log"
+}
+
+desktop_there() { xwininfo -root -tree | grep -q 'Default IME'; }
 
 start_recording() {
     mkdir -p "$(dirname "$record")"
