@@ -9,7 +9,7 @@
 #include "filters/base/guarded.h"
 #include "filters/decoders/stream_types.h"
 #include "filters/server/class_table.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {

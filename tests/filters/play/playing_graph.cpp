@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "filters/decoders/picture_types.h"
+#include "filters/pictures/picture_types.h"
 #include "tests/filters/decoders/stream_fixture.h"
 
 namespace vistrame::test {

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "filters/osd_source/osd_source.h"
-#include "graph/maker_interfaces.h"
+#include "contract/maker_interfaces.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {
