@@ -7,7 +7,9 @@ sessions=${VISTRAME_MACHINE:-$cache}/sessions # locks do not reach from one mach
 
 # wait_for SECONDS TEST...: polls; false when the time is over. An emulated machine gets ten times as long.
 wait_for() {
-    local deadline=$((SECONDS + $1 ${VISTRAME_MACHINE:+* 10}))
+    local factor=1 deadline
+    [ -z "${VISTRAME_MACHINE:-}" ] || factor=10
+    deadline=$((SECONDS + $1 * factor))
     shift
     until "$@"; do
         [ "$SECONDS" -lt "$deadline" ] || return 1
