@@ -32,14 +32,16 @@ if [ -z "$script" ]; then
     seconds=${VISTRAME_PLAY_SECONDS:-10}
     wait_picture='+0 wait picture 15'
     [ "$video" != - ] || wait_picture='' # radio
-    printf '%s\n' "0 play $first" "$wait_picture" "$((seconds - 1)) mark programme-$first" "$seconds quit" >"$script"
+    # After a first picture that was late there is still a second to look at it, and one to take it.
+    printf '%s\n' "0 play $first" "$wait_picture" "$((seconds - 1))+1 mark programme-$first" "$seconds+1 quit" >"$script"
 fi
 
 # The analyzer's window alone, as the display shows it (the player's window is a child of it).
 picture() {
     local window
     window=$(xwininfo -root -tree | sed -n 's/^ *\(0x[0-9a-f]*\) ".* - Vistrame analyzer": .*/\1/p' | head -n 1)
-    import -silent -window "${window:-root}" "PNG24:$1" || doing "no picture could be taken for $1"
+    # Of a window that goes meanwhile it would wait for an answer without end.
+    timeout 10 import -silent -window "${window:-root}" "PNG24:$1" || doing "no picture could be taken for $1"
 }
 
 started=$SECONDS
