@@ -121,7 +121,10 @@ bool RunChanges(const Surroundings& where, SoundWatch& sound, std::size_t only) 
     for (const int vmr9 : {1, 0}) {
         for (const auto& measure : {Changes, Quits}) {
             if (++number == only || only == 0) {
-                right = measure(where, sound, vmr9) && right;
+                const std::string wrong = UntilRight("changes " + std::to_string(number), [&] {
+                    return measure(where, sound, vmr9) ? std::string() : " the above";
+                });
+                right = right && wrong.empty();
             }
         }
     }
