@@ -1,14 +1,11 @@
 // The sound: DirectSound renderer, its volume, and the way there from the demultiplexer.
 
-#include "player/graph/graph_build.h"
-
-#include "player/app/launch_fields.h"
-#include "player/app/settings.h"
-#include "player/graph/audio_volume.h"
-#include "player/graph/media_ids.h"
-#include "player/graph/media_types.h"
-#include "player/graph/pins.h"
 #include "contract/launch_line.h"
+#include "player/app/launch_fields.h"
+#include "player/graph/audio_volume.h"
+#include "player/graph/com.h"
+#include "player/graph/graph_build.h"
+#include "player/graph/pins.h"
 
 namespace vistrame {
 namespace {
@@ -30,24 +27,25 @@ void PublishVolume(const ComPtr<IBaseFilter>& renderer) {
 void GraphBuild::AddAudioRenderer() {
     player_.audioRenderer = Create<IBaseFilter>(CLSID_DSoundRender);
     if (!player_.audioRenderer) {
-        (void)MessageBoxA(ownerWindow_, "Unable to load sound output filter.", "Error", MB_OK | MB_ICONSTOP);
+        (void)MessageBoxA(wiring_.OwnerWindow(), "Unable to load sound output filter.", "Error",
+                          MB_OK | MB_ICONSTOP);
     }
-    LetBeClock(player_.audioRenderer, kClockFromAudioRenderer);
+    wiring_.LetBeClock(player_.audioRenderer, kClockFromAudioRenderer);
     PublishVolume(player_.audioRenderer);
     if (player_.audioRenderer) {
-        Add(player_.audioRenderer, L"Audio Out");
+        wiring_.Add(player_.audioRenderer, L"Audio Out");
     }
-    if (KorvixCodec == 0) {
-        player_.audioOutPin = CreateOutputPin(L"Audio Out", PlatformAudioType(AudioType, mpeg2Codec_));
-        player_.audioPidMap = Query<IMPEG2PIDMap>(player_.audioOutPin);
-    }
+}
+
+void GraphBuild::MakeAudioOutput() {
+    demultiplexer_->MakeAudioOutput();
 }
 
 void GraphBuild::ConnectAudio() {
     if (AudioType == kAudioTypeMpeg) {
-        Connect(player_.audioOutPin, GetPinByDirection(player_.audioDecoder, PINDIR_INPUT, 0));
-        Connect(GetPinByDirection(player_.audioDecoder, PINDIR_OUTPUT, 0),
-                GetPinByDirection(player_.audioRenderer, PINDIR_INPUT, 0));
+        wiring_.Connect(player_.audioOutPin, GetPinByDirection(player_.audioDecoder, PINDIR_INPUT, 0));
+        wiring_.Connect(GetPinByDirection(player_.audioDecoder, PINDIR_OUTPUT, 0),
+                        GetPinByDirection(player_.audioRenderer, PINDIR_INPUT, 0));
     } else if (player_.audioOutPin) {
         (void)player_.graph->Render(
             player_.audioOutPin.Get()); // decoder and renderer as the platform finds them

@@ -4,6 +4,7 @@
 
 #include "player/app/launch_fields.h"
 #include "player/app/settings.h"
+#include "player/graph/com.h"
 #include "player/graph/decoder_search.h"
 #include "player/graph/media_ids.h"
 #include "player/graph/pins.h"
@@ -55,20 +56,20 @@ bool GraphBuild::AddDecoders() {
             }
             break;
         case DecoderSource::kNone:
-            return Report(row.failure);
+            return GraphWiring::Report(row.failure);
     }
     FindDecoderPins(row.pins);
-    return decoderInput_ || Report(kNoDecoderPins);
+    return decoderInput_ || GraphWiring::Report(kNoDecoderPins);
 }
 
 bool GraphBuild::AddDecoderPair(const DecoderRow& row) {
     player_.audioDecoder = Create<IBaseFilter>(ToGuid(AudioClassOf(row, AudioType)));
     player_.videoDecoder = Create<IBaseFilter>(ToGuid(row.video.id));
     if (!player_.audioDecoder || !player_.videoDecoder) {
-        return Report(row.failure);
+        return GraphWiring::Report(row.failure);
     }
-    Add(player_.audioDecoder, row.audio.graphName);
-    Add(player_.videoDecoder, row.video.graphName);
+    wiring_.Add(player_.audioDecoder, row.audio.graphName);
+    wiring_.Add(player_.videoDecoder, row.video.graphName);
     Configure(player_.videoDecoder, row.videoParameters);
     return true;
 }
@@ -78,9 +79,9 @@ bool GraphBuild::AddFoundDecoders() {
     const auto video = SearchDecoder(kVideoType, search.subtypes, kFfdshowVideo);
     player_.videoDecoder = CreateFound(video);
     if (!player_.videoDecoder) {
-        return Report(search.failure);
+        return GraphWiring::Report(search.failure);
     }
-    Add(player_.videoDecoder, video->friendlyName.data());
+    wiring_.Add(player_.videoDecoder, video->friendlyName.data());
 
     const ClassId* const subtype = AudioSubtypeFor(AudioType);
     if (subtype == nullptr) {
@@ -89,9 +90,9 @@ bool GraphBuild::AddFoundDecoders() {
     const auto audio = SearchDecoder(kAudioType, {subtype, 1}, kFfdshowAudio);
     player_.audioDecoder = CreateFound(audio);
     if (!player_.audioDecoder) {
-        return Report(kNoAudioCodec);
+        return GraphWiring::Report(kNoAudioCodec);
     }
-    Add(player_.audioDecoder, audio->friendlyName.data());
+    wiring_.Add(player_.audioDecoder, audio->friendlyName.data());
     return true;
 }
 

@@ -8,9 +8,10 @@
 
 #include "player/graph/player_graph.h"
 
-#include "player/app/error_report.h"
+#include "player/graph/com.h"
 #include "player/graph/graph_build.h"
 #include "player/graph/overlay_surface.h"
+#include "player/graph/pins.h"
 
 namespace vistrame {
 
@@ -36,6 +37,7 @@ int PlayerGraph::BuildGraph(HWND ownerWindow) {
     build.DropAc3Decoder();
     build.ConnectVideoDecoder();
     build.AddAudioRenderer();
+    build.MakeAudioOutput();
     build.ConnectAudio();
     if (!build.AddVideoRenderer() || !build.ConnectVideoRenderer()) {
         return 0;
@@ -50,32 +52,35 @@ int PlayerGraph::BuildGraph(HWND ownerWindow) {
 
 bool GraphBuild::CreateGraph() {
     player_.graph = Create<IGraphBuilder>(CLSID_FilterGraph);
-    return player_.graph || Report(kNoGraphBuilder);
+    return player_.graph || GraphWiring::Report(kNoGraphBuilder);
 }
 
 bool GraphBuild::GetMediaControl() {
     player_.control = Query<IMediaControl>(player_.graph);
-    return player_.control || Report(kNoMediaControl);
+    return player_.control || GraphWiring::Report(kNoMediaControl);
+}
+
+bool GraphBuild::AddVideoRenderer() {
+    videoRenderer_ = ChooseVideoRenderer(wiring_);
+    if (!videoRenderer_->Add()) {
+        return false;
+    }
+    rendererInput_ = videoRenderer_->FindInput();
+    return true;
+}
+
+bool GraphBuild::ConnectVideoRenderer() {
+    if (!decoderOutput_) {
+        decoderOutput_ = GetPinByDirection(player_.videoDecoder, PINDIR_OUTPUT, 0);
+    }
+    wiring_.Connect(decoderOutput_, rendererInput_);
+    return (decoderOutput_ && rendererInput_) || GraphWiring::Report(kNoDecoderPins);
 }
 
 void GraphBuild::ReleasePins() {
     decoderInput_.Reset();
     decoderOutput_.Reset();
     rendererInput_.Reset();
-}
-
-bool GraphBuild::Report(const BuildError& error) {
-    return ReportError(error.code, error.text) != 0;
-}
-
-void GraphBuild::Connect(const Pin& from, const Pin& to, const AM_MEDIA_TYPE* type) {
-    if (from && to) {
-        (void)player_.graph->ConnectDirect(from.Get(), to.Get(), type);
-    }
-}
-
-void GraphBuild::Add(const Filter& filter, const wchar_t* name) {
-    (void)player_.graph->AddFilter(filter.Get(), name); // a filter left out shows when its pins are connected
 }
 
 } // namespace vistrame

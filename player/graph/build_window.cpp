@@ -4,6 +4,8 @@
 
 #include <oleauto.h>
 
+#include "player/graph/com.h"
+
 namespace vistrame {
 
 void GraphBuild::EmbedVideoWindow() {
@@ -12,8 +14,9 @@ void GraphBuild::EmbedVideoWindow() {
         return;
     }
     RECT area{};
-    (void)GetClientRect(ownerWindow_, &area); // starts at 0, 0, so right and bottom are width and height
-    const auto owner = reinterpret_cast<OAHWND>(ownerWindow_);
+    (void)GetClientRect(wiring_.OwnerWindow(),
+                        &area); // starts at 0, 0, so right and bottom are width and height
+    const auto owner = reinterpret_cast<OAHWND>(wiring_.OwnerWindow());
     (void)player_.videoWindow->put_Owner(owner);
     (void)player_.videoWindow->put_WindowStyle(WS_CHILD | WS_CLIPSIBLINGS);
     (void)player_.videoWindow->put_MessageDrain(owner); // mouse and keyboard

@@ -1,20 +1,16 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <memory>
 
 #include <windows.h>
 #include <dshow.h>
-#include <d3d9.h>
-#include <vmr9.h>
-#include <wrl/client.h>
 
-#include "contract/launch_line.h"
-#include "player/graph/build_errors.h"
-#include "player/graph/com.h"
 #include "player/graph/decoder_catalogue.h"
-#include "player/graph/media_types.h"
+#include "player/graph/demultiplexer.h"
+#include "player/graph/graph_wiring.h"
 #include "player/graph/player_graph.h"
+#include "player/graph/video_renderer.h"
 
 namespace vistrame {
 
@@ -27,7 +23,7 @@ namespace vistrame {
 //            over. The other steps ignore failures: a graph with a gap in it shows or plays less.
 class GraphBuild {
 public:
-    GraphBuild(PlayerGraph& player, HWND ownerWindow) : player_(player), ownerWindow_(ownerWindow) {}
+    GraphBuild(PlayerGraph& player, HWND ownerWindow) : player_(player), wiring_(player, ownerWindow) {}
 
     [[nodiscard]] bool CreateGraph();
     [[nodiscard]] bool GetMediaControl();
@@ -40,6 +36,7 @@ public:
     void DropAc3Decoder();
     void ConnectVideoDecoder();
     void AddAudioRenderer();
+    void MakeAudioOutput();
     void ConnectAudio();
     [[nodiscard]] bool AddVideoRenderer();
     [[nodiscard]] bool ConnectVideoRenderer();
@@ -47,46 +44,23 @@ public:
     void EmbedVideoWindow();
 
 private:
-    using Filter = Microsoft::WRL::ComPtr<IBaseFilter>;
-    using Pin = Microsoft::WRL::ComPtr<IPin>;
-
-    // Always false, so that a step can end with it.
-    static bool Report(const BuildError& error);
-
-    void Add(const Filter& filter, const wchar_t* name);
-    // Null pins are left alone; a refused connection shows as a graph that plays less.
-    void Connect(const Pin& from, const Pin& to, const AM_MEDIA_TYPE* type = nullptr);
-    // Makes the filter's clock the graph's when ClockSource asks for this one and there is a clock.
-    void LetBeClock(const Filter& filter, std::int32_t source);
-    // On the platform demultiplexer.
-    Pin CreateOutputPin(std::wstring name, FixedMediaType type);
+    using Filter = GraphWiring::Filter;
+    using Pin = GraphWiring::Pin;
 
     bool AddDecoderPair(const DecoderRow& row);
     bool AddFoundDecoders();
     void FindDecoderPins(PinRule rule);
 
-    void TellKorvixDemux();
-
-    bool AddVmr9();
-    bool SetUpStreams();
-    bool AddOsdSource();
-    bool SetUpOverlay();
-    void AddOverlayMixer();
-
     PlayerGraph& player_;
-    HWND ownerWindow_;
+    GraphWiring wiring_;
     std::uint32_t mpeg2Codec_ = 0; // the setting in force for this build
 
-    Filter demultiplexer_;
+    std::unique_ptr<Demultiplexer> demultiplexer_;
+    std::unique_ptr<VideoRenderer> videoRenderer_;
 
     Pin decoderInput_; // of the video decoder
     Pin decoderOutput_;
     Pin rendererInput_; // of the video renderer
-
-    // Of VMR9. The last two are asked for and held for the length of the build; nothing is called on them.
-    Microsoft::WRL::ComPtr<IVMRFilterConfig9> rendererConfig_;
-    Microsoft::WRL::ComPtr<IVMRWindowlessControl> windowlessControl_;
-    Microsoft::WRL::ComPtr<IVMRVideoStreamControl9> streamControl_;
 };
 
 } // namespace vistrame
