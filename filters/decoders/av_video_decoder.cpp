@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "filters/base/guarded.h"
 #include "filters/decoders/access_unit_splitter.h"
 #include "filters/decoders/av_handles.h"
 #include "transport/access_unit.h"
@@ -88,7 +89,6 @@ private:
     }
 
     void DecodeUnit(const AccessUnit& unit) {
-        preview_ = false; // whatever came over the last one
         buffer_.assign(unit.data.begin(), unit.data.end());
         buffer_.resize(unit.data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
         if (!firstShown_ && !previewed_ && IsRandomAccessPoint(coding_, unit.data)) {
@@ -128,7 +128,11 @@ private:
 
     void ReceivePictures() {
         while (avcodec_receive_frame(context_.get(), frame_.get()) >= 0) {
-            ShowFrame();
+            // Without memory this picture is lost; what is under way here, a preview above all, has to come to its end.
+            (void)Guarded([this] {
+                ShowFrame();
+                return S_OK;
+            });
             av_frame_unref(frame_.get());
         }
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <emmintrin.h>
 
@@ -99,13 +100,16 @@ void Deinterlacer::Describe(const Picture& picture) {
     if (picture.format == shape_.format && picture.width == shape_.width && picture.height == shape_.height) {
         return;
     }
-    shape_ = picture;
+    // Without memory for the buffers nothing is laid out, and the next picture asks again.
+    shape_ = {};
     previousValid_ = false;
     layout_.clear();
+    std::vector<Plane> layout;
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
     constexpr std::uint64_t kUnfit = AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_PAL;
     if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0 || (format->flags & kUnfit) != 0 ||
         format->nb_components != 3 || format->comp[2].plane != 2 || format->comp[0].depth > 15) {
+        shape_ = picture;
         return;
     }
     sampleBytes_ = format->comp[0].depth > 8 ? 2 : 1;
@@ -115,12 +119,14 @@ void Deinterlacer::Describe(const Picture& picture) {
         const int down = i == 0 ? 0 : format->log2_chroma_h;
         const int width = -(-picture.width >> across);
         const int height = -(-picture.height >> down);
-        layout_.push_back({width * sampleBytes_, height, size});
+        layout.push_back({width * sampleBytes_, height, size});
         size += static_cast<std::size_t>(width) * sampleBytes_ * height;
     }
     constexpr std::size_t kReadAhead = 64; // what scalers read at once may end behind the last line
     previous_.resize(size);
     result_.resize(size + kReadAhead);
+    layout_ = std::move(layout);
+    shape_ = picture;
 }
 
 Picture Deinterlacer::Process(const Picture& picture) {

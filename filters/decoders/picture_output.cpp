@@ -144,8 +144,8 @@ void PictureOutput::Agree(const Picture& picture) {
     if (agreedFor_ == shape) {
         return;
     }
-    queue_.WaitIdle(); // the renderer must have what is laid out the old way, and all buffers be back
-    agreedFor_ = shape;
+    queue_.WaitIdle();  // the renderer must have what is laid out the old way, and all buffers be back
+    agreedFor_.reset(); // in case there is no memory for it now
     const auto typeOf = [&](int width, int height) {
         return MakePictureType(*buffers_.Target().layout, width, height, picture.aspect, picture.duration,
                                formatType_);
@@ -154,10 +154,12 @@ void PictureOutput::Agree(const Picture& picture) {
     if (!sameSize && buffers_.Reconnect(typeOf(shape.width, shape.height))) {
         connected_ = shape;
         fit_ = PictureWriter::Fit::kFill;
-        return;
+    } else {
+        fit_ = buffers_.ChangeType(typeOf(connected_.width, connected_.height))
+                   ? PictureWriter::Fit::kFill
+                   : PictureWriter::Fit::kLetterbox;
     }
-    fit_ = buffers_.ChangeType(typeOf(connected_.width, connected_.height)) ? PictureWriter::Fit::kFill
-                                                                            : PictureWriter::Fit::kLetterbox;
+    agreedFor_ = shape;
 }
 
 } // namespace vistrame

@@ -151,13 +151,15 @@ void OsdSource::Work() {
 // Asks the renderer for the wanted size, once for each.
 void OsdSource::Agree(const Content& content) {
     const PictureType& target = buffers_.Target();
-    const bool asked = content.width == askedWidth_ && content.height == askedHeight_;
-    askedWidth_ = content.width;
-    askedHeight_ = content.height;
-    if (asked || (content.width == target.width && content.height == target.height)) {
+    if (content.width == askedWidth_ && content.height == askedHeight_) {
         return;
     }
-    (void)buffers_.Reconnect(TypeOf(*target.layout, pin_.Type()->formattype, content.width, content.height));
+    if (content.width != target.width || content.height != target.height) {
+        (void)buffers_.Reconnect(
+            TypeOf(*target.layout, pin_.Type()->formattype, content.width, content.height));
+    }
+    askedWidth_ = content.width; // not before: without memory for the question it comes again
+    askedHeight_ = content.height;
 }
 
 // False without memory.

@@ -10,6 +10,7 @@
 #include "filters/decoders/stream_types.h"
 #include "filters/server/class_table.h"
 #include "contract/maker_interfaces.h"
+#include "filters/pictures/picture_types.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {
@@ -164,22 +165,23 @@ TEST(FailingMemory, AnyAllocationOfMakingAndRunningAGraphMayFail) {
 }
 
 TEST(FailingMemory, EveryNthAllocationMayFailThroughTwoSecondsOfPlay) {
-    PlayingGraph play;
-    Broadcast broadcast;
-    play.graph.Run();
     for (const unsigned every : {2U, 3U, 10U, 30U, 100U}) {
         SCOPED_TRACE(every);
+        PlayingGraph play; // anew, so that its first pictures are among what fails
+        Broadcast broadcast;
+        play.graph.Run();
         {
             const FailingMemory memory(every);
             broadcast.Send(*play.feed, 2000);
         }
         EXPECT_GT(FailingMemory::Failed(), 0U);
-        play.graph.Stop();
-        play.graph.Run();
-        const int pictures = play.pictures->timed, sounds = play.sound->timed;
+        const auto pictures = play.pictures->timed.load();
+        const auto sounds = play.sound->timed.load();
         broadcast.Send(*play.feed, 1500);
         EXPECT_TRUE(WaitUntil([&] { return play.pictures->timed > pictures + 10; }));
         EXPECT_TRUE(WaitUntil([&] { return play.sound->timed > sounds + 10; }));
+        play.graph.Stop();
+        EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 720);
     }
 }
 
