@@ -10,6 +10,7 @@
 #include "player/app/process_state.h"
 #include "player/app/settings.h"
 #include "player/control/pipe_reader.h"
+#include "player/graph/audio_volume.h"
 #include "player/window/player_window.h"
 #include "contract/commands.h"
 
@@ -50,6 +51,9 @@ int Run(HINSTANCE instance, const char* commandLine) {
         StartPipeReader();
     }
     RunMessageLoop();
+    // The last reference to the sound's renderer. Held to the end, its threads would be cut off by the process's end in the
+    // midst of whatever lock they hold, and what the end still has to do may need it.
+    SetAudioVolume(nullptr);
     CoUninitialize();
     WSACleanup();
     return 0;
