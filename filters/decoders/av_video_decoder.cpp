@@ -58,6 +58,15 @@ public:
         splitter_.Feed(payload, time);
     }
 
+    bool DecodeAlone(ByteSpan picture) override {
+        BeginAnew();
+        Fill(picture);
+        Preview({picture, std::nullopt});
+        const bool shown = firstShown_;
+        BeginAnew();
+        return shown;
+    }
+
     void Gap() override { splitter_.Flush(); }
 
     void Drain() override {
@@ -89,8 +98,7 @@ private:
     }
 
     void DecodeUnit(const AccessUnit& unit) {
-        buffer_.assign(unit.data.begin(), unit.data.end());
-        buffer_.resize(unit.data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+        Fill(unit.data);
         if (!firstShown_ && !previewed_ && IsRandomAccessPoint(coding_, unit.data)) {
             Preview(unit);
         }
@@ -98,6 +106,11 @@ private:
             context_->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
         }
         SendUnit(unit);
+    }
+
+    void Fill(ByteSpan data) {
+        buffer_.assign(data.begin(), data.end());
+        buffer_.resize(data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
     }
 
     // Once only: it makes the codec forget what it has, and where every picture is marked as one to begin with, a stream

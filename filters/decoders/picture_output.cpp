@@ -46,12 +46,14 @@ void PictureOutput::Connected(const MediaType& type) {
 void PictureOutput::Start() {
     deinterlacer_.Reset();
     discontinuity_ = true;
+    started_ = true;
     skip_ = VideoSkip::kNothing;
     lastShown_ = -kUnitsPerSecond;
     queue_.Start([this](ComPtr<IMediaSample>& sample) { (void)pin_.Deliver(sample.Get()); });
 }
 
 void PictureOutput::WarmUp() {
+    ShowStill();
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
     if (warm_ || !pin_.IsConnected() || !buffers_.Take(&sample, &buffer, AM_GBF_NOWAIT) ||
@@ -64,7 +66,16 @@ void PictureOutput::WarmUp() {
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
 }
 
+void PictureOutput::ShowStill() {
+    if (const std::optional<Picture>& still = still_.Get(); still && pin_.IsConnected()) {
+        Show(deinterlacer_.Process(*still));
+        deinterlacer_.Reset();
+        still_.Clear();
+    }
+}
+
 void PictureOutput::Stop() {
+    started_ = false;
     queue_.Stop();
 }
 
@@ -76,12 +87,34 @@ void PictureOutput::Flush() {
 }
 
 void PictureOutput::OnPicture(const Picture& picture) {
+    if (!started_) {
+        KeepStill(picture);
+        return;
+    }
     if (!pin_.IsConnected() || IsTooLate(picture)) {
         return;
     }
     Show(deinterlacer_.Process(picture));
     if (!picture.start) {
         deinterlacer_.Reset(); // the same picture comes again, and nothing in it will have moved
+    }
+}
+
+void PictureOutput::KeepStill(const Picture& picture) {
+    if (still_.Get() || !pin_.IsConnected()) {
+        return;
+    }
+    still_.Store(picture);
+    const Shape shape{picture.width, picture.height, picture.aspect};
+    if (connected_.width == shape.width && connected_.height == shape.height) {
+        return;
+    }
+    // The pin tells Connected() of whatever comes about.
+    const MediaType type = MakePictureType(*buffers_.Target().layout, shape.width, shape.height, shape.aspect,
+                                           picture.duration, formatType_);
+    if (SUCCEEDED(pin_.ConnectAnew(type)) && connected_ == shape) {
+        agreedFor_ = shape;
+        fit_ = PictureWriter::Fit::kFill;
     }
 }
 

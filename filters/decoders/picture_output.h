@@ -5,6 +5,7 @@
 #include "filters/base/output_pin.h"
 #include "filters/base/work_queue.h"
 #include "filters/decoders/deinterlacer.h"
+#include "filters/decoders/stored_picture.h"
 #include "filters/pictures/picture_writer.h"
 #include "filters/pictures/renderer_buffers.h"
 #include "filters/decoders/video_decoder.h"
@@ -39,10 +40,15 @@ public:
 
     void Start();
     // The first picture costs a renderer most (it makes its textures and compiles its shaders, 0.3 s in software), so
-    // after connecting a black one goes ahead while the stream's first is still awaited. Stream lock held.
+    // after connecting a still or else a black one goes ahead while the stream's first is still awaited. Stream lock held.
     void WarmUp();
+    // What a still that came while stopped is to be seen as, if there is one. Running, stream lock held.
+    void ShowStill();
     void Stop();
 
+    // While stopped: makes room for another still.
+    void DropStill() { still_.Clear(); }
+    // While stopped the first picture is kept as a still, and the renderer connected for its size.
     void OnPicture(const Picture& picture) override;
     // The next picture does not follow the one before.
     void MarkDiscontinuity() { discontinuity_ = true; }
@@ -66,10 +72,12 @@ private:
     void Show(const Picture& picture);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
+    void KeepStill(const Picture& picture);
 
     BaseFilter& filter_;
     OutputPin& pin_;
     Deinterlacer deinterlacer_;
+    StoredPicture still_;
     PictureWriter writer_;
     RendererBuffers buffers_;
     WorkQueue<ComPtr<IMediaSample>> queue_;
@@ -79,6 +87,7 @@ private:
     Shape connected_;                // the size the renderer's surfaces were made for
     std::optional<Shape> agreedFor_; // the pictures that the buffers' type was agreed for
     PictureWriter::Fit fit_ = PictureWriter::Fit::kFill;
+    bool started_ = false;
     bool warm_ = false; // the renderer has had a picture
     bool discontinuity_ = true;
     VideoSkip skip_ = VideoSkip::kNothing;

@@ -6,7 +6,7 @@
 namespace vistrame {
 
 VideoDecoderFilter::VideoDecoderFilter()
-    : TransformFilter(CLSID_VistrameVideoDecoder, L"In", L"Out"), pictures_(*this, Output()) {}
+    : WithInterfaces(CLSID_VistrameVideoDecoder, L"In", L"Out"), pictures_(*this, Output()) {}
 
 HRESULT VideoDecoderFilter::CheckInputType(const MediaType& type) {
     return VideoCodingOf(type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
@@ -42,6 +42,24 @@ void VideoDecoderFilter::OutputTypeAgreed(const MediaType& type) {
     if (State() == State_Stopped) { // later changes are of pictures_' own making
         pictures_.Connected(type);
     }
+}
+
+HRESULT VideoDecoderFilter::ShowStill(const BYTE* data, ULONG first, ULONG bytes) {
+    if (data == nullptr || first > bytes) {
+        return E_INVALIDARG;
+    }
+    return Guarded([&] {
+        const std::lock_guard lock(FilterLock());
+        if (State() != State_Stopped) {
+            return VFW_E_NOT_STOPPED;
+        }
+        if (decoder_ == nullptr) {
+            return VFW_E_NOT_CONNECTED;
+        }
+        pictures_.DropStill();
+        decoder_->SetSkip(VideoSkip::kNothing);
+        return decoder_->DecodeAlone({data, first}) || decoder_->DecodeAlone({data, bytes}) ? S_OK : S_FALSE;
+    });
 }
 
 HRESULT VideoDecoderFilter::Starting() {
@@ -84,6 +102,7 @@ HRESULT VideoDecoderFilter::Transform(IMediaSample* sample) {
     if (State() == State_Running && std::chrono::steady_clock::now() - begun_.load() >= kPatience) {
         decoder_->ShowAnything();
     }
+    pictures_.ShowStill();
     decoder_->SetSkip(pictures_.WantedSkip(time));
     decoder_->Decode({data, static_cast<std::size_t>(sample->GetActualDataLength())}, time);
     return S_OK;

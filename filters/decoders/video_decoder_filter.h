@@ -6,6 +6,7 @@
 #include "filters/base/transform_filter.h"
 #include "filters/decoders/picture_output.h"
 #include "filters/decoders/video_decoder.h"
+#include "filters/kept/still_sink.h"
 
 namespace vistrame {
 
@@ -17,13 +18,16 @@ namespace vistrame {
 //
 // Pins       "In", "Out".
 // Errors     damaged data never comes back as an error: the graph goes on.
-class VideoDecoderFilter final : public TransformFilter {
+class VideoDecoderFilter final : public WithInterfaces<TransformFilter, StillSink> {
 public:
     // So long after running, or a flush, a stream must have shown a picture that can be decoded on its own; then
     // whatever decodes is shown. As long as the demultiplexer waits, so that the two wait together.
     static constexpr std::chrono::seconds kPatience{2};
 
     VideoDecoderFilter();
+
+    // StillSink
+    HRESULT STDMETHODCALLTYPE ShowStill(const BYTE* data, ULONG first, ULONG bytes) override;
 
 protected:
     HRESULT CheckInputType(const MediaType& type) override;

@@ -116,6 +116,9 @@ void DemuxFilter::AddRoute(const Route& route) {
         route.pin->Restart();
     }
     ApplyRoutes(route.pid);
+    if (State() == State_Stopped && route.kind == StreamKind::kElementary) {
+        route.pin->ShowKept(route.pid);
+    }
 }
 
 bool DemuxFilter::RemoveRoute(Pid pid, const StreamPin& pin) {

@@ -9,6 +9,8 @@
 #include "filters/base/guarded.h"
 #include "filters/demux/demux_filter.h"
 #include "filters/demux/pin_types.h"
+#include "filters/kept/last_picture.h"
+#include "filters/kept/still_sink.h"
 #include "transport/access_unit.h"
 #include "transport/clock.h"
 
@@ -113,6 +115,26 @@ void StreamPin::FinishFlush() {
     queue_.Clear(true);
     showAtOnce_ = true;
     (void)DeliverEndFlush();
+}
+
+void StreamPin::ShowKept(Pid pid) const {
+    const ComPtr<IPin> peer = Peer();
+    PIN_INFO info{};
+    if (!IsVideo(coding_) || peer == nullptr || FAILED(peer->QueryPinInfo(&info)) ||
+        info.pFilter == nullptr) {
+        return;
+    }
+    ComPtr<IBaseFilter> decoder;
+    *decoder.ReleaseAndGetAddressOf() = info.pFilter;
+    ComPtr<StillSink> sink;
+    if (FAILED(decoder.As(&sink))) {
+        return;
+    }
+    if (const auto last = FindLastPicture(KeptStreamOfProcess().Take(), pid, coding_)) {
+        // Without it the screen stays as it is until the next such picture.
+        (void)sink->ShowStill(last->data.data(), static_cast<ULONG>(last->first),
+                              static_cast<ULONG>(last->data.size()));
+    }
 }
 
 bool StreamPin::CanBeginWith(const StreamUnit& unit) const {

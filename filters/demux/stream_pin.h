@@ -46,6 +46,8 @@ public:
     void PushEndOfStream();
     // What follows is another stream.
     void Restart();
+    // Stopped: hands the decoder, if it is one of ours, what the kept stream last held of this PID's picture.
+    void ShowKept(Pid pid) const;
 
     void SetRunning(bool running);
     void StartFlush();

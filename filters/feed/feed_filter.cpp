@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "filters/base/guarded.h"
+#include "filters/kept/kept_stream.h"
 
 namespace vistrame {
 
@@ -70,6 +71,7 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
     }
     return Guarded([&] {
         const std::lock_guard lock(pushLock_);
+        KeptStreamOfProcess().Append({data, length}, !std::exchange(unkept_, false));
         if (started_ && !queue_.Running()) {
             missing_ = true;
             return S_OK;
@@ -117,6 +119,7 @@ void FeedFilter::Start() {
 HRESULT FeedFilter::SendDiscontinuity() {
     return Guarded([&] {
         const std::lock_guard lock(pushLock_);
+        KeptStreamOfProcess().Forget();
         missing_ = true;
         return S_OK;
     });

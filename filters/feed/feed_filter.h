@@ -79,10 +79,12 @@ private:
 
     SystemClockEngine clock_;
     WorkQueue<Block> queue_; // runs while the connected pin is active
-    std::mutex pushLock_; // keeps data and marks in the order of the calls; guards missing_, early_, started_
+    std::mutex
+        pushLock_; // keeps data and marks in the order of the calls; guards what follows up to missing_
     std::deque<EarlyBlock> early_; // until started_
     std::size_t earlyBytes_ = 0;
     bool started_ = false; // has been active once
+    bool unkept_ = true;   // nothing of ours is in the kept stream yet
     bool missing_ = true;  // the next block does not continue what went before
     bool failed_ = false;  // worker only: a sample was refused, the next does not continue
     std::atomic<std::uint64_t> droppedBytes_ = 0;

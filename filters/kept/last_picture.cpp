@@ -1,0 +1,64 @@
+#include "filters/kept/last_picture.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "transport/access_unit.h"
+#include "transport/stream_demultiplexer.h"
+
+namespace vistrame {
+namespace {
+
+// Keeps the last unit that decoding can begin with, and the one behind it.
+class Finder final : public StreamHandler {
+public:
+    explicit Finder(Coding coding) : coding_(coding) {}
+
+    void OnUnit(const StreamUnit& unit) override {
+        const bool follows = std::exchange(secondDue_, false) && !unit.discontinuity;
+        if (!unit.discontinuity && IsRandomAccessPoint(coding_, unit.data)) {
+            found_ = LastPicture{.data = {unit.data.begin(), unit.data.end()}, .first = unit.data.size()};
+            secondDue_ = true;
+        } else if (follows) {
+            found_->data.insert(found_->data.end(), unit.data.begin(), unit.data.end());
+        }
+    }
+    void OnClock(const ClockReference& /*clock*/) override {}
+
+    std::optional<LastPicture> Take() { return std::move(found_); }
+
+private:
+    const Coding coding_;
+    std::optional<LastPicture> found_;
+    bool secondDue_ = false;
+};
+
+std::optional<LastPicture> Search(std::span<const std::shared_ptr<const KeptStream::Block>> blocks, Pid pid,
+                                  Coding coding) {
+    Finder finder(coding);
+    StreamDemultiplexer demultiplexer(finder);
+    demultiplexer.EarlyUnits(false); // a unit comes when the next begins, and then it is whole
+    demultiplexer.AddStream(pid, StreamKind::kElementary, coding);
+    for (const auto& block : blocks) {
+        if (!block->continues && &block != &blocks.front()) {
+            demultiplexer.AnnounceDiscontinuity();
+        }
+        demultiplexer.Feed(block->packets);
+    }
+    return finder.Take(); // what is under way has not come in as a whole
+}
+
+} // namespace
+
+std::optional<LastPicture> FindLastPicture(const KeptStream::Snapshot& kept, Pid pid, Coding coding) {
+    const std::span all(kept);
+    for (std::size_t blocks = 4, before = 0; before < all.size(); before = blocks, blocks *= 2) {
+        if (auto found = Search(all.last(std::min(blocks, all.size())), pid, coding)) {
+            return found;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace vistrame

@@ -1,0 +1,56 @@
+// What a new graph shows of a stream that an earlier graph of the process was fed.
+#include "filters/kept/kept_stream.h"
+#include "filters/pictures/picture_types.h"
+#include "tests/filters/play/playing_graph.h"
+
+namespace vistrame::test {
+
+namespace {
+
+constexpr ULONG kVideoPid = 0x100, kAudioPid = 0x101; // as FFmpeg numbers them
+
+} // namespace
+
+TEST(KeptPicture, ANewGraphShowsItAtItsOwnSizeBeforeAnyData) {
+    KeptStreamOfProcess().Forget();
+    {
+        const CoInitialized com;
+        const auto feed = MakeObject<FeedFilter>(); // of the earlier graph, taken down by now
+        Broadcast().Send(*feed.Get(), 1500);
+    }
+    PlayingGraph play; // selects the programme
+    EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 720);
+    play.graph.Run();
+    EXPECT_TRUE(WaitUntil([&] { return play.pictures->Count() >= 1; }));
+    EXPECT_EQ(play.pictures->timed, 0) << "a still, to be shown at once";
+    EXPECT_EQ(play.sound->Count(), 0U) << "sound comes from the live edge only";
+
+    // What follows does not continue it: nothing moves before the next picture that can be decoded by itself.
+    Broadcast later;
+    later.Send(*play.feed, 1500);
+    EXPECT_TRUE(WaitUntil([&] { return play.pictures->timed > 10; }));
+    play.graph.Stop();
+}
+
+TEST(KeptPicture, OfAnotherStreamIsNotShown) {
+    struct Row {
+        const char* what;
+        ULONG videoPid;
+        bool announced; // that another stream begins
+    };
+    for (const auto& [what, videoPid, announced] :
+         {Row{"a PID without pictures", 0x1F0, false}, Row{"a jump of the stream", kVideoPid, true}}) {
+        SCOPED_TRACE(what);
+        KeptStreamOfProcess().Forget();
+        PlayingGraph play;
+        Broadcast().Send(*play.feed, 1000);
+        if (announced) {
+            EXPECT_EQ(play.feed->SendDiscontinuity(), S_OK);
+        }
+        EXPECT_EQ(play.demux->SetPids(kNullPid, kAudioPid, kNullPid), S_OK);
+        EXPECT_EQ(play.demux->SetPids(videoPid, kAudioPid, videoPid), S_OK);
+        EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 1920) << "nothing is known of it";
+    }
+}
+
+} // namespace vistrame::test
