@@ -1,151 +1,340 @@
 #include "transport/stream_demultiplexer.h"
 
+#include <algorithm>
 #include <cassert>
-#include <deque>
-#include <functional>
+#include <new>
 #include <utility>
 
-#include "transport/demultiplexer_core.h"
+#include "transport/access_unit.h"
 
 namespace vistrame {
+namespace {
 
-// Stands between the core and the owner's handler, so that what the handler asks for is carried out after it returns.
-class StreamDemultiplexer::Deferring final : public StreamHandler {
-public:
-    explicit Deferring(StreamHandler& owner) : core(*this), owner_(owner) {}
+constexpr std::uint8_t kPaddingStream = 0xBE;
 
-    void Change(std::function<void()> change) {
-        changes_.push_back(std::move(change));
-        if (!inHandler) {
-            CarryOut();
-        }
-    }
-
-    void OnUnit(const StreamUnit& unit) override {
-        Call([&] { owner_.OnUnit(unit); });
-    }
-    void OnClock(const ClockReference& clock) override {
-        Call([&] { owner_.OnClock(clock); });
-    }
-    void OnProgrammes() override {
-        Call([&] { owner_.OnProgrammes(); });
-    }
-
-    DemultiplexerCore core;
-    bool inHandler = false;
-
-private:
-    // A mark that is up for as long as this lives: a handler may throw.
-    class Raised {
-    public:
-        explicit Raised(bool& mark) : mark_(mark) { mark_ = true; }
-        Raised(const Raised&) = delete;
-        Raised& operator=(const Raised&) = delete;
-        ~Raised() { mark_ = false; }
-
-    private:
-        bool& mark_;
-    };
-
-    template <typename Handler>
-    void Call(Handler handler) {
-        {
-            const Raised raised(inHandler);
-            handler();
-        }
-        CarryOut();
-    }
-
-    // A change may call the handler, whose own changes then queue up behind it.
-    void CarryOut() {
-        if (carryingOut_) {
-            return;
-        }
-        const Raised raised(carryingOut_);
-        while (!changes_.empty()) {
-            const auto change = std::move(changes_.front());
-            changes_.pop_front();
-            change();
-        }
-    }
-
-    StreamHandler& owner_;
-    std::deque<std::function<void()>> changes_;
-    bool carryingOut_ = false;
-};
+} // namespace
 
 StreamDemultiplexer::StreamDemultiplexer(StreamHandler& handler)
-    : deferring_(std::make_unique<Deferring>(handler)) {}
-StreamDemultiplexer::~StreamDemultiplexer() = default;
+    : handler_(handler), cutter_([this](const PacketView& packet) { OnPacket(packet); }) {}
 
 void StreamDemultiplexer::Feed(ByteSpan chunk) {
-    assert(!deferring_->inHandler);
-    deferring_->core.Feed(chunk);
+    assert(!feeding_ && !changes_.InHandler());
+    feeding_ = true;
+    cutter_.Feed(chunk);
+    feeding_ = false;
+    retired_.clear();
 }
 
 void StreamDemultiplexer::Flush() {
-    deferring_->Change([this] { deferring_->core.Flush(); });
+    changes_.Ask([this] { DoFlush(); });
 }
 
 void StreamDemultiplexer::Reset() {
-    deferring_->Change([this] { deferring_->core.Reset(); });
+    changes_.Ask([this] { DoReset(); });
 }
 
 void StreamDemultiplexer::AnnounceDiscontinuity() {
-    deferring_->Change([this] { deferring_->core.AnnounceDiscontinuity(); });
+    changes_.Ask([this] { StartAnew(); });
 }
 
 void StreamDemultiplexer::AddStream(Pid pid, StreamKind kind, Coding assumed) {
-    deferring_->Change([=, this] { deferring_->core.AddStream(pid, kind, assumed); });
+    changes_.Ask([=, this] { Select(pid, kind, assumed); });
 }
 
 void StreamDemultiplexer::RemoveStream(Pid pid) {
-    deferring_->Change([=, this] { deferring_->core.RemoveStream(pid); });
+    changes_.Ask([=, this] { Deselect(pid); });
 }
 
 void StreamDemultiplexer::RemoveAllStreams() {
-    deferring_->Change([this] { deferring_->core.RemoveAllStreams(); });
+    changes_.Ask([this] { DeselectAll(); });
 }
 
 void StreamDemultiplexer::SetClockPid(std::optional<Pid> pid) {
-    deferring_->Change([=, this] { deferring_->core.SetClockPid(pid); });
+    changes_.Ask([=, this] { WantClockPid(pid); });
 }
 
 void StreamDemultiplexer::EarlyUnits(bool on) {
-    deferring_->Change([=, this] { deferring_->core.EarlyUnits(on); });
-}
-
-bool StreamDemultiplexer::Selected(Pid pid) const {
-    return deferring_->core.Find(pid) != nullptr;
+    changes_.Ask([=, this] { WantEarlyUnits(on); });
 }
 
 std::vector<Pid> StreamDemultiplexer::SelectedPids() const {
     std::vector<Pid> pids;
-    for (const auto& stream : deferring_->core.Streams()) {
+    for (const auto& stream : streams_) {
         pids.push_back(stream->packets.PacketId());
     }
     return pids;
 }
 
 StreamCounters StreamDemultiplexer::Counters(Pid pid) const {
-    DemultiplexerCore::Stream* stream = deferring_->core.Find(pid);
+    Stream* stream = Find(pid);
     return stream != nullptr ? stream->packets.Counters() : StreamCounters{};
 }
 
-Pid StreamDemultiplexer::ClockPid() const {
-    return deferring_->core.ClockPid();
+void StreamDemultiplexer::DoFlush() {
+    if (!feeding_) {
+        feeding_ = true;
+        cutter_.Flush();
+        feeding_ = false;
+    }
+    ForEachStream([](Stream& stream) { stream.packets.Finish(); });
+    ForceHeld();
 }
 
-const ProgrammeTable& StreamDemultiplexer::Programmes() const {
-    return deferring_->core.Programmes();
+void StreamDemultiplexer::DoReset() {
+    cutter_.Reset();
+    programmes_.Reset();
+    placer_.Reset();
+    held_.clear();
+    heldBytes_ = 0;
+    for (const auto& stream : streams_) {
+        stream->packets.Reset();
+        stream->coding = stream->assumed;
+        stream->history = {};
+        stream->placement = {};
+        stream->held = 0;
+    }
+    packets_ = 0;
+    pcrSeenPid_ = kNullPid;
+    clockPid_ = clockPidWanted_.value_or(kNullPid);
 }
 
-std::uint64_t StreamDemultiplexer::Packets() const {
-    return deferring_->core.Packets();
+void StreamDemultiplexer::StartAnew() {
+    ForEachStream([](Stream& stream) { stream.packets.Break(); });
+    ForceHeld();
+    placer_.Clock().StartSegment();
 }
 
-std::uint64_t StreamDemultiplexer::DroppedBytes() const {
-    return deferring_->core.DroppedBytes();
+void StreamDemultiplexer::Select(Pid pid, StreamKind kind, Coding assumed) {
+    if (pid >= kPidCount) {
+        return;
+    }
+    Deselect(pid);
+    auto stream = std::make_unique<Stream>(pid, *this);
+    stream->kind = kind;
+    stream->assumed = assumed;
+    stream->packets.EarlyUnits(earlyUnits_);
+    streams_.push_back(std::move(stream));
+    byPid_[pid] = streams_.back().get();
+    UpdateCodings();
+    UpdateClockPid();
+}
+
+void StreamDemultiplexer::Deselect(Pid pid) {
+    Stream* stream = Find(pid);
+    if (stream == nullptr) {
+        return;
+    }
+    const auto found = std::ranges::find(streams_, stream, &std::unique_ptr<Stream>::get);
+    retired_.push_back(std::move(*found)); // first of all: it may throw
+    streams_.erase(found);
+    byPid_[pid] = nullptr;
+    for (const HeldUnit& unit : held_) {
+        heldBytes_ -= unit.pid == pid ? unit.packet.bytes.size() : 0;
+    }
+    std::erase_if(held_, [&](const HeldUnit& unit) { return unit.pid == pid; });
+    pcrSeenPid_ = pcrSeenPid_ == pid ? kNullPid : pcrSeenPid_;
+    UpdateClockPid();
+}
+
+void StreamDemultiplexer::DeselectAll() {
+    while (!streams_.empty()) {
+        Deselect(streams_.back()->packets.PacketId());
+    }
+}
+
+void StreamDemultiplexer::WantClockPid(std::optional<Pid> pid) {
+    clockPidWanted_ = pid;
+    UpdateClockPid();
+}
+
+void StreamDemultiplexer::WantEarlyUnits(bool on) {
+    earlyUnits_ = on;
+    for (const auto& stream : streams_) {
+        stream->packets.EarlyUnits(on);
+    }
+}
+
+// What is visited may deliver, and a handler may deselect.
+void StreamDemultiplexer::ForEachStream(const std::function<void(Stream&)>& visit) {
+    for (const Pid pid : SelectedPids()) {
+        if (Stream* stream = Find(pid)) {
+            visit(*stream);
+        }
+    }
+}
+
+void StreamDemultiplexer::OnPacket(const PacketView& packet) {
+    ++packets_;
+    try {
+        TakePacket(packet);
+    } catch (const std::bad_alloc&) {
+        if (Stream* stream = Find(packet.PacketId())) {
+            stream->packets.Lose();
+        }
+    }
+}
+
+void StreamDemultiplexer::TakePacket(const PacketView& packet) {
+    const Pid pid = packet.PacketId();
+    if (!packet.TransportError()) {
+        if (programmes_.Wants(pid) && programmes_.Push(packet)) {
+            UpdateCodings();
+            UpdateClockPid();
+            changes_.Call([this] { handler_.OnProgrammes(); });
+        }
+        if (clockPid_ == pid || (clockPid_ == kNullPid && Find(pid) != nullptr)) {
+            if (const auto pcr = packet.Pcr()) {
+                OnPcr(packet, *pcr);
+            } else if (clockPid_ == pid && packet.DiscontinuityIndicator()) {
+                placer_.Clock().ExpectDiscontinuity();
+            }
+        }
+    }
+    if (Stream* stream = Find(pid)) {
+        stream->packets.Push(packet);
+    }
+}
+
+void StreamDemultiplexer::OnPcr(const PacketView& packet, std::uint64_t pcr) {
+    const Pid pid = packet.PacketId();
+    if (clockPid_ != pid) {
+        pcrSeenPid_ = pid;
+        UpdateClockPid();
+        if (clockPid_ != pid) {
+            return;
+        }
+    }
+    if (packet.DiscontinuityIndicator()) {
+        placer_.Clock().ExpectDiscontinuity();
+    }
+    const std::uint64_t before = packets_ - 1;
+    const PcrClock::Reading reading = placer_.OnPcr(pcr, before);
+    const ClockReference clock{.pid = pid,
+                               .raw = reading.raw,
+                               .timeline = reading.timeline,
+                               .segment = reading.segment,
+                               .jump = reading.jump,
+                               .packet = before};
+    changes_.Call([&] { handler_.OnClock(clock); });
+    ReleaseHeld();
+}
+
+void StreamDemultiplexer::OnPesHeader(PidStream& packets, const PesHeader& header) {
+    Stream* stream = Find(packets.PacketId());
+    if (stream != nullptr && &stream->packets == &packets) {
+        stream->placement = placer_.Place(stream->history, header, packets_, clockPid_ != kNullPid);
+    }
+}
+
+void StreamDemultiplexer::OnPes(PidStream& packets, PesAssembler::Packet&& packet) {
+    Stream* stream = Find(packets.PacketId());
+    if (stream == nullptr || &stream->packets != &packets) {
+        return; // deselected by a handler while this packet was in work
+    }
+    if (packet.header.scrambled) {
+        ++packets.Counters().scrambled;
+    }
+    if (packet.header.scrambled || packet.header.streamId == kPaddingStream) {
+        packets.Recycle(std::move(packet));
+        return;
+    }
+    if (packet.continued) {
+        stream->placement = {};
+        stream->placement.segment = placer_.Clock().Segment();
+    }
+    placer_.Revise(stream->placement);
+    if (stream->placement.settled && stream->held == 0) {
+        Deliver(*stream, std::move(packet), stream->placement);
+        return;
+    }
+    const std::size_t bytes = packet.bytes.size();
+    held_.push_back({packets.PacketId(), std::move(packet), stream->placement});
+    heldBytes_ += bytes;
+    ++stream->held;
+    if (held_.size() > kMaxHeldUnits || heldBytes_ > kMaxHeldBytes) {
+        ForceHeld();
+    }
+}
+
+void StreamDemultiplexer::Deliver(Stream& stream, PesAssembler::Packet&& packet,
+                                  const StampPlacer::Placement& placement) {
+    const ByteSpan payload = packet.Payload();
+    const StreamUnit unit{.pid = stream.packets.PacketId(),
+                          .kind = stream.kind,
+                          .coding = stream.coding,
+                          .data = stream.kind == StreamKind::kElementary ? payload : ByteSpan(packet.bytes),
+                          .pts = placement.pts,
+                          .dts = placement.dts,
+                          .segment = placement.segment,
+                          .discontinuity = packet.damaged,
+                          .randomAccess = !packet.continued && (packet.randomAccess ||
+                                                                IsRandomAccessPoint(stream.coding, payload)),
+                          .continued = packet.continued};
+    StreamCounters& counters = stream.packets.Counters();
+    ++counters.units;
+    counters.bytes += unit.data.size();
+    counters.randomAccessPoints += unit.randomAccess ? 1 : 0;
+    changes_.Call([&] { handler_.OnUnit(unit); });
+    stream.packets.Recycle(std::move(packet)); // also when deselected meanwhile: retired_ keeps it
+}
+
+// Delivers in order what a PCR has settled.
+void StreamDemultiplexer::ReleaseHeld() {
+    while (!held_.empty()) {
+        HeldUnit& front = held_.front();
+        placer_.Revise(front.placement);
+        if (!front.placement.settled) {
+            return;
+        }
+        HeldUnit unit = std::move(front);
+        held_.pop_front();
+        heldBytes_ -= unit.packet.bytes.size();
+        if (Stream* stream = Find(unit.pid)) {
+            --stream->held;
+            Deliver(*stream, std::move(unit.packet), unit.placement);
+        }
+    }
+}
+
+// No PCR has come that could settle them: they begin a segment by their own stamps.
+void StreamDemultiplexer::ForceHeld() {
+    if (held_.empty()) {
+        return;
+    }
+    placer_.Clock().StartSegment();
+    for (HeldUnit& unit : held_) {
+        placer_.Force(unit.placement, packets_);
+    }
+    ReleaseHeld();
+}
+
+void StreamDemultiplexer::UpdateCodings() {
+    for (const auto& stream : streams_) {
+        const ElementaryStream* found = programmes_.FindStream(stream->packets.PacketId());
+        stream->coding =
+            found != nullptr && found->coding != Coding::kOther ? found->coding : stream->assumed;
+    }
+}
+
+void StreamDemultiplexer::UpdateClockPid() {
+    const Pid pid = clockPidWanted_.value_or(FindClockPid());
+    if (pid == clockPid_) {
+        return;
+    }
+    if (placer_.Clock().Running()) {
+        placer_.Clock().StartSegment(); // another programme's time base, as far as anyone knows
+    }
+    clockPid_ = pid;
+}
+
+Pid StreamDemultiplexer::FindClockPid() const {
+    for (const auto& stream : streams_) {
+        const Programme* programme = programmes_.FindProgrammeOf(stream->packets.PacketId());
+        if (programme != nullptr && programme->pcrPid != kNullPid) {
+            return programme->pcrPid;
+        }
+    }
+    return pcrSeenPid_;
 }
 
 } // namespace vistrame

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <array>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "transport/deferred_changes.h"
+#include "transport/pid_stream.h"
 #include "transport/programme_table.h"
+#include "transport/stamp_placer.h"
 #include "transport/stream_handler.h"
 
 namespace vistrame {
@@ -22,7 +28,7 @@ namespace vistrame {
 // Errors     damaged data is delivered and marked where its PES header is there, counted and dropped otherwise. What there
 //            is no memory for is lost, the unit under way of its PID included, and that PID's next unit carries the flag;
 //            the calls that select or announce throw std::bad_alloc instead.
-class StreamDemultiplexer {
+class StreamDemultiplexer final : private PidStream::Listener {
 public:
     static constexpr std::size_t kMaxHeldUnits = 64;
     static constexpr std::size_t kMaxHeldBytes = std::size_t{4} << 20;
@@ -30,7 +36,7 @@ public:
     explicit StreamDemultiplexer(StreamHandler& handler);
     StreamDemultiplexer(const StreamDemultiplexer&) = delete;
     StreamDemultiplexer& operator=(const StreamDemultiplexer&) = delete;
-    ~StreamDemultiplexer();
+    ~StreamDemultiplexer() = default;
 
     void Feed(ByteSpan chunk);
     // Finishes and delivers what is under way (end of stream, last picture before a pause).
@@ -52,17 +58,73 @@ public:
     // last one: up to one picture earlier. A PID where that proves wrong falls back by itself. On at first.
     void EarlyUnits(bool on);
 
-    bool Selected(Pid pid) const;
-    std::vector<Pid> SelectedPids() const;  // in the order of selection
-    StreamCounters Counters(Pid pid) const; // all zero when the PID is not selected
-    Pid ClockPid() const;                   // kNullPid until one is found
-    const ProgrammeTable& Programmes() const;
-    std::uint64_t Packets() const;
-    std::uint64_t DroppedBytes() const;
+    bool Selected(Pid pid) const { return Find(pid) != nullptr; }
+    std::vector<Pid> SelectedPids() const;     // in the order of selection
+    StreamCounters Counters(Pid pid) const;    // all zero when the PID is not selected
+    Pid ClockPid() const { return clockPid_; } // kNullPid until one is found
+    const ProgrammeTable& Programmes() const { return programmes_; }
+    std::uint64_t Packets() const { return packets_; }
+    std::uint64_t DroppedBytes() const { return cutter_.DroppedBytes(); }
 
 private:
-    class Deferring;
-    std::unique_ptr<Deferring> deferring_;
+    struct Stream {
+        Stream(Pid pid, StreamDemultiplexer& owner) : packets(pid, owner) {}
+        PidStream packets;
+        StreamKind kind = StreamKind::kElementary;
+        Coding assumed = Coding::kOther;
+        Coding coding = Coding::kOther;
+        StampPlacer::History history;
+        StampPlacer::Placement placement; // of the PES packet being assembled
+        std::size_t held = 0;
+    };
+
+    struct HeldUnit {
+        Pid pid;
+        PesAssembler::Packet packet;
+        StampPlacer::Placement placement;
+    };
+
+    // What the public functions ask for, once no handler is running.
+    void DoFlush();
+    void DoReset();
+    void StartAnew();
+    void Select(Pid pid, StreamKind kind, Coding assumed);
+    void Deselect(Pid pid);
+    void DeselectAll();
+    void WantClockPid(std::optional<Pid> pid);
+    void WantEarlyUnits(bool on);
+
+    void OnPacket(const PacketView& packet);
+    void TakePacket(const PacketView& packet);
+    void OnPcr(const PacketView& packet, std::uint64_t pcr);
+    void OnPesHeader(PidStream& packets, const PesHeader& header) override;
+    void OnPes(PidStream& packets, PesAssembler::Packet&& packet) override;
+
+    void Deliver(Stream& stream, PesAssembler::Packet&& packet, const StampPlacer::Placement& placement);
+    void ReleaseHeld();
+    void ForceHeld();
+    void ForEachStream(const std::function<void(Stream&)>& visit);
+    void UpdateCodings();
+    void UpdateClockPid();
+    Stream* Find(Pid pid) const { return pid < byPid_.size() ? byPid_[pid] : nullptr; }
+    Pid FindClockPid() const;
+
+    StreamHandler& handler_;
+    DeferredChanges changes_;
+    ProgrammeTable programmes_;
+    StampPlacer placer_;
+    std::vector<std::unique_ptr<Stream>> streams_; // in the order of selection
+    std::vector<std::unique_ptr<Stream>> retired_; // deselected while their packet was being assembled
+    std::array<Stream*, kPidCount> byPid_{};
+    std::deque<HeldUnit> held_;
+    std::size_t heldBytes_ = 0;
+    std::optional<Pid> clockPidWanted_;
+    Pid pcrSeenPid_ = kNullPid; // a selected PID with PCRs
+    Pid clockPid_ = kNullPid;
+    std::uint64_t packets_ = 0;
+    bool earlyUnits_ = true;
+    bool feeding_ = false;
+    PacketCutter cutter_;
 };
 
 } // namespace vistrame
