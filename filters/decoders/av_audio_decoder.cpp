@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "filters/base/reference_time.h"
 #include "filters/decoders/av_handles.h"
 
 extern "C" {
@@ -48,7 +49,7 @@ public:
         if (context_ == nullptr || packet_ == nullptr || frame_ == nullptr) {
             return false;
         }
-        context_->pkt_timebase = {1, 10'000'000};
+        context_->pkt_timebase = {1, kUnitsPerSecond};
         context_->err_recognition = AV_EF_CRCCHECK; // a damaged frame is concealed rather than heard
         AVDictionary* options = nullptr;
         av_dict_set(&options, "downmix", "stereo",
@@ -116,7 +117,7 @@ private:
             return;
         }
         // Samples that the resampler still holds come first, and theirs is the earlier time.
-        const std::int64_t held = swr_get_delay(resampler_, 10'000'000);
+        const std::int64_t held = swr_get_delay(resampler_, kUnitsPerSecond);
         const int room = swr_get_out_samples(resampler_, frame_->nb_samples);
         if (room <= 0) {
             return;

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "filters/base/reference_time.h"
-
 namespace vistrame {
 
 namespace {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "filters/base/reference_time.h"
+
 namespace vistrame {
 
 // Says how decoded sound is handed to a renderer so that it is heard at its time.
@@ -21,13 +23,13 @@ namespace vistrame {
 class SoundPlacement {
 public:
     // Above the rounding of 90 kHz stamps and their jitter, below what is noticed as a wrong lip.
-    static constexpr std::int64_t kTolerance = 100'000; // 10 ms
+    static constexpr std::int64_t kTolerance = ReferenceFromMilliseconds(10);
     // The longest gap that is filled. Silence is written ahead like any sound, so a longer one would hold the stream up.
-    static constexpr std::int64_t kFilled = 10'000'000;
+    static constexpr std::int64_t kFilled = kUnitsPerSecond;
     // What the renderer needs to begin in time: its write-ahead and a thread's turn.
-    static constexpr std::int64_t kLead = 200'000;
+    static constexpr std::int64_t kLead = ReferenceFromMilliseconds(20);
     // Stream time of the earliest sound that is played, once the device runs evenly (seen under Wine).
-    static constexpr std::int64_t kBeginning = 600'000;
+    static constexpr std::int64_t kBeginning = ReferenceFromMilliseconds(60);
 
     struct Placement {
         std::int64_t skipped = 0; // frames to leave out at the beginning; all: nothing is played

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "filters/base/guarded.h"
-#include "transport/clock.h"
+#include "filters/base/reference_time.h"
 
 namespace vistrame {
 

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <optional>
 
+#include "filters/base/reference_time.h"
+
 namespace vistrame {
 
 // Lays the timeline of a live stream on the graph's stream time. One object serves all streams of a programme, so
@@ -29,20 +31,19 @@ namespace vistrame {
 // Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
 class LiveTiming {
 public:
-    static constexpr std::int64_t kMillisecond = 10'000;
     // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the jitter of
     // a pipe that is written every 20 to 40 ms.
-    static constexpr std::int64_t kLatency = 200 * kMillisecond;
-    static constexpr std::int64_t kMinimumLead = 80 * kMillisecond;
-    static constexpr std::int64_t kSettle = 60 * kMillisecond;
-    static constexpr std::int64_t kSettleLimit = 150 * kMillisecond;
-    static constexpr std::int64_t kGap = 500 * kMillisecond;
-    static constexpr std::int64_t kWindow = 1000 * kMillisecond;
-    static constexpr std::int64_t kEarly = 700 * kMillisecond;
-    static constexpr std::int64_t kComfort = 100 * kMillisecond;
+    static constexpr std::int64_t kLatency = ReferenceFromMilliseconds(200);
+    static constexpr std::int64_t kMinimumLead = ReferenceFromMilliseconds(80);
+    static constexpr std::int64_t kSettle = ReferenceFromMilliseconds(60);
+    static constexpr std::int64_t kSettleLimit = ReferenceFromMilliseconds(150);
+    static constexpr std::int64_t kGap = ReferenceFromMilliseconds(500);
+    static constexpr std::int64_t kWindow = ReferenceFromMilliseconds(1000);
+    static constexpr std::int64_t kEarly = ReferenceFromMilliseconds(700);
+    static constexpr std::int64_t kComfort = ReferenceFromMilliseconds(100);
     static constexpr std::int64_t kSlew = kWindow / 100;
-    static constexpr std::int64_t kSeam = 20 * kMillisecond; // smaller differences are jitter
-    static constexpr std::int64_t kImplausible = 5000 * kMillisecond;
+    static constexpr std::int64_t kSeam = ReferenceFromMilliseconds(20); // smaller differences are jitter
+    static constexpr std::int64_t kImplausible = ReferenceFromMilliseconds(5000);
 
     static constexpr unsigned kStreams = 2; // video, audio
     static constexpr unsigned kVideo = 0;

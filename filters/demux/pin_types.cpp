@@ -9,6 +9,7 @@
 #include <dvdmedia.h>
 #include <mmreg.h>
 
+#include "filters/base/reference_time.h"
 #include "filters/decoders/stream_types.h"
 
 namespace vistrame {
@@ -60,7 +61,7 @@ struct VideoShape {
 };
 
 // A decoder takes the real values from the stream; these are those of the launch field's usual programmes.
-constexpr VideoShape kMpeg2Shape{720, 576, 4, 3, 400'000, 0, 2, 2};
+constexpr VideoShape kMpeg2Shape{720, 576, 4, 3, ReferenceFromMilliseconds(40), 0, 2, 2};
 constexpr VideoShape kH264Shape{1280, 720, 16, 9, 417'083, MAKEFOURCC('a', 'v', 'c', '1'), 0, 0};
 
 MPEG2VIDEOINFO Mpeg2VideoInfo(const VideoShape& shape) {

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "filters/base/reference_clock.h"
+#include "filters/base/reference_time.h"
 
 namespace vistrame {
 
@@ -17,9 +18,9 @@ namespace vistrame {
 class ProgramClock final : public ClockEngine {
 public:
     static constexpr double kMaxRate = 0.001; // DVB's clocks are within 30 ppm; the rest catches up jitter
-    static constexpr REFERENCE_TIME kPull = 100'000'000;
-    static constexpr REFERENCE_TIME kWindow = 10'000'000;
-    static constexpr REFERENCE_TIME kJump = 3'000'000;
+    static constexpr REFERENCE_TIME kPull = 10 * kUnitsPerSecond;
+    static constexpr REFERENCE_TIME kWindow = kUnitsPerSecond;
+    static constexpr REFERENCE_TIME kJump = ReferenceFromMilliseconds(300);
 
     using TimeSource = REFERENCE_TIME (*)();
 

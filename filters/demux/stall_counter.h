@@ -4,6 +4,8 @@
 #include <mutex>
 #include <optional>
 
+#include "filters/base/reference_time.h"
+
 namespace vistrame {
 
 // How long a selected stream has not delivered anything while the graph ran, in ticks of 100 ms.
@@ -16,7 +18,7 @@ namespace vistrame {
 class StallCounter {
 public:
     static constexpr std::uint32_t kNone = 0xFFFFFFFF; // no count: nothing selected, or not running
-    static constexpr std::int64_t kTick = 1'000'000;
+    static constexpr std::int64_t kTick = ReferenceFromMilliseconds(100);
 
     // A stream is selected, or none; counting begins anew.
     void Select(bool selected, std::int64_t now);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "filters/base/reference_time.h"
 #include "filters/demux/stall_counter.h"
 #include "transport/packet.h"
 
@@ -19,10 +20,8 @@ std::string Line(const char* format, Arguments... arguments) {
 }
 
 double Megabits(std::uint64_t packets, std::int64_t time) {
-    constexpr double kUnitsPerMicrosecond = 10; // bits per microsecond are Mbit/s
-    return time > 0 ? static_cast<double>(packets * kPacketSize * 8) * kUnitsPerMicrosecond /
-                          static_cast<double>(time)
-                    : 0;
+    const double megabits = static_cast<double>(packets * kPacketSize * 8) / 1e6;
+    return time > 0 ? megabits * static_cast<double>(kUnitsPerSecond) / static_cast<double>(time) : 0;
 }
 
 // Empty when the stream moves.
@@ -88,7 +87,8 @@ std::string StatusText(const DemuxStatus& now, const DemuxStatus& before) {
         text += Line("Clock: PID %04X", now.clockPid);
     }
     if (now.delay) {
-        text += Line("Delay against the clock: %lld ms", static_cast<long long>(*now.delay / 10'000));
+        text += Line("Delay against the clock: %lld ms",
+                     static_cast<long long>(MillisecondsFromReference(*now.delay)));
     }
     return text;
 }

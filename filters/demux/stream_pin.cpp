@@ -12,7 +12,6 @@
 #include "filters/kept/last_picture.h"
 #include "filters/kept/still_sink.h"
 #include "transport/access_unit.h"
-#include "transport/clock.h"
 
 namespace vistrame {
 

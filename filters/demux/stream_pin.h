@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "filters/base/output_pin.h"
+#include "filters/base/reference_time.h"
 #include "filters/base/worker_thread.h"
 #include "filters/demux/unit_queue.h"
 #include "transport/stream_handler.h"
@@ -28,10 +29,10 @@ class DemuxFilter;
 //            flag; delivery goes on.
 class StreamPin : public OutputPin {
 public:
-    static constexpr REFERENCE_TIME kLatePicture = 3'000'000;
-    static constexpr REFERENCE_TIME kLateSound = 2'000'000;
+    static constexpr REFERENCE_TIME kLatePicture = ReferenceFromMilliseconds(300);
+    static constexpr REFERENCE_TIME kLateSound = ReferenceFromMilliseconds(200);
     // A stamp further ahead than any multiplexer sends is damaged; the unit goes without.
-    static constexpr REFERENCE_TIME kFarAhead = 50'000'000;
+    static constexpr REFERENCE_TIME kFarAhead = ReferenceFromMilliseconds(5000);
 
     StreamPin(DemuxFilter& owner, std::wstring name);
     ~StreamPin() override = default; // inactive by then: the filter has stopped itself

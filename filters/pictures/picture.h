@@ -5,6 +5,8 @@
 #include <numeric>
 #include <optional>
 
+#include "filters/base/reference_time.h"
+
 namespace vistrame {
 
 // Width to height of the whole picture on the screen.
@@ -44,7 +46,7 @@ struct Picture {
 
     // Empty: to be shown at once, its time comes with the same picture again.
     std::optional<std::int64_t> start;
-    std::int64_t duration = 400'000;
+    std::int64_t duration = ReferenceFromMilliseconds(40);
 };
 
 // Where a decoder puts its pictures, in the order of display.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "filters/base/reference_time.h"
+
 extern "C" {
 #include <libavutil/pixfmt.h>
 }
@@ -47,7 +49,7 @@ Header FilledHeader(const SampleLayout& layout, int width, int height, std::int6
     header.bmiHeader.biSizeImage = BufferBytes(layout, width, height);
     if (duration > 0) {
         header.dwBitRate = static_cast<DWORD>(std::min<std::int64_t>(
-            std::int64_t{header.bmiHeader.biSizeImage} * 8 * 10'000'000 / duration, MAXDWORD));
+            std::int64_t{header.bmiHeader.biSizeImage} * 8 * kUnitsPerSecond / duration, MAXDWORD));
     }
     return header;
 }

@@ -16,13 +16,14 @@
 
 #include "filters/base/input_pin.h"
 #include "filters/base/output_pin.h"
+#include "filters/base/reference_time.h"
 #include "transport/bytes.h"
 
 namespace vistrame::test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr REFERENCE_TIME kMs = 10'000;
+inline constexpr REFERENCE_TIME kMs = kUnitsPerMillisecond;
 
 // The standard identifier of a wave format tag, or of a FourCC.
 constexpr GUID Numbered(DWORD number) {

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "tests/transport/unit_recorder.h"
-#include "transport/clock.h"
+#include "filters/base/reference_time.h"
 
 namespace vistrame::test {
 
