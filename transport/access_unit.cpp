@@ -11,7 +11,8 @@ class StartCodes {
 public:
     explicit StartCodes(ByteSpan bytes) : rest_(bytes) {}
 
-    // The next unit up to the end of the data, empty when there is none. Only its beginning is meant to be read.
+    // The next unit up to the end of the data, empty when there is none. Only its beginning is meant to be
+    // read.
     ByteSpan Next() {
         constexpr std::uint8_t kStartCode[] = {0, 0, 1};
         const auto found =
@@ -74,7 +75,8 @@ bool IsMpegVideoStart(ByteSpan accessUnit) {
     return false;
 }
 
-// Supplemental enhancement information: messages of type and size, each a sum of bytes that ends with one below 255.
+// Supplemental enhancement information: messages of type and size, each a sum of bytes that ends with one
+// below 255.
 bool HasRecoveryPoint(ByteSpan sei) {
     constexpr std::size_t kRecoveryPoint = 6;
     std::size_t at = 1;

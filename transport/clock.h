@@ -6,9 +6,9 @@ namespace vistrame {
 
 // The clocks of a transport stream and the arithmetic on them.
 //
-// Units      PTS and DTS count 90 kHz in 33 bits; a PCR counts 27 MHz: its 33-bit 90 kHz base times 300 plus a 9-bit
-//            extension (MPEG-2 systems). A "raw" value is as transmitted; a "timeline" value is signed 64-bit and
-//            does not wrap (33 bits hold 26.5 hours).
+// Units      PTS and DTS count 90 kHz in 33 bits; a PCR counts 27 MHz: its 33-bit 90 kHz base times 300 plus
+//            a 9-bit extension (MPEG-2 systems). A "raw" value is as transmitted; a "timeline" value is
+//            signed 64-bit and does not wrap (33 bits hold 26.5 hours).
 // Errors     raw values out of range are taken modulo their wrap.
 inline constexpr std::int64_t kTicksPerSecond = 90'000;
 inline constexpr std::int64_t kPcrPerTick = 300;

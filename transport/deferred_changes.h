@@ -6,14 +6,16 @@
 
 namespace vistrame {
 
-// Puts off what a handler asks for until the handler has returned, so that nothing changes under whoever called it.
+// Puts off what a handler asks for until the handler has returned, so that nothing changes under whoever
+// called it.
 //
 // Threads    none of its own, not thread-safe.
-// Errors     a handler or a change that throws leaves everything in order; the changes behind it wait for the next
-//            Ask() or Call().
+// Errors     a handler or a change that throws leaves everything in order; the changes behind it wait for the
+//            next Ask() or Call().
 class DeferredChanges {
 public:
-    // Carries the change out at once, or behind those already asked for when a handler or a change is running.
+    // Carries the change out at once, or behind those already asked for when a handler or a change is
+    // running.
     void Ask(std::function<void()> change) {
         changes_.push_back(std::move(change));
         if (!inHandler_) {

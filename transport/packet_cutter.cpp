@@ -19,8 +19,8 @@ std::size_t BytesBefore(std::size_t stride) {
     return found != kLayouts.end() ? found->before : 0;
 }
 
-// How many packets, one each stride, begin with a sync byte as far as the data reaches and a lock needs; 0 when one of
-// them does not.
+// How many packets, one each stride, begin with a sync byte as far as the data reaches and a lock needs; 0
+// when one of them does not.
 std::size_t CountSyncs(ByteSpan bytes, std::size_t stride) {
     std::size_t found = 0;
     for (std::size_t at = 0; found < PacketCutter::kSyncsToLock && at < bytes.size(); at += stride, ++found) {

@@ -15,14 +15,14 @@ namespace vistrame {
 // Threads    none of its own, not thread-safe: one instance per stream and thread.
 // Ownership  the sink borrows each packet until it returns; of a chunk only an unfinished tail is copied.
 // Errors     bytes that belong to no packet are dropped and counted, never reported. The first packets come
-// out
-//            once kSyncsToLock of them stand in a row; a single damaged sync byte costs its own packet only.
+//            out once kSyncsToLock of them stand in a row; a single damaged sync byte costs its own packet
+//            only.
 class PacketCutter {
 public:
     using Sink = std::function<void(const PacketView&)>;
 
-    // Enough syncs in a row that payload is not mistaken for them (below one in ten million), little enough data (under
-    // 4 ms at 2 Mbit/s) that nobody waits for it.
+    // Enough syncs in a row that payload is not mistaken for them (below one in ten million), little enough
+    // data (under 4 ms at 2 Mbit/s) that nobody waits for it.
     static constexpr std::size_t kSyncsToLock = 5;
 
     explicit PacketCutter(Sink sink);
@@ -51,8 +51,8 @@ private:
     std::size_t Consume(ByteSpan bytes);
     std::size_t ConsumeLocked(ByteSpan bytes);
     std::size_t Search(ByteSpan bytes);
-    // Where in the packet at the front another one begins, because bytes are missing; 0 when none does as far as the
-    // data reaches.
+    // Where in the packet at the front another one begins, because bytes are missing; 0 when none does as far
+    // as the data reaches.
     std::size_t CutShortAt(ByteSpan bytes) const;
     // Returns what is left of the chunk when the tail has been used up or the chunk has.
     ByteSpan ConsumeTail(ByteSpan chunk);

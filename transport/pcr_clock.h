@@ -6,10 +6,11 @@ namespace vistrame {
 
 // Lays the PCRs of one programme on a timeline that neither wraps nor jumps.
 //
-// A PCR is expected where the packets since the last one put it at the rate of the interval before. One that lies more
-// than kJump from that, or is announced, starts a new segment. It is laid where the old clock was expected to be (an
-// announced one that is not kAnnouncedJump off keeps its place), so that the timeline goes on at the seam and whoever
-// plays by it does not stop there. Within a segment differences on the timeline are those of the stream.
+// A PCR is expected where the packets since the last one put it at the rate of the interval before. One that
+// lies more than kJump from that, or is announced, starts a new segment. It is laid where the old clock was
+// expected to be (an announced one that is not kAnnouncedJump off keeps its place), so that the timeline goes
+// on at the seam and whoever plays by it does not stop there. Within a segment differences on the timeline
+// are those of the stream.
 //
 // Units      27 MHz, time stamps 90 kHz; packets of the whole stream; segments count up from 0.
 // Threads    none of its own, not thread-safe.
@@ -20,8 +21,8 @@ public:
     static constexpr std::int64_t kJump = kPcrPerSecond / 2;
     // What the pace of a stream may be off from one PCR to the next.
     static constexpr std::int64_t kAnnouncedJump = kPcrPerSecond / 10;
-    // A time stamp lies this far around its PCR: multiplexers may send a picture up to 10 s ahead (still pictures), a
-    // late one is still taken for the same clock.
+    // A time stamp lies this far around its PCR: multiplexers may send a picture up to 10 s ahead (still
+    // pictures), a late one is still taken for the same clock.
     static constexpr std::int64_t kAhead = 10 * kPcrPerSecond;
     static constexpr std::int64_t kBehind = 2 * kPcrPerSecond;
 

@@ -10,7 +10,8 @@ constexpr std::size_t kShortHeader = 6; // start code, stream id, length
 constexpr std::size_t kLongHeader = 9;  // and flags, and the length of the optional fields
 constexpr std::size_t kStampSize = 5;
 
-// Stream ids whose packets have no optional fields: stream map, padding, private 2, ECM, EMM, directory, DSM-CC, H.222.1 E.
+// Stream ids whose packets have no optional fields: stream map, padding, private 2, ECM, EMM, directory,
+// DSM-CC, H.222.1 E.
 constexpr bool HasShortHeader(std::uint8_t id) {
     return id == 0xBC || id == 0xBE || id == 0xBF || id == 0xF0 || id == 0xF1 || id == 0xFF || id == 0xF2 ||
            id == 0xF8;

@@ -26,13 +26,15 @@ PesHeaderState ParsePesHeader(ByteSpan bytes, PesHeader& header);
 //
 // Units      bytes.
 // Threads    none of its own, not thread-safe.
-// Ownership  the packet in work belongs to the assembler; Take() gives the finished one away, Recycle() brings its
-//            memory back.
-// Errors     payload before the first unit start, behind the end of a bounded packet and beyond kMaxPes is dropped,
-//            also a packet whose header does not hold together. One with bytes missing is marked damaged.
+// Ownership  the packet being assembled belongs to the assembler; Take() gives the finished one away,
+//            Recycle() brings its memory back.
+// Errors     payload before the first unit start, behind the end of a bounded packet and beyond kMaxPes is
+//            dropped, also a packet whose header does not hold together. One with bytes missing is marked
+//            damaged.
 class PesAssembler {
 public:
-    // An intra picture of ultra-high definition fits several times; a PID that never starts a unit stays bounded.
+    // An intra picture of ultra-high definition fits several times; a PID that never starts a unit stays
+    // bounded.
     static constexpr std::size_t kMaxPes = std::size_t{4} << 20;
 
     struct Packet {
@@ -49,19 +51,19 @@ public:
         bool finished = false; // the last byte is in: Take() it before the next Push
     };
 
-    // A unit start drops the packet in work: Finish() and Take() it before.
+    // A unit start drops the packet being assembled: Finish() and Take() it before.
     Progress Push(const PacketView& packet);
-    // Ends the packet in work; true when it can be taken.
+    // Ends the packet being assembled; true when it can be taken.
     bool Finish();
     // Begins a packet without header, for what goes on behind a packet that was finished too early.
     void Continue();
-    // Bytes are missing here: marks the packet in work, or else the next.
+    // Bytes are missing here: marks the packet being assembled, or else the next.
     void MarkDamaged();
-    // Drops the packet in work and what follows up to the next unit start.
+    // Drops the packet being assembled and what follows up to the next unit start.
     void Abandon();
     void Reset();
 
-    // The packet in work, once its header is known.
+    // The packet being assembled, once its header is known.
     const Packet& Current() const { return current_; }
     bool Collecting() const { return collecting_; }
     Packet Take();

@@ -33,7 +33,7 @@ void PidStream::Push(const PacketView& packet) {
     if (lost) {
         ++counters_.continuityErrors;
     }
-    // An announced break lies before this packet: a unit start leaves the packet in work whole.
+    // An announced break lies before this packet: a unit start leaves the packet being assembled whole.
     if (lost || (announced && !packet.UnitStart())) {
         assembler_.MarkDamaged();
     }

@@ -7,18 +7,19 @@
 
 namespace vistrame {
 
-// The packets of one selected PID: watches their continuity, counts what is wrong with them and makes PES packets of
-// the rest.
+// The packets of one selected PID: watches their continuity, counts what is wrong with them and makes PES
+// packets of the rest.
 //
 // Threads    none of its own, not thread-safe.
 // Ownership  borrows its listener; finished packets are given to it.
-// Errors     counted, and marked in the packet they concern. A repeated packet (same counter, same payload) is dropped.
+// Errors     counted, and marked in the packet they concern. A repeated packet (same counter, same payload)
+//            is dropped.
 class PidStream {
 public:
     // Both are called inside Push(), Finish() and Break(); Reset() and Break() may be called from them.
     class Listener {
     public:
-        // The header of the packet in work has become known.
+        // The header of the packet being assembled has become known.
         virtual void OnPesHeader(PidStream& stream, const PesHeader& header) = 0;
         virtual void OnPes(PidStream& stream, PesAssembler::Packet&& packet) = 0;
 
@@ -34,11 +35,11 @@ public:
     void EarlyUnits(bool on) { early_ = on; }
 
     void Push(const PacketView& packet);
-    // Gives out the packet in work.
+    // Gives out the packet being assembled.
     void Finish();
     // Finish(), and what comes then is no continuation.
     void Break();
-    // There was no memory for the last packet: what is in work is lost, and the next says so.
+    // There was no memory for the last packet: what is being assembled is lost, and the next says so.
     void Lose();
     void Reset();
     // Memory of a packet that is no longer needed.

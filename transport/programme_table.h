@@ -24,8 +24,8 @@ struct Programme {
 //
 // Threads    none of its own, not thread-safe.
 // Ownership  answers references into itself, good until the next Push() or Reset().
-// Errors     damaged sections are ignored: tables repeat. What counts is the tables' content, not their version
-//            number, so a stream that continues with another one's tables is followed too.
+// Errors     damaged sections are ignored: tables repeat. What counts is the tables' content, not their
+//            version number, so a stream that continues with another one's tables is followed too.
 class ProgrammeTable {
 public:
     ProgrammeTable();
@@ -39,16 +39,17 @@ public:
     bool Wants(Pid pid) const { return wanted_[pid]; }
     void Reset();
 
-    // PAT and the PMT of every programme in it are in and, where a service table has begun, all of that. A programme that
-    // is announced but not in the stream keeps this false for good, and names may begin up to 2 s after the
-    // rest: how long to look is the caller's choice.
+    // PAT and the PMT of every programme in it are in and, where a service table has begun, all of that. A
+    // programme that is announced but not in the stream keeps this false for good, and names may begin up to
+    // 2 s after the rest: how long to look is the caller's choice.
     bool Complete() const;
     bool PatSeen() const { return patSeen_; }
     bool NamesComplete() const { return services_.Complete(); }
     // In ascending order of their numbers.
     const std::vector<Programme>& Programmes() const { return programmes_; }
     const Programme* FindProgramme(std::uint16_t number) const;
-    // The first programme with this PID among its elementary streams, and the stream in it; null when none has it.
+    // The first programme with this PID among its elementary streams, and the stream in it; null when none
+    // has it.
     const Programme* FindProgrammeOf(Pid elementary) const;
     const ElementaryStream* FindStream(Pid elementary) const;
 

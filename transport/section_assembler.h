@@ -12,8 +12,8 @@ namespace vistrame {
 // Units      bytes; a section is at most 4096 of them (private sections; those of MPEG-2 systems 1024).
 // Threads    none of its own, not thread-safe.
 // Ownership  the sink borrows the section, header and CRC included, until it returns.
-// Errors     a section with a wrong CRC (or none), a lost packet inside, a transport error or scrambling is dropped
-//            and counted; the next section start begins afresh.
+// Errors     a section with a wrong CRC (or none), a lost packet inside, a transport error or scrambling is
+//            dropped and counted; the next section start begins afresh.
 class SectionAssembler {
 public:
     static constexpr std::size_t kMaxSection = 4096;
@@ -27,13 +27,13 @@ public:
     std::uint64_t BadSections() const { return bad_; }
 
 private:
-    // Takes bytes of the section in work and, when `more` may follow it, of those behind it.
+    // Takes bytes of the section being assembled and, when `more` may follow it, of those behind it.
     void Append(ByteSpan bytes, bool more);
     void Deliver();
     void Drop();
 
     Sink sink_;
-    std::vector<std::uint8_t> section_; // in work; empty: waiting for a section start
+    std::vector<std::uint8_t> section_; // being assembled; empty: waiting for a section start
     std::uint64_t bad_ = 0;
     unsigned nextCounter_ = 0;
     bool collecting_ = false;

@@ -229,7 +229,7 @@ void StreamDemultiplexer::OnPesHeader(PidStream& packets, const PesHeader& heade
 void StreamDemultiplexer::OnPes(PidStream& packets, PesAssembler::Packet&& packet) {
     Stream* stream = Find(packets.PacketId());
     if (stream == nullptr || &stream->packets != &packets) {
-        return; // deselected by a handler while this packet was in work
+        return; // deselected by a handler while this packet was being assembled
     }
     if (packet.header.scrambled) {
         ++packets.Counters().scrambled;

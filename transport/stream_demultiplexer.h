@@ -15,19 +15,21 @@
 
 namespace vistrame {
 
-// Takes a transport stream apart: selected PIDs become units, the PCR PID becomes a clock. Both demultiplexer filters
-// are shells around it.
+// Takes a transport stream apart: selected PIDs become units, the PCR PID becomes a clock. Both demultiplexer
+// filters are shells around it.
 //
-// Data flow  chunk → PacketCutter → per PID PES packets → OnUnit; PAT and PMT are followed to find the clock PID and the
-//            codings. A bounded PES packet is delivered with its last byte, an unbounded one when the next starts, or
-//            earlier (EarlyUnits). A unit whose stamps do not fit the clock - the stream has jumped and its next PCR
-//            will tell where to - is held until that PCR, within kMaxHeldUnits and kMaxHeldBytes.
+// Data flow  chunk → PacketCutter → per PID PES packets → OnUnit; PAT and PMT are followed to find the clock
+//            PID and the codings. A bounded PES packet is delivered with its last byte, an unbounded one when
+//            the next starts, or earlier (EarlyUnits). A unit whose stamps do not fit the clock - the stream
+//            has jumped and its next PCR will tell where to - is held until that PCR, within kMaxHeldUnits
+//            and kMaxHeldBytes.
 // Units      stamps 90 kHz, PCR 27 MHz.
 // Threads    none of its own, not thread-safe: the owner's streaming lock covers every call.
 // Ownership  borrows the handler for its whole life; units borrow their bytes to the handler.
-// Errors     damaged data is delivered and marked where its PES header is there, counted and dropped otherwise. What there
-//            is no memory for is lost, the unit under way of its PID included, and that PID's next unit carries the flag;
-//            the calls that select or announce throw std::bad_alloc instead.
+// Errors     damaged data is delivered and marked where its PES header is there, counted and dropped
+//            otherwise. What there is no memory for is lost, the unit under way of its PID included, and that
+//            PID's next unit carries the flag; the calls that select or announce throw std::bad_alloc
+//            instead.
 class StreamDemultiplexer final : private PidStream::Listener {
 public:
     static constexpr std::size_t kMaxHeldUnits = 64;
@@ -44,18 +46,20 @@ public:
     // Forgets the stream (tail, tables, units under way, clock, counters) but not what is selected.
     void Reset();
     // What follows is not the continuation of what came before: units under way are delivered as they are, no
-    // continuity counter is compared across, the next unit of each PID carries the flag, a new segment starts.
+    // continuity counter is compared across, the next unit of each PID carries the flag, a new segment
+    // starts.
     void AnnounceDiscontinuity();
 
     // Selecting a PID again changes its kind and begins it anew. `assumed` is its coding until the PMT tells.
     void AddStream(Pid pid, StreamKind kind, Coding assumed = Coding::kOther);
     void RemoveStream(Pid pid);
     void RemoveAllStreams();
-    // nullopt (at first): the PCR PID of the programme that holds the first selected PID; until its PMT is in, a
-    // selected PID that carries a PCR.
+    // nullopt (at first): the PCR PID of the programme that holds the first selected PID; until its PMT is
+    // in, a selected PID that carries a PCR.
     void SetClockPid(std::optional<Pid> pid);
-    // Delivers an unbounded PES packet already with a transport packet that is padded, since multiplexers pad only the
-    // last one: up to one picture earlier. A PID where that proves wrong falls back by itself. On at first.
+    // Delivers an unbounded PES packet already with a transport packet that is padded, since multiplexers pad
+    // only the last one: up to one picture earlier. A PID where that proves wrong falls back by itself. On at
+    // first.
     void EarlyUnits(bool on);
 
     bool Selected(Pid pid) const { return Find(pid) != nullptr; }

@@ -204,8 +204,8 @@ HRESULT BaseFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
         if (graph != nullptr && SUCCEEDED(graph->QueryInterface(IID_PPV_ARGS(&sink)))) {
             sink->Release(); // the graph outlives our membership; a reference would be a circle
         }
-        ComPtr<IReferenceClock>
-            oldClock; // let go after the lock; it may be this filter, which would then hold itself
+        // Let go after the lock; it may be this filter, which would then hold itself.
+        ComPtr<IReferenceClock> oldClock;
         const std::lock_guard lock(leafLock_);
         if (graph == nullptr) {
             oldClock.Swap(clock_);

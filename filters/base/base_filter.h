@@ -26,15 +26,14 @@ class BasePin;
 //            Both are recursive: a neighbour calls back in the middle of connecting.
 // States     Stopped -> Paused: Starting(), then every pin's Activate(); a failure takes everything back.
 //            Paused -> Running: Running(start). Running -> Paused: Pausing(). Running <-> Stopped goes
-//            through Paused.
-//            -> Stopped: the state first, so that no new sample enters; each pin's Deactivate(), which frees
-//            whoever is blocked in it; then the wait for the stream lock; then Stopped().
+//            through Paused. -> Stopped: the state first, so that no new sample enters; each pin's
+//            Deactivate(), which frees whoever is blocked in it; then the wait for the stream lock; then
+//            Stopped().
 // Ownership  owns its pins, which live as long as the filter: a pin's references count on the filter. The
-// graph
-//            is not referenced, it owns the filter.
+//            graph is not referenced, it owns the filter.
 //            A derived class that has threads stops itself in its destructor: its members go before its pins.
-// Errors     COM results; a failed state change leaves the filter stopped. Starting and Activate may throw for want of
-//            memory; whatever stops must not need any.
+// Errors     COM results; a failed state change leaves the filter stopped. Starting and Activate may throw
+//            for want of memory; whatever stops must not need any.
 class BaseFilter : public WithInterfaces<ComObject, IBaseFilter> {
 public:
     explicit BaseFilter(const CLSID& classId);
@@ -84,8 +83,8 @@ protected:
     // Takes a disconnected pin out of the enumeration. The object itself stays until the filter goes, since
     // someone may still hold a reference to it.
     void RetirePin(const BasePin& pin);
-    // In the order of enumeration; null behind the last. A loop over it needs no memory, so that a filter can always stop;
-    // under the filter lock it misses none.
+    // In the order of enumeration; null behind the last. A loop over it needs no memory, so that a filter can
+    // always stop; under the filter lock it misses none.
     BasePin* PinAt(std::size_t index) const;
 
     // Hooks of the state machine, under the filter lock; see States above.

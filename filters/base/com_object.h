@@ -68,8 +68,16 @@ public:
 protected:
     void* FindInterface(REFIID iid) override {
         void* found = nullptr;
-        (void)((iid == __uuidof(Interfaces) && (found = static_cast<Interfaces*>(this)) != nullptr) || ...);
+        (Match<Interfaces>(iid, &found), ...);
         return found != nullptr ? found : Base::FindInterface(iid);
+    }
+
+private:
+    template <class Interface>
+    void Match(REFIID iid, void** found) {
+        if (iid == __uuidof(Interface)) {
+            *found = static_cast<Interface*>(this);
+        }
     }
 };
 

@@ -6,8 +6,9 @@
 
 namespace vistrame {
 
-// Runs the body of a COM method, or one item of a worker's: what it throws becomes its result. Every method of ours that
-// may allocate stands inside, since nobody beyond a COM interface or at the bottom of a thread catches anything.
+// Runs the body of a COM method, or one item of a worker's: what it throws becomes its result. Every method
+// of ours that may allocate stands inside, since nobody beyond a COM interface or at the bottom of a thread
+// catches anything.
 template <class Body>
 HRESULT Guarded(Body&& body) noexcept {
     try {

@@ -14,8 +14,8 @@ namespace vistrame {
 //            waits for the stream lock.
 // States     a sample is refused with S_FALSE while flushing, VFW_E_WRONG_STATE while stopped and
 //            VFW_E_SAMPLE_REJECTED_EOS after the end of stream, which a flush or stopping clears.
-// Errors     what the On functions throw goes back as E_OUTOFMEMORY: the sample is lost, and whoever delivers marks the
-//            next as not continuing.
+// Errors     what the On functions throw goes back as E_OUTOFMEMORY: the sample is lost, and whoever delivers
+//            marks the next as not continuing.
 // Ownership  borrows each sample until OnReceive returns; references the allocator while connected.
 class InputPin : public WithInterfaces<BasePin, IMemInputPin> {
 public:

@@ -179,8 +179,8 @@ HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
     AM_MEDIA_TYPE* asked = nullptr;
     const HRESULT typed = Guarded([&] {
         if ((*sample)->GetMediaType(&asked) == S_OK && asked != nullptr) {
-            SetType(
-                MediaType(*asked)); // how the peer wants its buffers filled from now on: longer lines, say
+            // How the peer wants its buffers filled from now on: longer lines, say.
+            SetType(MediaType(*asked));
         } else if (announceType_) {
             const MediaType type = Type();
             AM_MEDIA_TYPE fields = type.Get(); // SetMediaType copies what it is given

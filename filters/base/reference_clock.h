@@ -19,13 +19,14 @@ REFERENCE_TIME SystemTime();
 // What a reference clock is besides its time: it wakes those who asked for a moment.
 //
 // Units      100 ns.
-// Threads    every method from any thread. One thread of its own, from the first request on, wakes at least every
-//            kLongestSleep, since the time it waits for may run at another rate than the system's; it calls Now()
-//            with no lock held. A derived class must call Shutdown() in its destructor, because that thread calls
-//            its Now(). While somebody waits, the system's timer runs in steps of a millisecond instead of its usual 15.6.
+// Threads    every method from any thread. One thread of its own, from the first request on, wakes at least
+//            every kLongestSleep, since the time it waits for may run at another rate than the system's; it
+//            calls Now() with no lock held. A derived class must call Shutdown() in its destructor, because
+//            that thread calls its Now(). While somebody waits, the system's timer runs in steps of a
+//            millisecond instead of its usual 15.6.
 // Ownership  borrows events and semaphores until they are unadvised or, for a single moment, signalled.
-// Errors     E_INVALIDARG for moments and periods that make no sense, E_OUTOFMEMORY, S_FALSE for a request that is not
-//            there.
+// Errors     E_INVALIDARG for moments and periods that make no sense, E_OUTOFMEMORY, S_FALSE for a request
+//            that is not there.
 class ClockEngine {
 public:
     ClockEngine() = default;

@@ -6,7 +6,8 @@
 
 namespace vistrame {
 
-// DirectShow's unit of time (REFERENCE_TIME), 100 ns, and the way to it from the clocks of a transport stream.
+// DirectShow's unit of time (REFERENCE_TIME), 100 ns, and the way to it from the clocks of a transport
+// stream.
 inline constexpr std::int64_t kUnitsPerMillisecond = 10'000;
 inline constexpr std::int64_t kUnitsPerSecond = 1000 * kUnitsPerMillisecond;
 

@@ -12,8 +12,7 @@ namespace vistrame {
 // through Output().
 //
 // Threads    Transform, NewSegment and Drain run under the stream lock on the upstream's thread. FlushDone
-// has
-//            both locks. CheckInputType and CheckOutputType: any thread (see BasePin).
+//            has both locks. CheckInputType and CheckOutputType: any thread (see BasePin).
 // States     the output cannot be connected before the input is; disconnecting the input leaves the output's
 //            connection as it is.
 // Errors     what Transform returns goes upstream; a decoder that only skips damaged data returns S_OK.

@@ -15,14 +15,13 @@ namespace vistrame {
 // A bounded queue with one worker thread: decouples whoever produces from whoever may block downstream.
 //
 // Units      each item has a weight (bytes, usually); the queue is full when count or weight would pass its
-// bound.
-//            An item heavier than the whole bound is taken by an empty queue.
+//            bound. An item heavier than the whole bound is taken by an empty queue.
 // Threads    TryPush, Clear and the counters from any thread; Start and Stop from one, never from the worker.
 //            The handler runs on the worker without the queue's lock.
 // Ownership  items move in and on to the handler.
-// Errors     a full or stopped queue refuses the item, and so does one without memory for it; the caller counts what it
-//            drops. An item whose handling throws is lost, the next is handled. Start throws std::bad_alloc without
-//            memory for a thread.
+// Errors     a full or stopped queue refuses the item, and so does one without memory for it; the caller
+//            counts what it drops. An item whose handling throws is lost, the next is handled. Start throws
+//            std::bad_alloc without memory for a thread.
 template <class Item>
 class WorkQueue {
 public:

@@ -10,10 +10,10 @@ namespace vistrame {
 //
 // Threads    Start and Join from one thread at a time, never from the worker. The worker is a member of the
 //            multithreaded apartment for its life, since it calls into other filters.
-// Ownership  the worker holds a reference to the module it runs in until its very end: when a process uninitialises COM,
-//            the servers are unloaded whatever still runs in them.
-// Errors     Start throws std::bad_alloc when there is nothing left to make a thread of. What the work lets out ends the
-//            thread and nothing else.
+// Ownership  the worker holds a reference to the module it runs in until its very end: when a process
+//            uninitialises COM, the servers are unloaded whatever still runs in them.
+// Errors     Start throws std::bad_alloc when there is nothing left to make a thread of. What the work lets
+//            out ends the thread and nothing else.
 class WorkerThread {
 public:
     WorkerThread() = default;

@@ -26,7 +26,8 @@ struct AccessUnit {
 // Units      times 100 ns; a piece's time belongs to the first unit that starts in it.
 // Threads    none of its own, not thread-safe.
 // Ownership  keeps the bytes of the unfinished unit only; the sink must not call back.
-// Errors     bytes before the first start are dropped; a unit longer than kMaxUnitBytes is given out as it is.
+// Errors     bytes before the first start are dropped; a unit longer than kMaxUnitBytes is given out as it
+//            is.
 class AccessUnitSplitter {
 public:
     using Sink = std::function<void(const AccessUnit&)>;

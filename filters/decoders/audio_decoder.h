@@ -26,13 +26,13 @@ public:
     SoundSink& operator=(const SoundSink&) = delete;
     virtual ~SoundSink() = default;
 
-    // `samples` is borrowed until the call returns. `time` is that of its first sample, 100 ns, and empty when the
-    // stream gave none for this frame.
+    // `samples` is borrowed until the call returns. `time` is that of its first sample, 100 ns, and empty
+    // when the stream gave none for this frame.
     virtual void OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) = 0;
 };
 
-// Turns the payload of an audio elementary stream into sound of one format, whatever rate and channels the stream
-// has now. Several channels are mixed down.
+// Turns the payload of an audio elementary stream into sound of one format, whatever rate and channels the
+// stream has now. Several channels are mixed down.
 //
 // Units      times 100 ns; a time belongs to the first frame that starts in the data it comes with.
 // Threads    one at a time.

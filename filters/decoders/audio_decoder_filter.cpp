@@ -156,8 +156,8 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
         const std::vector<std::int16_t> silence(static_cast<std::size_t>(place.silence) * channels);
         start = Deliver(silence, start);
     }
-    (void)Deliver(samples.subspan(static_cast<std::size_t>(place.skipped) * channels),
-                  start); // where it ends
+    const auto played = samples.subspan(static_cast<std::size_t>(place.skipped) * channels);
+    (void)Deliver(played, start); // where it ends is not needed
 }
 
 // In pieces that fit the buffers. When the last of it ends.

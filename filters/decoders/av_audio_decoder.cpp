@@ -52,8 +52,8 @@ public:
         context_->pkt_timebase = {1, kUnitsPerSecond};
         context_->err_recognition = AV_EF_CRCCHECK; // a damaged frame is concealed rather than heard
         AVDictionary* options = nullptr;
-        av_dict_set(&options, "downmix", "stereo",
-                    0); // where the coding says how: by the stream's own levels
+        // Where the coding says how to mix down: by the stream's own levels.
+        av_dict_set(&options, "downmix", "stereo", 0);
         const int opened = avcodec_open2(context_.get(), codec, &options);
         av_dict_free(&options);
         Flush();

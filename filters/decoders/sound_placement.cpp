@@ -21,6 +21,11 @@ std::int64_t Time(std::int64_t frames, int rate) {
     return frames * kUnitsPerSecond / rate;
 }
 
+// From when on a renderer that has no sound can play some; `now`: the stream time, while it runs.
+std::int64_t EarliestOfEmpty(std::optional<std::int64_t> now) {
+    return now ? std::max(*now + SoundPlacement::kLead, SoundPlacement::kBeginning) : 0;
+}
+
 } // namespace
 
 void SoundPlacement::Restart() {
@@ -55,7 +60,7 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
         rendered_.reset();
         stale_ = true;
     }
-    const std::int64_t earliest = rendered_ ? *rendered_ : now ? std::max(*now + kLead, kBeginning) : 0;
+    const std::int64_t earliest = rendered_.value_or(EarliestOfEmpty(now));
     const std::int64_t ahead = placement.start - earliest;
     const std::int64_t exact = rendered_ ? kTolerance : 0;
     if (ahead < -exact) {

@@ -7,16 +7,21 @@
 
 namespace vistrame {
 
-// Says how decoded sound is handed to a renderer so that it is heard at its time.
+// Decides how decoded sound is handed to a renderer so that it is heard at its time.
 //
-// A sound renderer looks at a sample's time only behind a discontinuity, and there only to wait: sound that comes late
-// or overlaps what went before is played whole, a gap of less than 50 ms is closed, and everything behind it stays that
-// much late or early. Wine's also reckons a longer gap from what is being played instead of from the end of what it has,
-// one that has run dry for longer than its buffer no longer knows where in it it stands, and a time before the graph's
-// beginning is none to it: stream time is negative for the first 0.1 s, and sound of then was heard at once, up to
-// 0.13 s early. The device is still starting then: what it gets in the first moments can stay up to 0.07 s late. So what
-// is late, overlapping or of the run's first moments is left out here, gaps are filled with silence, and times only
-// matter to a renderer that is empty: at the start, and after a flush when it has run dry or a gap is very long.
+// A sound renderer obeys the time of a sample only behind a discontinuity, and there only by waiting:
+// - Sound that comes late, or that overlaps the sound before it, is played whole.
+// - A gap of less than 50 ms is closed.
+// - Everything behind such a place stays that much late or early.
+// Wine's renderer has more quirks:
+// - It measures a longer gap from what is being played, not from the end of the sound it already has.
+// - Once it has had nothing to play for longer than its buffer lasts, it no longer knows its place in it.
+// - It takes a time before stream time 0 as no time at all. Stream time is negative for the first 0.1 s of a
+//   run, so sound of then was heard at once, up to 0.13 s early.
+// - The device is still starting then: what it gets first can stay up to 0.07 s late.
+// Therefore sound that is late, overlaps or belongs to the first moments of a run is left out here, and gaps
+// are filled with silence. Times then matter only to a renderer that is empty: at the start, and after a
+// flush, when it has run dry or a gap is very long.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
@@ -24,7 +29,8 @@ class SoundPlacement {
 public:
     // Above the rounding of 90 kHz stamps and their jitter, below what is noticed as a wrong lip.
     static constexpr std::int64_t kTolerance = ReferenceFromMilliseconds(10);
-    // The longest gap that is filled. Silence is written ahead like any sound, so a longer one would hold the stream up.
+    // The longest gap that is filled. Silence is written ahead like any sound, so a longer one would hold the
+    // stream up.
     static constexpr std::int64_t kFilled = kUnitsPerSecond;
     // What the renderer needs to begin in time: its write-ahead and a thread's turn.
     static constexpr std::int64_t kLead = ReferenceFromMilliseconds(20);
@@ -41,10 +47,11 @@ public:
 
     // Forgets everything: the renderer is empty.
     void Restart();
-    // The renderer runs again after a pause. What it still has is not worth it: it is played at once, while stream time
-    // goes on a little later (0.13 s under Wine).
+    // The renderer runs again after a pause. It plays at once what it still has, while stream time goes on a
+    // little later (0.13 s under Wine); that sound is given up for right times.
     void Resume();
-    // Places `count` frames; `time`: when the first is to be heard, if known; `now`: the stream time, while it runs.
+    // Places `count` frames; `time`: when the first is to be heard, if known; `now`: the stream time, while
+    // it runs.
     Placement Place(std::int64_t count, int rate, std::optional<std::int64_t> time,
                     std::optional<std::int64_t> now);
 

@@ -22,8 +22,8 @@ inline constexpr CLSID CLSID_VistrameAudioDecoder = {
 // told by the stream itself, and the format blocks offered with them are samples at best.
 //
 // Video      MEDIATYPE_Video and one of the subtypes; any format type.
-// Audio      MEDIATYPE_Audio or no major type, and one of the subtypes; or no subtype and a WAVEFORMATEX whose
-//            tag tells the coding.
+// Audio      MEDIATYPE_Audio or no major type, and one of the subtypes; or no subtype and a WAVEFORMATEX
+//            whose tag tells the coding.
 std::optional<Coding> VideoCodingOf(const MediaType& type);
 std::optional<Coding> AudioCodingOf(const MediaType& type);
 

@@ -19,10 +19,11 @@ enum class VideoSkip : std::uint8_t {
 
 // Turns the payload of a video elementary stream into pictures.
 //
-// The first picture that can be decoded on its own goes out at once and without a time, and once more when its
-// turn comes: reordering would hold it back for some pictures, and after a change of programme every one counts.
-// Until then nothing is shown: what refers to pictures that never came is a mess. But some streams hold no such picture
-// at all, they are refreshed piece by piece; whoever decides that it has lasted long enough calls ShowAnything.
+// The first picture that can be decoded on its own goes out at once and without a time, and once more when
+// its turn comes: reordering would hold it back for some pictures, and after a change of programme every one
+// counts. Until then nothing is shown: what refers to pictures that never came is a mess. But some streams
+// hold no such picture at all, they are refreshed piece by piece; whoever decides that it has lasted long
+// enough calls ShowAnything.
 //
 // Units      times 100 ns; a time belongs to the first access unit that starts in the data it comes with.
 // Threads    one at a time (it may use some of its own inside).
@@ -45,8 +46,8 @@ public:
     virtual void Drain() = 0;
     // Forgets the stream; what follows begins anew.
     virtual void Flush() = 0;
-    // While no picture has come out: from here on each does that decodes at all, unless the very next can be decoded on
-    // its own. Until the stream begins anew.
+    // While no picture has come out: from here on each does that decodes at all, unless the very next can be
+    // decoded on its own. Until the stream begins anew.
     virtual void ShowAnything() = 0;
     virtual void SetSkip(VideoSkip skip) = 0;
 };

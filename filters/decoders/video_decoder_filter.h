@@ -10,18 +10,18 @@
 
 namespace vistrame {
 
-// Decodes a video elementary stream: MPEG-2 video, H.264 or HEVC (see stream_types.h), and H.264 only as a byte
-// stream with start codes.
+// Decodes a video elementary stream: MPEG-2 video, H.264 or HEVC (see stream_types.h), and H.264 only as a
+// byte stream with start codes.
 //
-// Samples hold stretches of the stream cut anywhere; whole PES payloads are quickest. A sample's time is that of
-// the first picture that starts in it. Missing times are counted on from the picture before.
+// Samples hold stretches of the stream cut anywhere; whole PES payloads are quickest. A sample's time is that
+// of the first picture that starts in it. Missing times are counted on from the picture before.
 //
 // Pins       "In", "Out".
 // Errors     damaged data never comes back as an error: the graph goes on.
 class VideoDecoderFilter final : public WithInterfaces<TransformFilter, StillSink> {
 public:
-    // So long after running, or a flush, a stream must have shown a picture that can be decoded on its own; then
-    // whatever decodes is shown. As long as the demultiplexer waits, so that the two wait together.
+    // So long after running, or a flush, a stream must have shown a picture that can be decoded on its own;
+    // then whatever decodes is shown. As long as the demultiplexer waits, so that the two wait together.
     static constexpr std::chrono::seconds kPatience{2};
 
     VideoDecoderFilter();

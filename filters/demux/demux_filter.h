@@ -13,14 +13,16 @@
 
 namespace vistrame {
 
-// What both demultiplexers are: an input pin that takes transport stream, the parsing core behind it, and output
-// pins to which PIDs are routed. A front on top of it decides which pins there are and what is routed where.
+// What both demultiplexers are: an input pin that takes transport stream, the parsing core behind it, and
+// output pins to which PIDs are routed. A front on top of it decides which pins there are and what is routed
+// where.
 //
-// Data flow  input pin (thread of whoever delivers, stream lock) -> StreamDemultiplexer -> OnUnit -> the queue of
-//            every pin the PID is routed to -> that pin's worker -> downstream. Nothing here waits for downstream.
+// Data flow  input pin (thread of whoever delivers, stream lock) -> StreamDemultiplexer -> OnUnit -> the
+//            queue of every pin the PID is routed to -> that pin's worker -> downstream. Nothing here waits
+//            for downstream.
 // Threads    routing from any thread in any state: it takes the stream lock, which is never held for long.
-// States     stopped: data is refused. Paused: data is parsed, so that the clock and the tables are known, but
-//            nothing is delivered; a live filter has nothing to hold for a graph that is not running.
+// States     stopped: data is refused. Paused: data is parsed, so that the clock and the tables are known,
+//            but nothing is delivered; a live filter has nothing to hold for a graph that is not running.
 class DemuxFilter : public WithReferenceClock<BaseFilter>, private StreamHandler {
 public:
     LiveTiming& Timing() { return timing_; }

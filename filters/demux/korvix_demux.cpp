@@ -151,12 +151,12 @@ void KorvixDemuxFilter::ShowStatus(const ComPtr<OsdSourceControl>& osd) {
     std::unique_lock lock(statusLock_);
     while (!statusChanged_.wait_for(lock, kStatusInterval, [this] { return stopStatus_; })) {
         lock.unlock();
-        (void)Guarded(
-            [&] { // a display that fails is not our trouble, and half a second later there may be memory
-                const DemuxStatus now = Status();
-                const std::string text = StatusText(now, std::exchange(before, now));
-                return osd->SetText(text.c_str());
-            });
+        // A display that fails is not our trouble, and half a second later there may be memory.
+        (void)Guarded([&] {
+            const DemuxStatus now = Status();
+            const std::string text = StatusText(now, std::exchange(before, now));
+            return osd->SetText(text.c_str());
+        });
         lock.lock();
     }
 }

@@ -12,11 +12,11 @@
 
 namespace vistrame {
 
-// The maker's demultiplexer: pins "TS In", "Video Out" and "Audio Out", driven by numbers instead of media types and
-// PID maps, with stall counts for a watchdog and its state as text for an on-screen display.
+// The maker's demultiplexer: pins "TS In", "Video Out" and "Audio Out", driven by numbers instead of media
+// types and PID maps, with stall counts for a watchdog and its state as text for an on-screen display.
 //
-// Threads    KorvixDemux from any thread in any state. One thread while a display is attached: it reads the state
-//            under the stream lock and calls SetText with no lock held.
+// Threads    KorvixDemux from any thread in any state. One thread while a display is attached: it reads the
+//            state under the stream lock and calls SetText with no lock held.
 // Ownership  references the attached display; the pins and their types are fixed.
 // Errors     E_INVALIDARG for a stream index above 1.
 class KorvixDemuxFilter final : public WithInterfaces<DemuxFilter, KorvixDemux> {
@@ -26,8 +26,8 @@ public:
     // KorvixDemux
     HRESULT STDMETHODCALLTYPE SetAudioType(ULONG audioType) override;
     HRESULT STDMETHODCALLTYPE SetVideoType(ULONG videoType) override;
-    // `clockPid` is only taken at its word when it is neither of the other two: the programme's own table knows
-    // better which PID carries the PCR than a caller who repeats the video PID.
+    // `clockPid` is only taken at its word when it is neither of the other two: the programme's own table
+    // knows better which PID carries the PCR than a caller who repeats the video PID.
     HRESULT STDMETHODCALLTYPE SetPids(ULONG videoPid, ULONG audioPid, ULONG clockPid) override;
     HRESULT STDMETHODCALLTYPE AttachOsd(OsdSourceControl* osd) override;
     HRESULT STDMETHODCALLTYPE GetStallCount(ULONG stream, ULONG* count) override;

@@ -9,30 +9,30 @@
 
 namespace vistrame {
 
-// Lays the timeline of a live stream on the graph's stream time. One object serves all streams of a programme, so
-// that whatever it decides, picture and sound stay together.
+// Lays the timeline of a live stream on the graph's stream time. One object serves all streams of a
+// programme, so that whatever it decides, picture and sound stay together.
 //
-// How        A unit is due at its time stamp plus the offset. The offset is chosen so that a unit arrives kLatency
-//            before it is to be decoded; it is measured on the units themselves, not on the PCR, because
-//            multiplexers send up to a second ahead of the PCR and a viewer should not wait for that.
-//              start, or run after a pause   settle: watch arrivals for kSettle, at most kSettleLimit if a stream
-//                                            has not shown up; the last arrival of each stream counts, the stream
-//                                            that arrives latest decides. Backlog that comes in a burst is over
-//                                            by then, so the offset is that of the live edge.
-//              less than kMinimumLead left   the offset moves to kLatency again; by more than kGap: settle anew,
-//                                            since a gap is usually followed by its backlog.
-//              always too early              by more than kEarly for a whole window: settle anew (the source ran
-//                                            ahead); by more than kComfort: move back at 1 % of the speed.
-//            A jump of the PCR or its wrap changes next to nothing: the timeline goes on across it. Where exactly can
-//            only be guessed there, from the packets since the last PCR; the arrival of the first PCR behind the jump
-//            tells how far the guess was off, and the offset takes that back.
+// How        A unit is due at its time stamp plus the offset. The offset is chosen so that a unit arrives
+//            kLatency before it is to be decoded; it is measured on the units themselves, not on the PCR,
+//            because multiplexers send up to a second ahead of the PCR and a viewer should not wait for that.
+//            - Start, or run after a pause: settle. Arrivals are watched for kSettle, for kSettleLimit at
+//              most if a stream has not shown up; the last arrival of each stream counts, the stream that
+//              arrives latest decides. Backlog that comes in a burst is over by then, so the offset is that
+//              of the live edge.
+//            - Less than kMinimumLead left: the offset moves to kLatency again; by more than kGap: settle
+//              anew, since a gap is usually followed by its backlog.
+//            - Always too early: by more than kEarly for a whole window: settle anew (the source ran ahead);
+//              by more than kComfort: move back at 1 % of the speed.
+//            A jump of the PCR or its wrap changes next to nothing: the timeline goes on across it. Where
+//            exactly can only be guessed there, from the packets since the last PCR; the arrival of the first
+//            PCR behind the jump tells how far the guess was off, and the offset takes that back.
 // Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
 // Threads    any; one leaf lock inside.
 // Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
 class LiveTiming {
 public:
-    // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the jitter of
-    // a pipe that is written every 20 to 40 ms.
+    // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the
+    // jitter of a pipe that is written every 20 to 40 ms.
     static constexpr std::int64_t kLatency = ReferenceFromMilliseconds(200);
     static constexpr std::int64_t kMinimumLead = ReferenceFromMilliseconds(80);
     static constexpr std::int64_t kSettle = ReferenceFromMilliseconds(60);

@@ -6,13 +6,14 @@
 
 namespace vistrame {
 
-// The platform's MPEG-2 demultiplexer class for systems that have none: input pin "MPEG-2 Stream", output pins made
-// by IMpeg2Demultiplexer, PIDs routed to them by each pin's IMPEG2PIDMap.
+// The platform's MPEG-2 demultiplexer class for systems that have none: input pin "MPEG-2 Stream", output
+// pins made by IMpeg2Demultiplexer, PIDs routed to them by each pin's IMPEG2PIDMap.
 //
 // Threads    any; pins may be made and PIDs mapped in every state. A pin made while the filter is not stopped
 //            takes part from the next start on.
-// Errors     VFW_E_DUPLICATE_NAME and VFW_E_NOT_FOUND for names; VFW_E_NOT_STOPPED when a pin is to be deleted
-//            in use; E_INVALIDARG for no PID and for content other than elementary streams and PES packets.
+// Errors     VFW_E_DUPLICATE_NAME and VFW_E_NOT_FOUND for names; VFW_E_NOT_STOPPED when a pin is to be
+//            deleted in use; E_INVALIDARG for no PID and for content other than elementary streams and PES
+//            packets.
 class Mpeg2Demultiplexer final : public WithInterfaces<DemuxFilter, IMpeg2Demultiplexer> {
 public:
     Mpeg2Demultiplexer();

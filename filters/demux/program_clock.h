@@ -9,10 +9,11 @@ namespace vistrame {
 
 // A clock that follows the PCR of a live stream: smooth, never backwards, without jumps.
 //
-// How        It starts as the system's time and runs at its rate times (1 + e), |e| <= kMaxRate. Once a second e is
-//            set so that the distance to the PCR would vanish within kPull; of a second's PCRs the earliest counts,
-//            because delivery only ever delays one. A PCR that lies more than kJump off says that the delivery
-//            stalled, was paused or caught up: the clock then goes on and measures from there.
+// How        It starts as the system's time and runs at its rate times (1 + e), |e| <= kMaxRate. Once a
+//            second e is set so that the distance to the PCR would vanish within kPull; of a second's PCRs
+//            the earliest counts, because delivery only ever delays one. A PCR that lies more than kJump off
+//            says that the delivery stalled, was paused or caught up: the clock then goes on and measures
+//            from there.
 // Units      100 ns.
 // Threads    any; one leaf lock.
 class ProgramClock final : public ClockEngine {

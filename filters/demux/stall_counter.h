@@ -10,8 +10,8 @@ namespace vistrame {
 
 // How long a selected stream has not delivered anything while the graph ran, in ticks of 100 ms.
 //
-// A watchdog restarts the graph when the count is high and gives up when it gets higher still; so stopping and
-// running again does not begin anew, it only does not count the time between.
+// A watchdog restarts the graph when the count is high and gives up when it gets higher still; so stopping
+// and running again does not begin anew, it only does not count the time between.
 //
 // Units      moments in 100 ns of any one clock.
 // Threads    any; one leaf lock.

@@ -26,8 +26,8 @@ struct DemuxStatus {
     Stream audio;
 };
 
-// The lines to show, each ending in "\r\n": PIDs, bit rates, stall counts, and for a stream that does not move the
-// reason. `before` is an earlier moment, which rates and reasons are told against.
+// The lines to show, each ending in "\r\n": PIDs, bit rates, stall counts, and for a stream that does not
+// move the reason. `before` is an earlier moment, which rates and reasons are told against.
 std::string StatusText(const DemuxStatus& now, const DemuxStatus& before);
 
 } // namespace vistrame

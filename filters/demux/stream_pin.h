@@ -16,17 +16,17 @@ class DemuxFilter;
 
 // One elementary stream on its way out of a demultiplexer.
 //
-// Data flow  Push (stream lock, parsing thread) copies a unit into the queue; the worker lays its time stamp on
-//            stream time and delivers it as one sample, as several where it is larger than a buffer: the time
-//            stands on the first. A downstream that blocks holds up this pin's worker and nothing else.
-// Time       the filter's LiveTiming. The first picture is due at once, so that it is seen as soon as it is decoded
-//            and stands until the next is due. Pictures more than kLatePicture late are skipped when decoding can
-//            begin at a later one; sound more than kLateSound late is dropped.
-// States     units before the first one where decoding can begin are not delivered, for two seconds at most. While
-//            paused nothing is; on running again decoding begins at the newest such unit.
+// Data flow  Push (stream lock, parsing thread) copies a unit into the queue; the worker lays its time stamp
+//            on stream time and delivers it as one sample, as several where it is larger than a buffer: the
+//            time stands on the first. A downstream that blocks holds up this pin's worker and nothing else.
+// Time       the filter's LiveTiming. The first picture is due at once, so that it is seen as soon as it is
+//            decoded and stands until the next is due. Pictures more than kLatePicture late are skipped when
+//            decoding can begin at a later one; sound more than kLateSound late is dropped.
+// States     units before the first one where decoding can begin are not delivered, for two seconds at most.
+//            While paused nothing is; on running again decoding begins at the newest such unit.
 // Threads    one worker from Activate to Deactivate; it takes no lock of the filter.
-// Errors     a sample that is refused, or that there is no memory for, is lost and the next carries the discontinuity
-//            flag; delivery goes on.
+// Errors     a sample that is refused, or that there is no memory for, is lost and the next carries the
+//            discontinuity flag; delivery goes on.
 class StreamPin : public OutputPin {
 public:
     static constexpr REFERENCE_TIME kLatePicture = ReferenceFromMilliseconds(300);
@@ -65,8 +65,8 @@ public:
     std::vector<MediaType> OfferedTypes() override;
 
 protected:
-    // No sound renderer: Wine's says yes to any audio and would play compressed data as noise, and a graph builder
-    // asks what is in the graph already before it looks for a decoder.
+    // No sound renderer: Wine's says yes to any audio and would play compressed data as noise, and a graph
+    // builder asks what is in the graph already before it looks for a decoder.
     HRESULT CheckPeer(IPin* peer) override;
     ALLOCATOR_PROPERTIES NeededBuffers() override;
     void TypeAgreed(const MediaType& type) override;

@@ -23,9 +23,10 @@ struct QueuedUnit {
 
 // The queue of one output pin between the thread that parses the stream and the pin's worker.
 //
-// A full queue drops its oldest units up to the next one where decoding can begin: the live edge is what counts,
-// and the producer never waits. After a cut, and at the beginning, units are refused until decoding can begin, but
-// not for longer than kPatience: some streams never say where (pictures refreshed piece by piece).
+// A full queue drops its oldest units up to the next one where decoding can begin: the live edge is what
+// counts, and the producer never waits. After a cut, and at the beginning, units are refused until decoding
+// can begin, but not for longer than kPatience: some streams never say where (pictures refreshed piece by
+// piece).
 //
 // Threads    one producer, one consumer, and whoever opens, holds and closes it.
 // Ownership  units move in and out.
@@ -42,8 +43,8 @@ public:
     void Open();
     // Frees the consumer for good; what waits is dropped.
     void Close();
-    // While held the consumer waits even though there are units, and only the newest part that can be decoded by
-    // itself is kept.
+    // While held the consumer waits even though there are units, and only the newest part that can be decoded
+    // by itself is kept.
     void Hold(bool held);
     // Drops what waits. `restart`: also refuse units until decoding can begin.
     void Clear(bool restart);
@@ -54,8 +55,8 @@ public:
     std::optional<QueuedUnit> Take();
     // Waits without a unit; false once closed.
     bool Sleep(std::uint32_t milliseconds);
-    // Drops everything in front of the last unit where decoding can begin and whose time stamp is not later than
-    // `latest`; false, and nothing dropped, when there is none.
+    // Drops everything in front of the last unit where decoding can begin and whose time stamp is not later
+    // than `latest`; false, and nothing dropped, when there is none.
     bool SkipToRandomAccess(std::int64_t latest);
 
     // False: the queue was cleared since the unit went in.
@@ -79,8 +80,8 @@ private:
     bool open_ = false;
     bool held_ = true;
     bool awaiting_ = true;
-    std::optional<std::chrono::steady_clock::time_point>
-        refusedSince_; // of the first unit refused while awaiting
+    // When the first unit was refused while awaiting.
+    std::optional<std::chrono::steady_clock::time_point> refusedSince_;
     bool cut_ = false; // the unit now in front does not continue the one taken last
 };
 

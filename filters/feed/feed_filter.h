@@ -19,17 +19,17 @@ namespace vistrame {
 
 // The live source: bytes of a transport stream that a caller pushes in come out of the pin "TS Out".
 //
-// Data flow  DeliverData copies into a bounded queue and returns; a worker cuts the bytes into samples and sends
-//            them downstream. Samples carry no times. A sample that does not continue the one before (data
-//            dropped here, or SendDiscontinuity) carries the discontinuity flag.
+// Data flow  DeliverData copies into a bounded queue and returns; a worker cuts the bytes into samples and
+//            sends them downstream. Samples carry no times. A sample that does not continue the one before
+//            (data dropped here, or SendDiscontinuity) carries the discontinuity flag.
 // Threads    DeliverData and SendDiscontinuity from any thread at any time, and they never wait for anything
 //            downstream. The worker runs from Pause to Stop.
 // Ownership  data is copied before DeliverData returns.
-// Start      data that arrives before the first Pause or Run is kept, the last kEarly of it: a graph takes a while to
-//            be built, and the random-access picture that a viewer waits for may pass meanwhile.
-// Errors     data that arrives while stopped afterwards is dropped; data that finds the queue full, or no memory, is
-//            dropped and counted. Neither is an error for the caller. When downstream refuses, the worker goes on with
-//            the next sample: live data is not worth an end.
+// Start      data that arrives before the first Pause or Run is kept, the last kEarly of it: a graph takes a
+//            while to be built, and the random-access picture that a viewer waits for may pass meanwhile.
+// Errors     data that arrives while stopped afterwards is dropped; data that finds the queue full, or no
+//            memory, is dropped and counted. Neither is an error for the caller. When downstream refuses, the
+//            worker goes on with the next sample: live data is not worth an end.
 class FeedFilter final
     : public WithReferenceClock<WithInterfaces<BaseFilter, FeedData, FeedControl, IAMFilterMiscFlags>> {
 public:
@@ -79,8 +79,8 @@ private:
 
     SystemClockEngine clock_;
     WorkQueue<Block> queue_; // runs while the connected pin is active
-    std::mutex
-        pushLock_; // keeps data and marks in the order of the calls; guards what follows up to missing_
+    // Keeps data and marks in the order of the calls; guards what follows up to missing_.
+    std::mutex pushLock_;
     std::deque<EarlyBlock> early_; // until started_
     std::size_t earlyBytes_ = 0;
     bool started_ = false; // has been active once

@@ -15,15 +15,17 @@ namespace vistrame {
 
 // A live source of pictures with a text in them, for a mixing renderer to lay over the video. One pin, "1".
 //
-// The picture is painted when the text or the size changes, and delivered then, when the graph starts, and otherwise
-// once per kRepeat, for a renderer that has lost it. Pictures carry no times: each is to be shown at once.
+// The picture is painted when the text or the size changes, and delivered then, when the graph starts, and
+// otherwise once per kRepeat, for a renderer that has lost it. Pictures carry no times: each is to be shown
+// at once.
 //
 // Units      pixels, ARGB32 with straight alpha (RGB32 to a renderer that takes no other).
-// Threads    OsdSourceControl from any thread at any time, without waiting for anything downstream. A worker paints and
-//            delivers from Pause to Stop.
+// Threads    OsdSourceControl from any thread at any time, without waiting for anything downstream. A worker
+//            paints and delivers from Pause to Stop.
 // Ownership  the text is copied.
-// Errors     E_INVALIDARG for a size that is no picture. A size set while connected holds where the renderer takes it
-//            in mid-stream; otherwise the connected size stays, and it is asked for the next one set.
+// Errors     E_INVALIDARG for a size that is no picture. A size set while connected holds where the renderer
+//            takes it in mid-stream; otherwise the connected size stays, and it is asked for the next one
+//            set.
 class OsdSource final : public WithInterfaces<BaseFilter, OsdSourceControl, IAMFilterMiscFlags> {
 public:
     static constexpr DWORD kRepeat = 1000; // milliseconds

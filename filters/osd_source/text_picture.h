@@ -12,11 +12,12 @@ namespace vistrame {
 
 // Draws lines of text, white on a dark panel, into an otherwise transparent picture.
 //
-// Units      pixels; the text's height follows the picture's. Bytes of the text are characters of Latin-1; lines end
-//            in "\n" or "\r\n".
+// Units      pixels; the text's height follows the picture's. Bytes of the text are characters of Latin-1;
+//            lines end in "\n" or "\r\n".
 // Threads    one at a time.
 // Ownership  a font library and a face of its own.
-// Errors     without a font the picture stays transparent. What does not fit is cut off at the picture's edges.
+// Errors     without a font the picture stays transparent. What does not fit is cut off at the picture's
+//            edges.
 class TextPicture {
 public:
     TextPicture();

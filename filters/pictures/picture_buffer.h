@@ -24,8 +24,8 @@ struct PicturePlanes {
 
 // A picture's place in a buffer of a renderer's, and what it looks like there.
 //
-// Units      pixels, where nothing else is said. Lines of RGB are padded to four bytes; planes and pairs of pixels that
-//            share their chroma are rounded up to whole ones.
+// Units      pixels, where nothing else is said. Lines of RGB are padded to four bytes; planes and pairs of
+//            pixels that share their chroma are rounded up to whole ones.
 struct PictureBuffer {
     PixelLayout pixels{};
     int stride = 0; // from line to line: the renderer may ask for more than the width

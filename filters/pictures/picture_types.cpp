@@ -17,8 +17,9 @@ constexpr DWORD FourCc(const char (&name)[5]) {
     return MAKEFOURCC(name[0], name[1], name[2], name[3]);
 }
 
-// RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport of the
-// window's size instead of its own surface's, so that a window smaller than the surface shows a corner of the picture.
+// RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport
+// of the window's size instead of its own surface's, so that a window smaller than the surface shows a corner
+// of the picture.
 const SampleLayout kLayouts[] = {
     {&MEDIASUBTYPE_RGB32, BI_RGB, {AV_PIX_FMT_BGR0, 32, true, false}},
     {&MEDIASUBTYPE_NV12, FourCc("NV12"), {AV_PIX_FMT_NV12, 12, false, false}},

@@ -33,8 +33,8 @@ struct PictureType : PictureBuffer {
 std::optional<PictureType> ReadPictureType(const MediaType& type,
                                            std::span<const SampleLayout> layouts = PixelLayouts());
 
-// Units: pixels; duration 100 ns. `formatType` is FORMAT_VideoInfo or FORMAT_VideoInfo2; only the second holds the
-// aspect.
+// Units: pixels; duration 100 ns. `formatType` is FORMAT_VideoInfo or FORMAT_VideoInfo2; only the second
+// holds the aspect.
 MediaType MakePictureType(const SampleLayout& layout, int width, int height, Aspect aspect,
                           std::int64_t duration, const GUID& formatType);
 

@@ -12,8 +12,8 @@ namespace vistrame {
 
 namespace {
 
-// The scaler's inner loops write this many bytes at once and end with a whole step; where the lines leave no room for
-// that, some end a step early instead, with columns left out.
+// The scaler's inner loops write this many bytes at once and end with a whole step; where the lines leave no
+// room for that, some end a step early instead, with columns left out.
 constexpr int kScalerStep = 64;
 
 void CopyLines(const std::uint8_t* from, int fromStride, std::uint8_t* to, int toStride, int bytes,
@@ -65,7 +65,8 @@ bool PictureWriter::FillBlack(const PictureBuffer& target, std::uint8_t* buffer,
 }
 
 PictureWriter::Area PictureWriter::FitInto(const PictureBuffer& target, Aspect aspect) {
-    // How much of the target's width the picture takes when it has all its height: above 1 it is the wider one.
+    // How much of the target's width the picture takes when it has all its height: above 1 it is the wider
+    // one.
     const double wide =
         static_cast<double>(aspect.x) * target.aspect.y / (static_cast<double>(aspect.y) * target.aspect.x);
     Area area{0, 0, target.width, target.height};
@@ -129,8 +130,8 @@ bool PictureWriter::FitsScalerSteps(const PictureBuffer& target, int width) {
     return true;
 }
 
-// Straight into the buffer where the scaler's steps end with the picture's lines, which they do for what broadcasts are
-// made in; else by way of a buffer with room behind its lines and below them.
+// Straight into the buffer where the scaler's steps end with the picture's lines, which they do for what
+// broadcasts are made in; else by way of a buffer with room behind its lines and below them.
 bool PictureWriter::WriteArea(const Picture& picture, const PictureBuffer& target, const Area& area,
                               const PicturePlanes& planes) {
     const auto scale = [&](const PicturePlanes& into) {

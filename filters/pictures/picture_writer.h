@@ -13,8 +13,8 @@ namespace vistrame {
 // Units      pixels.
 // Threads    one at a time.
 // Ownership  borrows picture and buffer for the call; keeps the scaler for pictures of the same kind.
-// Errors     false when the scaler does not know the format or the buffer is too small; nothing is written then.
-//            Nothing is ever written outside the buffer, and every pixel of the picture is.
+// Errors     false when the scaler does not know the format or the buffer is too small; nothing is written
+//            then. Nothing is ever written outside the buffer, and every pixel of the picture is.
 class PictureWriter {
 public:
     // How a picture fills a buffer of another shape.

@@ -1,5 +1,5 @@
-// The demultiplexer of the platform's class: pins, PID maps, timing, independence of its outputs. The types the player
-// gives its pins are connected, and play, in tests/live.
+// The demultiplexer of the platform's class: pins, PID maps, timing, independence of its outputs. The types
+// the player gives its pins are connected, and play, in tests/live.
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "tests/filters/live_programme.h"
 
@@ -32,8 +32,8 @@ struct Demux : DemuxBench<Mpeg2Demultiplexer> {
         graph.Run();
     }
 
-    // Sample times less the time stamps of what the last samples hold: one number for all when in step. Ahead of their
-    // time, but no more than they need: at the live edge.
+    // Sample times less the time stamps of what the last samples hold: one number for all when in step. Ahead
+    // of their time, but no more than they need: at the live edge.
     void ExpectLiveAndInStep() {
         std::vector<REFERENCE_TIME> offsets;
         for (const SinkFilter* sink : {video, audio}) {

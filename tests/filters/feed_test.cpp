@@ -69,7 +69,8 @@ TEST(FeedFilter, ABlockedDownstreamNeverBlocksTheCallerAndOverflowIsCountedAndMa
     EXPECT_TRUE(feed.sink->Samples().back().discontinuity);
 }
 
-// What comes before the first run is kept unless it is old; while stopped later it is dropped, and nobody counts it.
+// What comes before the first run is kept unless it is old; while stopped later it is dropped, and nobody
+// counts it.
 TEST(FeedFilter, SamplesAreMarkedBehindDataThatIsMissingAndBehindAnnouncements) {
     Feed feed;
     feed.Deliver({1});

@@ -82,8 +82,8 @@ public:
     bool reconnects = true; // while running
     // Keeps the last sample until a flush, and refuses to reconnect with it.
     bool holds = false;
-    // Like a renderer with surfaces: changes how pictures are to be laid out in the buffers, which then carry the type,
-    // until the pin has one in which this leaves nothing to change (false).
+    // Like a renderer with surfaces: changes how pictures are to be laid out in the buffers, which then carry
+    // the type, until the pin has one in which this leaves nothing to change (false).
     std::function<bool(VIDEOINFOHEADER2&)> layOut;
 
     // Receive waits until it is unblocked, flushed or stopped.

@@ -1,4 +1,5 @@
-// The maker's demultiplexer: stall counts, its state on a display. What its numbers stand for is played in tests/live.
+// The maker's demultiplexer: stall counts, its state on a display. What its numbers stand for is played in
+// tests/live.
 #include <gmock/gmock.h>
 
 #include "filters/demux/korvix_demux.h"

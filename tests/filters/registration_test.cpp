@@ -69,7 +69,8 @@ bool DecodesByMapper(const GUID& subtype) {
 
 } // namespace
 
-// Rows with pins go into the filter mapper; the makers' filters have none and must not be found by automatic choice.
+// Rows with pins go into the filter mapper; the makers' filters have none and must not be found by automatic
+// choice.
 TEST(Registration, MakesEveryClassAndLeavesNoKeyBehind) {
     const CoInitialized com;
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);

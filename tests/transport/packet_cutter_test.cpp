@@ -1,5 +1,5 @@
-// Cutting a byte stream into packets: one stream of 40 packets in every stride, in several kinds of chunks, as it is
-// and damaged.
+// Cutting a byte stream into packets: one stream of 40 packets in every stride, in several kinds of chunks,
+// as it is and damaged.
 #include "transport/packet_cutter.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// Selection, clock PID and delivery times of the demultiplexer on intact streams. That handlers may change everything is
-// for the fuzzer.
+// Selection, clock PID and delivery times of the demultiplexer on intact streams. That handlers may change
+// everything is for the fuzzer.
 #include "transport/stream_demultiplexer.h"
 
 #include <gtest/gtest.h>
@@ -88,8 +88,8 @@ TEST(StreamDemultiplexer, FollowsAChangedPmt) {
               static_cast<std::int64_t>(audio.size() - 1) * kFrameTicks);
 }
 
-// When units come out, by packet: a bounded one with its last, an unbounded one with its padded last, or else with the
-// next start.
+// When units come out, by packet: a bounded one with its last, an unbounded one with its padded last, or else
+// with the next start.
 TEST(StreamDemultiplexer, DeliversAsSoonAsAUnitIsCertain) {
     struct Row {
         const char* name;
@@ -125,8 +125,8 @@ TEST(StreamDemultiplexer, DeliversAsSoonAsAUnitIsCertain) {
     }
 }
 
-// Wherever the break falls: what was under way comes out, marked when it lost its end to it; the first unit of each PID
-// behind it is marked, the next is not, and no counter is compared across.
+// Wherever the break falls: what was under way comes out, marked when it lost its end to it; the first unit
+// of each PID behind it is marked, the next is not, and no counter is compared across.
 TEST(StreamDemultiplexer, AnnouncedDiscontinuityMarksWhatItTouches) {
     const Bytes bytes = Programme({.pictures = 3});
     std::size_t cut = 0;

@@ -39,8 +39,8 @@ std::pair<std::int64_t, std::int64_t> Steps(std::vector<UnitRecorder::Unit> unit
     return range;
 }
 
-// The stream is cut at every packet of the first pictures behind a jump, so that units of the new time base come before
-// its first PCR in some, behind it in others. Stamps of both sides are never mixed.
+// The stream is cut at every packet of the first pictures behind a jump, so that units of the new time base
+// come before its first PCR in some, behind it in others. Stamps of both sides are never mixed.
 TEST(StreamTimeline, GoesOnAtAJumpWhereverItIsCut) {
     struct Row {
         const char* name;

@@ -39,7 +39,8 @@ public:
     void AddPmt(Pid pid, std::uint16_t programme, Pid pcrPid, const std::vector<Stream>& streams);
     // Names as transmitted, with their selection byte.
     void AddSdt(const std::map<std::uint16_t, std::string>& names);
-    // Packs it, CRC and all, into as many packets as it takes; several sections behind each other are possible.
+    // Packs it, CRC and all, into as many packets as it takes; several sections behind each other are
+    // possible.
     void AddSection(Pid pid, Bytes section);
     void AddPes(Pid pid, const Pes& pes, const Bytes& payload);
     void AddPcr(Pid pid, std::int64_t pcr);
@@ -62,8 +63,8 @@ Bytes MakePes(const TsBuilder::Pes& pes, const Bytes& payload);
 Bytes MakeTable(std::uint8_t tableId, std::uint16_t extension, const Bytes& body, std::uint8_t number = 0,
                 std::uint8_t last = 0, std::uint8_t flags = 0xC1);
 
-// Programme 1 as a broadcaster would send it, its PMT on PID 0x100: tables every 0.1 s, MPEG-2
-// video at 25 pictures/s (groups of 12, I pictures of 22 packets, P pictures of 5, PCR with every picture) and MPEG audio
+// Programme 1 as a broadcaster would send it, its PMT on PID 0x100: tables every 0.1 s, MPEG-2 video at 25
+// pictures/s (groups of 12, I pictures of 22 packets, P pictures of 5, PCR with every picture) and MPEG audio
 // every 24 ms (4 packets).
 struct ProgrammeRecipe {
     Pid videoPid = 0x101;

@@ -91,8 +91,8 @@ TEST(AudioDecoder, EveryCodingBecomesTheToneAtItsTime) {
     }
 }
 
-// Sound behind losses and damage stands at its own time, and so does sound behind a jump of the times: silence comes in
-// between.
+// Sound behind losses and damage stands at its own time, and so does sound behind a jump of the times:
+// silence comes in between.
 TEST(AudioDecoder, DamageAndJumpsNeitherStopNorMoveIt) {
     std::vector<StreamPiece> damaged = ReadStream("h264_1080i.ts", false, 30);
     for (StreamPiece& piece : damaged | std::views::drop(5)) {

@@ -15,7 +15,8 @@ namespace {
 constexpr int kWidth = 70; // neither vectors nor their tails alone
 constexpr int kHeight = 32;
 
-// Planes of one picture: still horizontal lines at the left, a block that moves between the fields at the right.
+// Planes of one picture: still horizontal lines at the left, a block that moves between the fields at the
+// right.
 struct Frame {
     Frame(int bar, int parity) : luma(kWidth * kHeight), chroma(kWidth / 2 * kHeight / 2, std::uint8_t{128}) {
         for (int y = 0; y < kHeight; ++y) {

@@ -1,4 +1,5 @@
-// Sound at a renderer that behaves as the system's does: it heeds times only behind a discontinuity, and only to wait.
+// Sound at a renderer that behaves as the system's does: it heeds times only behind a discontinuity, and only
+// to wait.
 #include <algorithm>
 #include <cstdlib>
 #include <optional>

@@ -1,4 +1,5 @@
-// Which media types the decoders refuse. What the player offers, with both demultiplexers, plays in tests/live.
+// Which media types the decoders refuse. What the player offers, with both demultiplexers, plays in
+// tests/live.
 #include "filters/decoders/audio_decoder_filter.h"
 #include "filters/decoders/video_decoder_filter.h"
 #include "tests/filters/filter_fakes.h"

@@ -46,7 +46,8 @@ struct Playback : DecoderBench<VideoDecoderFilter, PictureSinkFilter> {
     }
 };
 
-// The parts of an access unit from start code to start code, each kept or not as `keep` says of its first byte.
+// The parts of an access unit from start code to start code, each kept or not as `keep` says of its first
+// byte.
 Bytes Parts(const Bytes& unit, const std::function<bool(int)>& keep) {
     const Bytes code{0, 0, 1};
     Bytes kept;

@@ -6,8 +6,8 @@
 
 namespace vistrame::test {
 
-// The player renders the output while the input is still free; whichever comes first, the input's type is the renderer's.
-// A change of size goes through to the renderer, or back to the decoder, which then scales.
+// The player renders the output while the input is still free; whichever comes first, the input's type is the
+// renderer's. A change of size goes through to the renderer, or back to the decoder, which then scales.
 TEST(OverlayMixer, ShowsTheDecodersPicturesWhateverTheOrderAndTheRenderer) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
     for (const auto& [outputFirst, reconnects] :

@@ -3,8 +3,8 @@
 
 namespace vistrame::test {
 
-// While it lives, every `every`-th allocation of the program fails, at most `times` of them. What a test itself does
-// meanwhile must do without memory of its own, or be ready.
+// While it lives, every `every`-th allocation of the program fails, at most `times` of them. What a test
+// itself does meanwhile must do without memory of its own, or be ready.
 class FailingMemory {
 public:
     explicit FailingMemory(unsigned every, unsigned times = ~0U);

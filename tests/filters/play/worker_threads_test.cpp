@@ -43,8 +43,8 @@ bool ServerIsLoaded() {
 
 } // namespace
 
-// Every thread of ours that calls into somebody else's object: queue of the feed, pins of the demultiplexer, pictures'
-// queue, both displays.
+// Every thread of ours that calls into somebody else's object: queue of the feed, pins of the demultiplexer,
+// pictures' queue, both displays.
 TEST(WorkerThreads, BelongToTheMultithreadedApartment) {
     PlayingGraph play;
     const auto display = MakeObject<Display>();
