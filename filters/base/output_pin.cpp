@@ -205,6 +205,40 @@ HRESULT OutputPin::Deliver(IMediaSample* sample) {
     return result;
 }
 
+HRESULT OutputPin::Send(std::span<const std::uint8_t> bytes, SampleAttributes attributes) {
+    HRESULT result = S_OK;
+    while (!bytes.empty() && result == S_OK) {
+        result = SendSome(&bytes, attributes);
+        attributes = {.preroll = attributes.preroll};
+    }
+    return result;
+}
+
+// As much of the bytes as a buffer holds.
+HRESULT OutputPin::SendSome(std::span<const std::uint8_t>* left, const SampleAttributes& attributes) {
+    ComPtr<IMediaSample> sample;
+    BYTE* target = nullptr;
+    if (const HRESULT result = GetBuffer(&sample); FAILED(result)) {
+        return result;
+    }
+    if (const HRESULT result = sample->GetPointer(&target); FAILED(result)) {
+        return result;
+    }
+    const auto bytes = left->first(std::min(left->size(), static_cast<std::size_t>(sample->GetSize())));
+    *left = left->subspan(bytes.size());
+    std::ranges::copy(bytes, target);
+    REFERENCE_TIME start = attributes.start.value_or(0);
+    REFERENCE_TIME stop = attributes.stop.value_or(0);
+    // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
+    (void)sample->SetActualDataLength(static_cast<long>(bytes.size())); // fits: at most GetSize()
+    (void)sample->SetTime(attributes.start ? &start : nullptr,
+                          attributes.start && attributes.stop ? &stop : nullptr);
+    (void)sample->SetSyncPoint(attributes.syncPoint ? TRUE : FALSE);
+    (void)sample->SetDiscontinuity(attributes.discontinuity ? TRUE : FALSE);
+    (void)sample->SetPreroll(attributes.preroll ? TRUE : FALSE);
+    return Deliver(sample.Get());
+}
+
 HRESULT OutputPin::DeliverEndOfStream() {
     const ComPtr<IPin> peer = Peer();
     return peer != nullptr ? peer->EndOfStream() : VFW_E_NOT_CONNECTED;

@@ -1,11 +1,23 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "filters/base/base_pin.h"
 
 namespace vistrame {
+
+// What a sample says besides its bytes.
+struct SampleAttributes {
+    std::optional<REFERENCE_TIME> start;
+    std::optional<REFERENCE_TIME> stop; // only with a start
+    bool syncPoint = false;
+    bool discontinuity = false; // does not continue the sample before
+    bool preroll = false;
+};
 
 // An output pin: agrees on a type and an allocator with an input pin and delivers samples to it.
 //
@@ -33,6 +45,9 @@ public:
     // A buffer to fill; blocks until the peer has given one back. Fails once inactive.
     HRESULT GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags = 0);
     HRESULT Deliver(IMediaSample* sample);
+    // Copies the bytes into buffers and delivers them, in as many samples as it takes; times, sync point and
+    // discontinuity stand on the first. Ends with the first result that is not S_OK.
+    HRESULT Send(std::span<const std::uint8_t> bytes, SampleAttributes attributes);
     HRESULT DeliverEndOfStream();
     HRESULT DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     HRESULT DeliverBeginFlush();
@@ -74,6 +89,7 @@ private:
     HRESULT AgreeAllocator(IPin* peer);
     HRESULT OfferAllocator(IMemInputPin* input, IMemAllocator* allocator, ALLOCATOR_PROPERTIES needs);
     HRESULT EnlargeBuffers(long bufferBytes);
+    HRESULT SendSome(std::span<const std::uint8_t>* left, const SampleAttributes& attributes);
 
     // Written under the filter lock while stopped; read by the streaming thread while active.
     ComPtr<IMemInputPin> input_;

@@ -1,8 +1,6 @@
 #include "filters/decoders/audio_decoder_filter.h"
 
 #include <algorithm>
-#include <cstring>
-#include <utility>
 
 #include <mmreg.h>
 
@@ -172,25 +170,15 @@ REFERENCE_TIME AudioDecoderFilter::Deliver(std::span<const std::int16_t> samples
         samples = samples.subspan(part.size());
         const REFERENCE_TIME begin = end();
         delivered += static_cast<std::int64_t>(part.size() / channels);
-        DeliverPiece(part, begin, end());
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(part.data());
+        const SampleAttributes attributes{
+            .start = begin, .stop = end(), .syncPoint = true, .discontinuity = discontinuity_};
+        // A renderer that refuses, or has no buffer because it stops or flushes, does not stop the stream.
+        if (Output().Send({bytes, part.size_bytes()}, attributes) == S_OK) {
+            discontinuity_ = false;
+        }
     }
     return end();
-}
-
-void AudioDecoderFilter::DeliverPiece(std::span<const std::int16_t> samples, REFERENCE_TIME start,
-                                      REFERENCE_TIME stop) {
-    ComPtr<IMediaSample> sample;
-    BYTE* buffer = nullptr;
-    if (FAILED(Output().GetBuffer(&sample)) || FAILED(sample->GetPointer(&buffer))) {
-        return; // not connected, stopping or flushing
-    }
-    std::memcpy(buffer, samples.data(), samples.size_bytes());
-    // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
-    (void)sample->SetActualDataLength(static_cast<long>(samples.size_bytes()));
-    (void)sample->SetTime(&start, &stop);
-    (void)sample->SetSyncPoint(TRUE);
-    (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
-    (void)Output().Deliver(sample.Get()); // a renderer that refuses does not stop the stream
 }
 
 } // namespace vistrame

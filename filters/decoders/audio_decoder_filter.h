@@ -40,7 +40,6 @@ private:
 
     void OnSound(std::span<const std::int16_t> samples, std::optional<std::int64_t> time) override;
     REFERENCE_TIME Deliver(std::span<const std::int16_t> samples, REFERENCE_TIME start);
-    void DeliverPiece(std::span<const std::int16_t> samples, REFERENCE_TIME start, REFERENCE_TIME stop);
     void Restart();
 
     std::unique_ptr<AudioDecoder> decoder_; // for coding_

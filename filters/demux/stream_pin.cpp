@@ -1,9 +1,7 @@
 #include "filters/demux/stream_pin.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
-#include <span>
 #include <utility>
 
 #include "filters/base/guarded.h"
@@ -196,8 +194,11 @@ void StreamPin::Handle(const QueuedUnit& unit) {
         broken_ = true;
     } else if (unit.endOfStream) {
         (void)DeliverEndOfStream();
-    } else {
-        Send(unit, time);
+    } else if (!unit.data.empty()) {
+        const SampleAttributes attributes{.start = time,
+                                          .syncPoint = unit.randomAccess,
+                                          .discontinuity = unit.discontinuity || broken_};
+        broken_ = Send(unit.data, attributes) != S_OK;
     }
 }
 
@@ -230,31 +231,6 @@ StreamPin::Verdict StreamPin::Schedule(const QueuedUnit& unit, std::optional<REF
         *time = due;
     }
     return Verdict::kDeliver;
-}
-
-void StreamPin::Send(const QueuedUnit& unit, std::optional<REFERENCE_TIME> time) {
-    bool first = true;
-    std::span<const std::uint8_t> left(unit.data);
-    while (!left.empty()) {
-        ComPtr<IMediaSample> sample;
-        BYTE* target = nullptr;
-        if (FAILED(GetBuffer(&sample)) || FAILED(sample->GetPointer(&target))) {
-            broken_ = true;
-            return;
-        }
-        const auto bytes = std::min(left.size(), static_cast<std::size_t>(sample->GetSize()));
-        std::memcpy(target, left.data(), bytes);
-        left = left.subspan(bytes);
-        (void)sample->SetActualDataLength(static_cast<long>(bytes)); // fits: at most GetSize()
-        (void)sample->SetTime(first && time ? &*time : nullptr, nullptr);
-        (void)sample->SetSyncPoint(first && unit.randomAccess ? TRUE : FALSE);
-        (void)sample->SetDiscontinuity(first && (unit.discontinuity || broken_) ? TRUE : FALSE);
-        broken_ = Deliver(sample.Get()) != S_OK;
-        if (broken_) {
-            return;
-        }
-        first = false;
-    }
 }
 
 } // namespace vistrame

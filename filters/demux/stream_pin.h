@@ -79,7 +79,6 @@ private:
     void Handle(const QueuedUnit& unit);
     // When the unit is due; no time: deliver it at once.
     Verdict Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time);
-    void Send(const QueuedUnit& unit, std::optional<REFERENCE_TIME> time);
 
     DemuxFilter& owner_;
     UnitQueue queue_;

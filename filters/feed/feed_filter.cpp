@@ -1,7 +1,6 @@
 #include "filters/feed/feed_filter.h"
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 #include <utility>
 
@@ -135,27 +134,7 @@ HRESULT FeedFilter::SetMode(ULONG /*mode*/, ULONG /*option*/) {
 }
 
 void FeedFilter::Send(const Block& block) {
-    bool discontinuity = block.discontinuity || failed_;
-    std::span<const BYTE> left(block.bytes);
-    failed_ = false;
-    while (!left.empty() && !failed_) {
-        ComPtr<IMediaSample> sample;
-        BYTE* target = nullptr;
-        failed_ = FAILED(pin_.GetBuffer(&sample)) || FAILED(sample->GetPointer(&target));
-        if (failed_) {
-            break;
-        }
-        const std::size_t bytes =
-            std::min<std::size_t>(left.size(), static_cast<std::size_t>(sample->GetSize()));
-        std::memcpy(target, left.data(), bytes);
-        left = left.subspan(bytes);
-        (void)sample->SetActualDataLength(static_cast<long>(bytes)); // fits: at most GetSize()
-        (void)sample->SetSyncPoint(FALSE);
-        (void)sample->SetDiscontinuity(discontinuity ? TRUE : FALSE);
-        (void)sample->SetTime(nullptr, nullptr);
-        failed_ = pin_.Deliver(sample.Get()) != S_OK;
-        discontinuity = false;
-    }
+    failed_ = pin_.Send(block.bytes, {.discontinuity = block.discontinuity || failed_}) != S_OK;
 }
 
 } // namespace vistrame

@@ -200,17 +200,7 @@ private:
 SourceFilter::SourceFilter() : BaseFilter(kSourceClass), pin_(&AddPin(std::make_unique<Pin>(*this))) {}
 
 HRESULT SourceFilter::Send(ByteSpan data, std::optional<REFERENCE_TIME> time, bool discontinuity) {
-    ComPtr<IMediaSample> sample;
-    BYTE* target = nullptr;
-    if (const HRESULT result = pin_->GetBuffer(&sample); result != S_OK) {
-        return result;
-    }
-    EXPECT_EQ(sample->GetPointer(&target), S_OK);
-    std::ranges::copy(data, target);
-    EXPECT_EQ(sample->SetActualDataLength(static_cast<long>(data.size())), S_OK);
-    (void)sample->SetTime(time ? &*time : nullptr, nullptr);
-    (void)sample->SetDiscontinuity(discontinuity ? TRUE : FALSE);
-    return pin_->Deliver(sample.Get());
+    return pin_->Send(data, {.start = time, .discontinuity = discontinuity});
 }
 
 TestGraph::TestGraph() {

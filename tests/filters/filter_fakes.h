@@ -127,7 +127,6 @@ public:
 
     std::vector<MediaType> offered; // set before connecting
 
-    // At most kBufferBytes.
     HRESULT Send(ByteSpan data, std::optional<REFERENCE_TIME> time = std::nullopt,
                  bool discontinuity = false);
 
