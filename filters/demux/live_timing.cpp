@@ -17,17 +17,30 @@ void LiveTiming::Start() {
         stream.last.reset();
         stream.disbelieved = 0;
     }
+    Changed();
 }
 
 void LiveTiming::Stop() {
     const std::lock_guard lock(lock_);
     running_ = false;
     delay_.reset();
+    Changed();
 }
 
 void LiveTiming::Expect(unsigned stream, bool selected) {
     const std::lock_guard lock(lock_);
     streams_.at(stream).expected = selected;
+    Changed();
+}
+
+void LiveTiming::WakeWaiting() {
+    const std::lock_guard lock(lock_);
+    Changed();
+}
+
+void LiveTiming::Changed() {
+    ++changes_;
+    changed_.notify_all();
 }
 
 bool LiveTiming::Believe(Stream& stream, std::int64_t decodeTime) {
@@ -109,6 +122,7 @@ void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t n
         source.candidate = candidate;
         settlingSince_ = settlingSince_.value_or(now);
         TrySettled(now);
+        Changed();
     }
 }
 
@@ -129,12 +143,36 @@ void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now, bool jump) {
     }
 }
 
-std::optional<std::int64_t> LiveTiming::Offset(std::int64_t now) {
-    const std::lock_guard lock(lock_);
-    if (running_ && !offset_) {
-        TrySettled(now);
+// How long arrivals have to be watched yet, when nothing more arrives; at least a millisecond.
+std::chrono::milliseconds LiveTiming::UntilSettled(std::int64_t now) const {
+    const std::int64_t watched = now - *settlingSince_;
+    const std::int64_t left = (watched < kSettle ? kSettle : kSettleLimit) - watched;
+    return std::chrono::milliseconds(std::max<std::int64_t>(MillisecondsFromReference(left), 0) + 1);
+}
+
+std::optional<std::int64_t> LiveTiming::AwaitOffset(const std::function<std::optional<std::int64_t>()>& now) {
+    std::unique_lock lock(lock_);
+    while (true) {
+        const std::uint64_t seen = changes_;
+        lock.unlock();
+        const std::optional<std::int64_t> at = now();
+        lock.lock();
+        if (!at) {
+            return std::nullopt;
+        }
+        if (running_ && !offset_) {
+            TrySettled(*at);
+        }
+        if (offset_) {
+            return offset_;
+        }
+        const auto changed = [&] { return changes_ != seen; };
+        if (running_ && settlingSince_) {
+            (void)changed_.wait_for(lock, UntilSettled(*at), changed); // settled by time, or by what changed
+        } else {
+            changed_.wait(lock, changed);
+        }
     }
-    return offset_;
 }
 
 std::optional<std::int64_t> LiveTiming::Delay() const {

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 
@@ -27,7 +30,7 @@ namespace vistrame {
 //            exactly can only be guessed there, from the packets since the last PCR; the arrival of the first
 //            PCR behind the jump tells how far the guess was off, and the offset takes that back.
 // Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
-// Threads    any; one leaf lock inside.
+// Threads    any; one leaf lock inside. AwaitOffset() blocks, the rest does not.
 // Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
 class LiveTiming {
 public:
@@ -61,8 +64,11 @@ public:
     // A PCR came in at `now`; `jump`: the first behind a jump of the clock.
     void ClockArrived(std::int64_t pcr, std::int64_t now, bool jump);
 
-    // Stream time minus timeline; nothing while settling.
-    std::optional<std::int64_t> Offset(std::int64_t now);
+    // Stream time minus timeline. Waits while arrivals settle; nothing once `now` gives nothing. `now` is
+    // called with no lock held, at first and after each change, WakeWaiting() included.
+    std::optional<std::int64_t> AwaitOffset(const std::function<std::optional<std::int64_t>()>& now);
+    // Whoever waits asks `now` again: what that depends on has changed.
+    void WakeWaiting();
     // How long after its PCR a moment of the stream is shown.
     std::optional<std::int64_t> Delay() const;
     // How often the offset has been chosen or moved at once.
@@ -80,8 +86,12 @@ private:
     void Settle(std::int64_t now);
     void TrySettled(std::int64_t now);
     void Watch(std::int64_t lead, std::int64_t now);
+    void Changed();
+    std::chrono::milliseconds UntilSettled(std::int64_t now) const;
 
     mutable std::mutex lock_; // guards what follows
+    std::condition_variable changed_;
+    std::uint64_t changes_ = 0; // so that none is missed between asking `now` and waiting
     std::array<Stream, kStreams> streams_;
     bool running_ = false;
     std::optional<std::int64_t> settlingSince_; // first arrival since settling began

@@ -15,8 +15,6 @@ namespace vistrame {
 
 namespace {
 
-constexpr std::uint32_t kSettlePoll = 5; // milliseconds between looks at an offset that is not known yet
-
 std::optional<std::int64_t> TimelineReference(const std::optional<TimeStamp>& stamp) {
     return stamp ? std::optional(ReferenceFromTicks(stamp->timeline)) : std::nullopt;
 }
@@ -88,6 +86,7 @@ HRESULT StreamPin::Activate() {
 
 void StreamPin::Deactivate() {
     queue_.Close();
+    owner_.Timing().WakeWaiting();
     OutputPin::Deactivate(); // frees the worker from waiting for a buffer
     worker_.Join();
 }
@@ -100,10 +99,12 @@ void StreamPin::SetRunning(bool running) {
 void StreamPin::Restart() {
     showAtOnce_ = true;
     queue_.Clear(true);
+    owner_.Timing().WakeWaiting();
 }
 
 void StreamPin::StartFlush() {
     queue_.Clear(true);
+    owner_.Timing().WakeWaiting();
     (void)DeliverBeginFlush(); // frees the worker
 }
 
@@ -195,9 +196,8 @@ void StreamPin::Handle(const QueuedUnit& unit) {
     } else if (unit.endOfStream) {
         (void)DeliverEndOfStream();
     } else if (!unit.data.empty()) {
-        const SampleAttributes attributes{.start = time,
-                                          .syncPoint = unit.randomAccess,
-                                          .discontinuity = unit.discontinuity || broken_};
+        const SampleAttributes attributes{
+            .start = time, .syncPoint = unit.randomAccess, .discontinuity = unit.discontinuity || broken_};
         broken_ = Send(unit.data, attributes) != S_OK;
     }
 }
@@ -212,12 +212,12 @@ StreamPin::Verdict StreamPin::Schedule(const QueuedUnit& unit, std::optional<REF
         *time = now;
         return Verdict::kDeliver;
     }
-    std::optional<REFERENCE_TIME> offset;
-    while (now && !(offset = owner_.Timing().Offset(*now)) && queue_.Sleep(kSettlePoll)) {
-        now = owner_.Now();
-    }
-    if (!now || !offset) {
-        return Verdict::kDrop; // paused or stopped meanwhile
+    const std::optional<REFERENCE_TIME> offset = owner_.Timing().AwaitOffset([&] {
+        now = queue_.IsCurrent(unit) ? owner_.Now() : std::nullopt;
+        return now;
+    });
+    if (!offset) {
+        return Verdict::kDrop; // flushed, paused or stopped meanwhile
     }
     const REFERENCE_TIME due = *unit.pts + *offset;
     const REFERENCE_TIME late = *now - due;

@@ -108,12 +108,6 @@ std::optional<QueuedUnit> UnitQueue::Take() {
     return unit;
 }
 
-bool UnitQueue::Sleep(std::uint32_t milliseconds) {
-    std::unique_lock lock(lock_);
-    (void)changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return !open_; });
-    return open_;
-}
-
 bool UnitQueue::SkipToRandomAccess(std::int64_t latest) {
     const std::lock_guard lock(lock_);
     const auto last = std::find_if(units_.rbegin(), units_.rend(), [&](const QueuedUnit& unit) {
@@ -131,7 +125,7 @@ bool UnitQueue::SkipToRandomAccess(std::int64_t latest) {
 
 bool UnitQueue::IsCurrent(const QueuedUnit& unit) const {
     const std::lock_guard lock(lock_);
-    return unit.generation == generation_;
+    return open_ && unit.generation == generation_;
 }
 
 bool UnitQueue::AwaitsRandomAccess() const {

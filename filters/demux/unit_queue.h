@@ -53,13 +53,11 @@ public:
 
     // Waits for the next unit; nothing once closed.
     std::optional<QueuedUnit> Take();
-    // Waits without a unit; false once closed.
-    bool Sleep(std::uint32_t milliseconds);
     // Drops everything in front of the last unit where decoding can begin and whose time stamp is not later
     // than `latest`; false, and nothing dropped, when there is none.
     bool SkipToRandomAccess(std::int64_t latest);
 
-    // False: the queue was cleared since the unit went in.
+    // False: the queue was cleared since the unit went in, or closed.
     bool IsCurrent(const QueuedUnit& unit) const;
     bool AwaitsRandomAccess() const;
     // Units dropped since Open: by a full queue or by skipping.

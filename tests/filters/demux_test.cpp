@@ -1,5 +1,8 @@
 // The demultiplexer of the platform's class: pins, PID maps, timing, independence of its outputs. The types
 // the player gives its pins are connected, and play, in tests/live.
+#include <atomic>
+#include <future>
+
 #include "filters/demux/mpeg2_demultiplexer.h"
 #include "tests/filters/live_programme.h"
 
@@ -188,6 +191,31 @@ TEST(Mpeg2Demultiplexer, PlaysOnThroughWhateverHappensToTheStream) {
         EXPECT_TRUE(marked == row.announced || lost);
         EXPECT_EQ(demux.video->Seen().segments, 1);
         demux.ExpectLiveAndInStep();
+    }
+}
+
+TEST(LiveTiming, WhoeverWaitsIsFreedByTimeAndByAnyChange) {
+    for (const bool arrives : {true, false}) {
+        SCOPED_TRACE(arrives);
+        LiveTiming timing;
+        std::atomic<bool> stopped = false;
+        timing.Start();
+        timing.Expect(LiveTiming::kAudio, true); // never comes
+        const REFERENCE_TIME begin = SystemTime();
+        auto waiting = std::async(std::launch::async, [&] {
+            return timing.AwaitOffset(
+                [&] { return stopped ? std::nullopt : std::optional(SystemTime() - begin); });
+        });
+        EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(kBlocked)), std::future_status::timeout);
+        if (arrives) {
+            timing.Arrive(LiveTiming::kVideo, 0, SystemTime() - begin);
+        } else {
+            stopped = true;
+            timing.WakeWaiting();
+        }
+        ASSERT_EQ(waiting.wait_for(std::chrono::milliseconds(kPatience)), std::future_status::ready);
+        EXPECT_EQ(waiting.get().has_value(), arrives);
+        EXPECT_TRUE(!arrives || SystemTime() - begin >= kBlocked * kMs + LiveTiming::kSettleLimit);
     }
 }
 
