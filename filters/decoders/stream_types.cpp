@@ -5,41 +5,35 @@
 
 #include <mmreg.h>
 
+#include "filters/base/subtypes.h"
+
 namespace vistrame {
 
 namespace {
 
-// The standard identifier of a FourCC or a wave format tag.
-constexpr GUID Subtype(DWORD code) {
-    return {code, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-}
-constexpr GUID Subtype(const char (&name)[5]) {
-    return Subtype(MAKEFOURCC(name[0], name[1], name[2], name[3]));
-}
-
-constexpr WORD kTagLoas = 0x1602; // AAC in LATM, framed by LOAS
-
 constexpr GUID kMpeg2Video = {0xe06d8026, 0xdb46, 0x11cf, {0xb4, 0xd1, 0x00, 0x80, 0x5f, 0x6c, 0xbb, 0xea}};
 constexpr GUID kMpeg2Audio = {0xe06d802b, 0xdb46, 0x11cf, {0xb4, 0xd1, 0x00, 0x80, 0x5f, 0x6c, 0xbb, 0xea}};
 constexpr GUID kDolbyAc3 = {0xe06d802c, 0xdb46, 0x11cf, {0xb4, 0xd1, 0x00, 0x80, 0x5f, 0x6c, 0xbb, 0xea}};
-constexpr GUID kDolbyDigitalPlus = {
-    0xa7fb87af, 0x2d02, 0x42fb, {0xa4, 0xd4, 0x05, 0xcd, 0x93, 0x84, 0x3b, 0xdd}};
 
 struct StreamType {
     GUID subtype;
     Coding coding;
+    bool alias = false; // known when asked for; streams of our own do not go by it
 };
 
 // H.264 as a byte stream with start codes: AVC1 and avc1 would be units behind their lengths.
 constexpr std::array kVideo{
-    StreamType{kMpeg2Video, Coding::kMpeg2Video}, StreamType{Subtype("x264"), Coding::kH264},
-    StreamType{Subtype("X264"), Coding::kH264},   StreamType{Subtype("H264"), Coding::kH264},
-    StreamType{Subtype("DAVC"), Coding::kH264},   StreamType{Subtype("HEVC"), Coding::kHevc},
+    StreamType{kMpeg2Video, Coding::kMpeg2Video},
+    StreamType{FourCcSubtype("x264"), Coding::kH264, true},
+    StreamType{FourCcSubtype("X264"), Coding::kH264, true},
+    StreamType{FourCcSubtype("H264"), Coding::kH264},
+    StreamType{FourCcSubtype("DAVC"), Coding::kH264, true},
+    StreamType{FourCcSubtype("HEVC"), Coding::kHevc},
 };
 constexpr std::array kAudio{
     StreamType{kMpeg2Audio, Coding::kMpegAudio},
     StreamType{kDolbyAc3, Coding::kAc3},
-    StreamType{Subtype(kTagLoas), Coding::kAacLatm},
+    StreamType{NumberedSubtype(kTagLoas), Coding::kAacLatm},
     StreamType{kDolbyDigitalPlus, Coding::kEac3},
 };
 
@@ -86,6 +80,13 @@ std::optional<Coding> AudioCodingOf(const MediaType& type) {
     }
     const auto* found = std::ranges::find(kTags, format->wFormatTag, &TaggedCoding::tag);
     return found != std::end(kTags) ? std::optional(found->coding) : std::nullopt;
+}
+
+GUID SubtypeOf(Coding coding) {
+    const std::span<const StreamType> rows = IsVideo(coding) ? std::span<const StreamType>(kVideo) : kAudio;
+    const auto found =
+        std::ranges::find_if(rows, [&](const StreamType& row) { return row.coding == coding && !row.alias; });
+    return found != rows.end() ? found->subtype : GUID_NULL;
 }
 
 std::span<const REGPINTYPES> VideoStreamTypes() {

@@ -26,6 +26,8 @@ inline constexpr CLSID CLSID_VistrameAudioDecoder = {
 //            whose tag tells the coding.
 std::optional<Coding> VideoCodingOf(const MediaType& type);
 std::optional<Coding> AudioCodingOf(const MediaType& type);
+// The subtype to offer for a coding; GUID_NULL for one that has none above.
+GUID SubtypeOf(Coding coding);
 
 // The subtypes above for the pins and for the filter mapper.
 std::span<const REGPINTYPES> VideoStreamTypes();

@@ -9,47 +9,17 @@
 #include <dvdmedia.h>
 #include <mmreg.h>
 
+#include "contract/launch_line.h"
 #include "filters/base/reference_time.h"
+#include "filters/base/subtypes.h"
 #include "filters/decoders/stream_types.h"
 
 namespace vistrame {
 
 namespace {
 
-constexpr WORD kTagLoas = 0x1602;   // AAC in LATM, framed by LOAS
-constexpr WORD kTagRawAac = 0x00FF; // what decoders know the format block of AAC by
-constexpr DWORD kFourCcH264 = MAKEFOURCC('H', '2', '6', '4');
-constexpr DWORD kFourCcHevc = MAKEFOURCC('H', 'E', 'V', 'C');
-
-// The standard identifier of a FourCC or a wave format tag.
-constexpr GUID NumberedSubtype(DWORD number) {
-    return {number, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-}
-
-constexpr GUID kDolbyDigitalPlus = {
-    0xa7fb87af, 0x2d02, 0x42fb, {0xa4, 0xd4, 0x05, 0xcd, 0x93, 0x84, 0x3b, 0xdd}};
-
-struct CodingIds {
-    Coding coding;
-    GUID major;
-    GUID sub;
-};
-
-std::span<const CodingIds> CodingTable() {
-    static const CodingIds rows[] = {
-        {Coding::kMpeg2Video, MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO},
-        {Coding::kH264, MEDIATYPE_Video, NumberedSubtype(kFourCcH264)},
-        {Coding::kHevc, MEDIATYPE_Video, NumberedSubtype(kFourCcHevc)},
-        {Coding::kMpegAudio, MEDIATYPE_Audio, MEDIASUBTYPE_MPEG2_AUDIO},
-        {Coding::kAc3, MEDIATYPE_Audio, MEDIASUBTYPE_DOLBY_AC3},
-        {Coding::kAacLatm, MEDIATYPE_Audio, NumberedSubtype(kTagLoas)},
-        {Coding::kEac3, MEDIATYPE_Audio, kDolbyDigitalPlus},
-    };
-    return rows;
-}
-
-const CodingIds& IdsOf(Coding coding) {
-    return *std::ranges::find(CodingTable(), coding, &CodingIds::coding);
+const GUID& MajorOf(Coding coding) {
+    return IsVideo(coding) ? MEDIATYPE_Video : MEDIATYPE_Audio;
 }
 
 struct VideoShape {
@@ -62,7 +32,7 @@ struct VideoShape {
 
 // A decoder takes the real values from the stream; these are those of the launch field's usual programmes.
 constexpr VideoShape kMpeg2Shape{720, 576, 4, 3, ReferenceFromMilliseconds(40), 0, 2, 2};
-constexpr VideoShape kH264Shape{1280, 720, 16, 9, 417'083, MAKEFOURCC('a', 'v', 'c', '1'), 0, 0};
+constexpr VideoShape kH264Shape{1280, 720, 16, 9, 417'083, FourCc("avc1"), 0, 0};
 
 MPEG2VIDEOINFO Mpeg2VideoInfo(const VideoShape& shape) {
     MPEG2VIDEOINFO info{};
@@ -81,10 +51,9 @@ MPEG2VIDEOINFO Mpeg2VideoInfo(const VideoShape& shape) {
 }
 
 MediaType TypeOf(Coding coding) {
-    const CodingIds& ids = IdsOf(coding);
-    MediaType type(ids.major, ids.sub);
+    MediaType type(MajorOf(coding), SubtypeOf(coding));
     type.Fields().bFixedSizeSamples = FALSE;
-    type.Fields().bTemporalCompression = ids.major == MEDIATYPE_Video ? TRUE : FALSE;
+    type.Fields().bTemporalCompression = IsVideo(coding) ? TRUE : FALSE;
     return type;
 }
 
@@ -152,10 +121,9 @@ std::vector<MediaType> CompletedTypes(const MediaType& given) {
     std::vector<MediaType> types{given};
     const Coding coding = CodingOfPin(given);
     if (coding != Coding::kOther && (given->majortype == GUID_NULL || given->subtype == GUID_NULL)) {
-        const CodingIds& ids = IdsOf(coding);
         MediaType completed(given);
-        completed.Fields().majortype = ids.major;
-        completed.Fields().subtype = ids.sub;
+        completed.Fields().majortype = MajorOf(coding);
+        completed.Fields().subtype = SubtypeOf(coding);
         types.push_back(completed);
     }
     return types;
@@ -163,9 +131,9 @@ std::vector<MediaType> CompletedTypes(const MediaType& given) {
 
 std::vector<MediaType> VideoPinTypes(ULONG videoType) {
     switch (videoType) {
-        case 0:
+        case kVideoTypeMpeg2:
             return VideoTypes(Coding::kMpeg2Video, kMpeg2Shape);
-        case 1:
+        case kVideoTypeH264:
             return VideoTypes(Coding::kH264, kH264Shape);
         default:
             return {TypeOf(Coding::kHevc)}; // no format block: there is no agreed one
@@ -173,16 +141,16 @@ std::vector<MediaType> VideoPinTypes(ULONG videoType) {
 }
 
 std::vector<MediaType> AudioPinTypes(ULONG audioType) {
-    const WAVEFORMATEX dolby =
-        WaveFormat(WAVE_FORMAT_PCM, 192'000, 4, 16, 0); // as decoders expect it for Dolby
+    // As decoders expect it for Dolby.
+    const WAVEFORMATEX dolby = WaveFormat(WAVE_FORMAT_PCM, 192'000, 4, 16, 0);
     switch (audioType) {
-        case 0:
+        case kAudioTypeMpeg:
             return AudioTypes(Coding::kMpegAudio, MpegAudioFormat());
-        case 1:
+        case kAudioTypeAc3:
             return AudioTypes(Coding::kAc3, dolby);
-        case 2:
+        case kAudioTypeLatmAac:
             return AudioTypes(Coding::kAacLatm, LatmFormat());
-        case 3:
+        case kAudioTypeEac3:
             return AudioTypes(Coding::kEac3, dolby);
         default:
             return {};

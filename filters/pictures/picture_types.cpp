@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "filters/base/reference_time.h"
+#include "filters/base/subtypes.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -12,10 +13,6 @@ extern "C" {
 namespace vistrame {
 
 namespace {
-
-constexpr DWORD FourCc(const char (&name)[5]) {
-    return MAKEFOURCC(name[0], name[1], name[2], name[3]);
-}
 
 // RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport
 // of the window's size instead of its own surface's, so that a window smaller than the surface shows a corner

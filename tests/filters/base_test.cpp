@@ -8,11 +8,12 @@ namespace vistrame::test {
 
 namespace {
 
-constexpr GUID kMajor = Numbered(1), kSubA = Numbered(2), kSubB = Numbered(3), kSubC = Numbered(4);
+constexpr GUID kMajor = NumberedSubtype(1), kSubA = NumberedSubtype(2), kSubB = NumberedSubtype(3),
+               kSubC = NumberedSubtype(4);
 
 MediaType TypeOf(const GUID& sub) {
     MediaType type(kMajor, sub);
-    type.SetFormat(Numbered(5), std::uint32_t{42});
+    type.SetFormat(NumberedSubtype(5), std::uint32_t{42});
     return type;
 }
 

@@ -17,6 +17,7 @@
 #include "filters/base/input_pin.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_time.h"
+#include "filters/base/subtypes.h"
 #include "transport/bytes.h"
 
 namespace vistrame::test {
@@ -25,14 +26,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 inline constexpr REFERENCE_TIME kMs = kUnitsPerMillisecond;
 
-// The standard identifier of a wave format tag, or of a FourCC.
-constexpr GUID Numbered(DWORD number) {
-    return {number, 0, 0x10, {0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71}};
-}
-constexpr GUID FourCc(const char* name) {
-    return Numbered(MAKEFOURCC(name[0], name[1], name[2], name[3]));
-}
-inline constexpr GUID kLatm = Numbered(0x1602);
+inline constexpr GUID kLatm = NumberedSubtype(0x1602);
 inline constexpr GUID kDigitalPlus = {
     0xa7fb87af, 0x2d02, 0x42fb, {0xa4, 0xd4, 0x05, 0xcd, 0x93, 0x84, 0x3b, 0xdd}};
 

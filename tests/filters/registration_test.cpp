@@ -81,8 +81,8 @@ TEST(Registration, MakesEveryClassAndLeavesNoKeyBehind) {
         EXPECT_EQ(CoCreateInstance(*row.id, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&filter)), S_OK);
         EXPECT_EQ(Exists(MapperKeyOf(*row.id)), !row.pins.empty());
     }
-    EXPECT_TRUE(DecodesByMapper(FourCc("H264")));
-    EXPECT_FALSE(DecodesByMapper(FourCc("AVC1")) || DecodesByMapper(FourCc("avc1")))
+    EXPECT_TRUE(DecodesByMapper(FourCcSubtype("H264")));
+    EXPECT_FALSE(DecodesByMapper(FourCcSubtype("AVC1")) || DecodesByMapper(FourCcSubtype("avc1")))
         << "another program would connect it and see nothing";
     CoFreeUnusedLibraries();
     ASSERT_EQ(Call("DllUnregisterServer"), S_OK);

@@ -15,11 +15,11 @@ TEST(StreamTypes, OnlyThoseThePlayerOffersAreTaken) {
     MediaType pcm;
     pcm.SetFormat(FORMAT_WaveFormatEx, WAVEFORMATEX{WAVE_FORMAT_PCM, 2, 48'000, 192'000, 4, 16, 0});
     const Row rows[] = {
-        {.what = "H.264", .type = {MEDIATYPE_Video, FourCc("H264")}, .video = true},
+        {.what = "H.264", .type = {MEDIATYPE_Video, FourCcSubtype("H264")}, .video = true},
         {.what = "MPEG audio", .type = {MEDIATYPE_Audio, MEDIASUBTYPE_MPEG2_AUDIO}, .audio = true},
-        {.what = "H.264 behind lengths", .type = {MEDIATYPE_Video, FourCc("AVC1")}},
-        {.what = "H.264 behind lengths, small", .type = {MEDIATYPE_Video, FourCc("avc1")}},
-        {.what = "another FourCC", .type = {MEDIATYPE_Video, FourCc("MJPG")}},
+        {.what = "H.264 behind lengths", .type = {MEDIATYPE_Video, FourCcSubtype("AVC1")}},
+        {.what = "H.264 behind lengths, small", .type = {MEDIATYPE_Video, FourCcSubtype("avc1")}},
+        {.what = "another FourCC", .type = {MEDIATYPE_Video, FourCcSubtype("MJPG")}},
         {.what = "PCM", .type = {MEDIATYPE_Audio, MEDIASUBTYPE_PCM}},
         {.what = "PCM without identifiers", .type = pcm},
         {.what = "sound as video", .type = {MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_AUDIO}},

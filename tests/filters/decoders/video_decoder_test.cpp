@@ -19,10 +19,10 @@ MediaType Mpeg2() {
     return {MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO};
 }
 MediaType H264() {
-    return {MEDIATYPE_Video, FourCc("H264")};
+    return {MEDIATYPE_Video, FourCcSubtype("H264")};
 }
 MediaType Hevc() {
-    return {MEDIATYPE_Video, FourCc("HEVC")};
+    return {MEDIATYPE_Video, FourCcSubtype("HEVC")};
 }
 
 struct Playback : DecoderBench<VideoDecoderFilter, PictureSinkFilter> {
