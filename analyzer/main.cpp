@@ -6,12 +6,11 @@
 #include <fstream>
 #include <iterator>
 
-#include "analyzer/console.h"
-#include "analyzer/file_path.h"
-#include "analyzer/main_window.h"
-#include "analyzer/player_settings.h"
-#include "analyzer/text.h"
-#include "analyzer/wide_text.h"
+#include "analyzer/base/text.h"
+#include "analyzer/base/utf8.h"
+#include "analyzer/session/player_settings.h"
+#include "analyzer/ui/console.h"
+#include "analyzer/ui/main_window.h"
 
 namespace vistrame {
 

@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "analyzer/options.h"
-#include "analyzer/script.h"
+#include "analyzer/session/options.h"
+#include "analyzer/session/script.h"
 
 namespace vistrame::test {
 namespace {

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "analyzer/paced_stream.h"
+#include "analyzer/stream/paced_stream.h"
 #include "tests/analyzer/temporary_stream.h"
 #include "transport/clock.h"
 

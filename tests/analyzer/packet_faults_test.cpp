@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "analyzer/packet_faults.h"
+#include "analyzer/stream/packet_faults.h"
 
 namespace vistrame::test {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "analyzer/selection.h"
-#include "analyzer/stream_file.h"
+#include "analyzer/stream/selection.h"
+#include "analyzer/stream/stream_file.h"
 #include "tests/analyzer/temporary_stream.h"
 
 namespace vistrame::test {

@@ -13,7 +13,7 @@
 namespace vistrame::live {
 namespace {
 
-// Where the analyzer's window has its picture area (analyzer/main_window.cpp, frameless).
+// Where the analyzer's window has its picture area (analyzer/ui/main_window.cpp, frameless).
 constexpr int kAreaLeft = 310;
 constexpr int kAreaTop = 10;
 constexpr int kBits = 12;

@@ -1,0 +1,228 @@
+#include "analyzer/session/session.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "analyzer/base/text.h"
+#include "analyzer/session/player_box.h"
+
+namespace vistrame {
+
+namespace {
+
+// How often an end of the player, or a first picture, is looked for.
+constexpr double kPollMsec = 20;
+constexpr double kForEver = 1e15;
+
+} // namespace
+
+Session::Session(const StreamFile& file, const Options& options, Script script, EventLog& log,
+                 Windows windows)
+    : file_(file),
+      options_(options),
+      script_(std::move(script)),
+      log_(log),
+      windows_(windows),
+      player_(log),
+      watch_(windows.area),
+      pump_(file, options.loop, options.seed, [this] { player_.SendDiscontinuity(); }),
+      thread_([this] { Run(); }) {}
+
+Session::~Session() {
+    End();
+    thread_.join();
+}
+
+void Session::Post(Action action) {
+    const std::scoped_lock hold(lock_);
+    wishes_.push_back(std::move(action));
+    wake_.notify_all();
+}
+
+void Session::End() {
+    const std::scoped_lock hold(lock_);
+    ending_ = true;
+    wake_.notify_all();
+}
+
+bool Session::Ending() {
+    const std::scoped_lock hold(lock_);
+    return ending_ || scriptEnded_;
+}
+
+void Session::OnAnnounced(HWND player) {
+    player_.OnAnnounced(player);
+}
+
+void Session::LookForBox() {
+    auto text = PlayerBoxText(player_.ProcessId());
+    if (text) {
+        std::ranges::replace(*text, '\n', ' '); // one line in the log
+    }
+    const std::scoped_lock hold(lock_);
+    if (text && *text != box_) {
+        log_.Line("player box \"" + *text + "\"");
+    }
+    box_ = text.value_or("");
+    if (text && !options_.script.empty()) {
+        DismissPlayerBox(player_.ProcessId());
+    }
+}
+
+Session::Status Session::Read() {
+    Status status{.selection = {},
+                  .counts = pump_.Count(),
+                  .fileSeconds = pump_.FileSeconds(),
+                  .pcr = pump_.Pcr(),
+                  .last = {}};
+    const std::scoped_lock hold(lock_);
+    status.selection = selection_;
+    status.last = last_;
+    return status;
+}
+
+std::optional<std::string> Session::TakeNotice() {
+    const std::scoped_lock hold(lock_);
+    return std::exchange(notice_, std::nullopt);
+}
+
+ReportFacts Session::Facts() {
+    const StreamPump::Counts counts = pump_.Count();
+    const std::scoped_lock hold(lock_);
+    facts_.sent = counts.sent;
+    facts_.lost = counts.lost;
+    facts_.damaged = counts.damaged;
+    facts_.seams = counts.seams;
+    facts_.lateMsec = counts.lateMsec;
+    return facts_;
+}
+
+void Session::Note(std::string last) {
+    const std::scoped_lock hold(lock_);
+    last_ = std::move(last);
+}
+
+void Session::Run() {
+    if (options_.play) {
+        result_ = Execute(PlayAction{.programme = *options_.play, .audioPid = {}});
+    }
+    if (options_.WindowMode()) {
+        RunWindow();
+    } else if (result_.Ok()) {
+        result_ = RunScript();
+        if (result_.Ok() && options_.stayOpen) {
+            RunWindow();
+        }
+    }
+    if (playerThere_) {
+        const Outcome end = QuitPlayer();
+        result_ = result_.Ok() ? end : result_;
+    }
+    log_.Line(Format("end exit %d", static_cast<int>(result_.code)));
+    (void)PostMessageA(windows_.main, kEndedMessage, 0, 0); // without it nobody waits any more
+}
+
+Outcome Session::RunScript() {
+    const double begin = EventLog::Now();
+    double done = begin;
+    for (const ScriptLine& line : script_.lines) {
+        Outcome outcome = WaitUntil(std::max(begin + line.seconds * 1000, done + line.after * 1000));
+        if (outcome.Ok() && !Ending()) {
+            outcome = Execute(line.action);
+        }
+        if (!outcome.Ok()) {
+            outcome.reason = Format("script line %d: ", line.number) + outcome.reason;
+            return outcome;
+        }
+        if (Ending()) {
+            break;
+        }
+        done = EventLog::Now();
+    }
+    scriptEnded_ = false;
+    NotePicture();
+    return {};
+}
+
+void Session::RunWindow() {
+    Outcome failed = result_;
+    do {
+        if (!failed.Ok()) {
+            result_ = failed;
+            const std::scoped_lock hold(lock_);
+            notice_ = failed.reason;
+            (void)PostMessageA(windows_.main, kNewsMessage, 0, 0); // the timer looks as well
+        }
+        failed = WaitUntil(kForEver);
+    } while (!Ending());
+}
+
+Outcome Session::WaitUntil(double msec) {
+    while (!Ending()) {
+        NotePicture();
+        if (Outcome unasked = CheckPlayer(); !unasked.Ok()) {
+            return unasked;
+        }
+        std::optional<Action> wish;
+        {
+            std::unique_lock hold(lock_);
+            const double rest = msec - EventLog::Now();
+            if (wishes_.empty() && rest > 0) {
+                wake_.wait_for(hold, std::chrono::duration<double, std::milli>(std::min(rest, kPollMsec)));
+            }
+            if (!wishes_.empty()) {
+                wish = wishes_.front();
+                wishes_.pop_front();
+            }
+        }
+        if (wish) {
+            if (Outcome outcome = Execute(*wish); !outcome.Ok()) {
+                return outcome;
+            }
+        } else if (EventLog::Now() >= msec) {
+            return {};
+        }
+    }
+    return {};
+}
+
+// A player that has ended by itself.
+Outcome Session::CheckPlayer() {
+    const auto exitCode = playerThere_ ? player_.WaitExit(0) : std::nullopt;
+    return exitCode ? PlayerEnded(*exitCode, "by itself") : Outcome();
+}
+
+void Session::NotePicture() {
+    const auto picture = watch_.FirstPicture();
+    const std::scoped_lock hold(lock_);
+    if (!picture || facts_.selections.empty() || facts_.selections.back().pictureMsec) {
+        return;
+    }
+    SelectionFact& fact = facts_.selections.back();
+    fact.pictureMsec = *picture - selectedAt_;
+    for (const double when : pump_.RandomAccessTimes()) {
+        if (when <= *picture) {
+            fact.randomAccessMsec.push_back(when - selectedAt_);
+        }
+    }
+    log_.Line(Format("picture programme %u ", fact.selection.programme) + FormatPicture(fact));
+}
+
+Outcome Session::PlayerEnded(std::uint32_t exitCode, const char* when) {
+    ForgetPlayer(exitCode);
+    return {ExitCode::kPlayerEnd,
+            Format("the player ended %s with exit code 0x%08X", when, static_cast<unsigned>(exitCode))};
+}
+
+void Session::ForgetPlayer(std::uint32_t exitCode) {
+    log_.Line(Format("player exit 0x%08X", static_cast<unsigned>(exitCode)));
+    pump_.ClosePipe();
+    player_.Release();
+    playerThere_ = false;
+    const std::scoped_lock hold(lock_);
+    facts_.playerExit = exitCode;
+    selection_.reset();
+    (void)PostMessageA(windows_.main, kNewsMessage, 0, 0); // the timer looks as well
+}
+
+} // namespace vistrame

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+
+#include "analyzer/session/options.h"
+#include "analyzer/session/picture_watch.h"
+#include "analyzer/session/player_process.h"
+#include "analyzer/session/report.h"
+#include "analyzer/session/script.h"
+#include "analyzer/stream/selection.h"
+#include "analyzer/stream/stream_pump.h"
+
+namespace vistrame {
+
+// One stream and the player that shows it: carries out a script or what its window's user asks for, one after
+// the other.
+//
+// Threads    one of its own, so that the window stays alive while the player is waited for (the player's
+//            windows are children of ours, and their messages must be answered meanwhile). Post, End,
+//            OnAnnounced and the readings are for the window's thread.
+// Ownership  borrows stream file, options, log and windows for its life.
+// Errors     the first failure ends a script and is the result. What a user of the window asks for and fails
+//            is a notice, and the last of those is the result.
+class Session {
+public:
+    // Sent or posted to the main window.
+    static constexpr UINT kNewsMessage = WM_APP + 1;  // a notice waits, or the programme has changed
+    static constexpr UINT kEndedMessage = WM_APP + 2; // the session is over; Result() stands
+    static constexpr UINT kSizeMessage = WM_APP + 3;  // give the area the size wParam x lParam
+
+    struct Windows {
+        HWND main = nullptr;
+        HWND area = nullptr; // parent of the player's window
+    };
+
+    struct Status {
+        std::optional<Selection> selection;
+        StreamPump::Counts counts;
+        double fileSeconds = 0;
+        std::optional<std::uint64_t> pcr;
+        std::string last; // what was done last
+    };
+
+    Session(const StreamFile& file, const Options& options, Script script, EventLog& log, Windows windows);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session();
+
+    void Post(Action action);
+    // Ends script and player; kEndedMessage follows.
+    void End();
+    void OnAnnounced(HWND player);
+    // Tells, and without a user dismisses, a box that the player has opened: it waits for that.
+    void LookForBox();
+
+    HWND PlayerWindow() const { return player_.Window(); }
+    Status Read();
+    std::optional<std::string> TakeNotice();
+    const Outcome& Result() const { return result_; }
+    ReportFacts Facts();
+
+private:
+    void Run();
+    Outcome RunScript();
+    void RunWindow();
+    // Serves the window's wishes until `msec` of EventLog::Now(). What happens unasked meanwhile is the
+    // answer.
+    Outcome WaitUntil(double msec);
+    Outcome CheckPlayer();
+    void NotePicture();
+    bool Ending();
+    void Note(std::string last);
+
+    Outcome Execute(const Action& action);
+    Outcome On(const PlayAction& action);
+    Outcome On(const CommandAction& action);
+    Outcome On(const QuitAction&);
+    Outcome On(const StallAction&);
+    Outcome On(const ResumeAction& action);
+    Outcome On(const SeekAction& action);
+    Outcome On(const LoseAction& action);
+    Outcome On(const DamageAction& action);
+    Outcome On(const CloseAction&);
+    Outcome On(const SizeAction& action);
+    Outcome On(const SettingChange& change);
+    Outcome On(const WaitPictureAction& action);
+    Outcome On(const WaitExitAction& action);
+    Outcome On(const BeginMotionAction&);
+    Outcome On(const EndMotionAction& action);
+    Outcome On(const MarkAction& action);
+    Outcome On(const EndAction&);
+
+    Outcome StartPlayer(const Selection& selection);
+    Outcome QuitPlayer();
+    Outcome Send(CommandCode command, std::uint32_t argument);
+    Outcome PlayerEnded(std::uint32_t exitCode, const char* when);
+    void ForgetPlayer(std::uint32_t exitCode);
+    std::string PlayerPath() const;
+
+    const StreamFile& file_;
+    const Options& options_;
+    const Script script_;
+    EventLog& log_;
+    const Windows windows_;
+    PlayerProcess player_;
+    PictureWatch watch_;
+    StreamPump pump_;
+
+    // Session's thread only.
+    bool playerThere_ = false; // started, and its end not noticed yet
+    std::uint32_t playersStarted_ = 0;
+    Pid mappedAudio_ = kNullPid; // what the player mapped last
+    double selectedAt_ = 0;
+    bool scriptEnded_ = false;
+    Outcome result_;
+
+    std::mutex lock_; // guards what follows
+    std::condition_variable wake_;
+    std::deque<Action> wishes_;
+    bool ending_ = false;
+    std::optional<Selection> selection_;
+    std::string last_;
+    std::optional<std::string> notice_;
+    std::string box_; // text last told
+    ReportFacts facts_;
+
+    std::thread thread_; // last: it uses everything above
+};
+
+} // namespace vistrame

@@ -1,0 +1,125 @@
+#include "analyzer/stream/paced_reader.h"
+
+#include <algorithm>
+
+#include "analyzer/base/utf8.h"
+
+namespace vistrame {
+
+namespace {
+
+constexpr std::size_t kChunk = std::size_t{1} << 16;
+// A stretch without a PCR ends after this much: 2 MB, 0.1 s (the longest regular distance of PCRs) at 160
+// Mbit/s.
+constexpr std::size_t kLongest = kPacketSize * 11'155;
+
+} // namespace
+
+PacedReader::PacedReader(const StreamFile& file)
+    : clockPid_(file.ClockPid()),
+      file_(FilePath(file.Path()), std::ios::binary),
+      chunk_(kChunk),
+      meter_(kPcrPerSecond / file.PacketsPerSecond()) {}
+
+void PacedReader::OnPacket(const PacketView& packet) {
+    if (packet.PacketId() == clockPid_) {
+        if (const auto pcr = packet.Pcr()) {
+            references_.push_back({pending_.size(), *pcr, packet.DiscontinuityIndicator()});
+        }
+    }
+    pending_.insert(pending_.end(), packet.Bytes().begin(), packet.Bytes().end());
+}
+
+bool PacedReader::Fill() {
+    if (!file_) {
+        return false;
+    }
+    file_.read(reinterpret_cast<char*>(chunk_.data()), static_cast<std::streamsize>(chunk_.size()));
+    cutter_.Feed(ByteSpan(chunk_).first(static_cast<std::size_t>(file_.gcount())));
+    if (!file_) {
+        cutter_.Flush();
+    }
+    return true;
+}
+
+std::size_t PacedReader::FindEnd() {
+    for (;;) {
+        const std::size_t second = !references_.empty() && references_.front().at == 0 ? 1 : 0;
+        if (references_.size() > second) {
+            return references_[second].at;
+        }
+        if (pending_.size() >= kLongest || !Fill()) {
+            return pending_.size();
+        }
+    }
+}
+
+bool PacedReader::Next(Stretch& stretch) {
+    if (found_) {
+        stretch = std::move(*found_);
+        found_.reset();
+        return true;
+    }
+    return Read(stretch);
+}
+
+bool PacedReader::Read(Stretch& stretch) {
+    const std::size_t bytes = FindEnd();
+    if (bytes == 0) {
+        return false;
+    }
+    const auto end = pending_.begin() + static_cast<std::ptrdiff_t>(bytes);
+    stretch.bytes.assign(pending_.begin(), end);
+    stretch.fileSeconds = static_cast<double>(fileTicks_) / kPcrPerSecond;
+    stretch.pcr.reset();
+    if (!references_.empty() && references_.front().at == 0) {
+        stretch.pcr = references_.front().pcr;
+        if (fileTicks_ == 0) {
+            (void)meter_.OnPcr(*stretch.pcr, 0, true); // the file begins with it; nothing came before
+        }
+        references_.pop_front();
+    }
+    if (!references_.empty()) {
+        const Reference& next = references_.front(); // ends this stretch
+        const std::int64_t handedOn = meter_.Estimate(sinceReference_);
+        stretch.duration =
+            meter_.OnPcr(next.pcr, sinceReference_ + stretch.Packets(), next.discontinuity) - handedOn;
+        stretch.duration = std::max<std::int64_t>(stretch.duration, 0);
+        sinceReference_ = 0;
+    } else {
+        stretch.duration = meter_.Estimate(stretch.Packets());
+        sinceReference_ += stretch.Packets();
+    }
+    pending_.erase(pending_.begin(), end);
+    for (Reference& reference : references_) {
+        reference.at -= bytes;
+    }
+    fileTicks_ += stretch.duration;
+    return true;
+}
+
+void PacedReader::Rewind() {
+    file_.clear();
+    file_.seekg(0);
+    cutter_.Reset();
+    pending_.clear();
+    references_.clear();
+    found_.reset();
+    meter_.Break();
+    sinceReference_ = 0;
+    fileTicks_ = 0;
+}
+
+bool PacedReader::Seek(double seconds) {
+    Rewind();
+    Stretch stretch;
+    while (Read(stretch)) {
+        if (static_cast<double>(fileTicks_) / kPcrPerSecond > seconds) {
+            found_ = std::move(stretch);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace vistrame

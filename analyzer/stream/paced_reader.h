@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <fstream>
+#include <vector>
+
+#include "analyzer/stream/pace_meter.h"
+#include "analyzer/stream/stream_file.h"
+
+namespace vistrame {
+
+// Packets that follow each other at an even pace: from one PCR up to the next.
+struct Stretch {
+    std::vector<std::uint8_t> bytes;  // whole packets
+    std::int64_t duration = 0;        // 27 MHz; packet i of n is due at i/n of it
+    double fileSeconds = 0;           // where it begins, since the file's beginning
+    std::optional<std::uint64_t> pcr; // that it begins with, as transmitted
+
+    std::size_t Packets() const { return bytes.size() / kPacketSize; }
+};
+
+// Reads a file as stretches, each with the time it takes by the PCRs.
+//
+// Threads    none of its own, not thread-safe.
+// Ownership  owns the open file.
+// Errors     a file that cannot be read any more has ended.
+class PacedReader {
+public:
+    explicit PacedReader(const StreamFile& file);
+
+    // False at the end of the file; `stretch` is unchanged then.
+    bool Next(Stretch& stretch);
+    // From the file's beginning again.
+    void Rewind();
+    // The next stretch is the first that ends after this time of the file; false: there is none, and the
+    // reader stands at the end.
+    bool Seek(double seconds);
+
+private:
+    struct Reference {
+        std::size_t at = 0; // bytes into pending_
+        std::uint64_t pcr = 0;
+        bool discontinuity = false;
+    };
+
+    bool Read(Stretch& stretch);
+    // Reads on until `pending_` holds a PCR behind its first packet, and says at how many bytes; otherwise
+    // everything that is pending, at most kLongest.
+    std::size_t FindEnd();
+    bool Fill();
+    void OnPacket(const PacketView& packet);
+
+    Pid clockPid_;
+    std::ifstream file_;
+    std::vector<std::uint8_t> chunk_;
+    PaceMeter meter_;
+    std::vector<std::uint8_t> pending_;
+    std::deque<Reference> references_; // PCRs in pending_
+    std::uint64_t sinceReference_ = 0; // packets already handed on since the last PCR
+    std::int64_t fileTicks_ = 0;       // 27 MHz, where pending_ begins
+    std::optional<Stretch> found_;     // by Seek, not handed on yet
+    PacketCutter cutter_{[this](const PacketView& packet) { OnPacket(packet); }};
+};
+
+} // namespace vistrame

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "analyzer/base/outcome.h"
+#include "transport/programme_table.h"
+
+namespace vistrame {
+
+// What a transport-stream file holds: its programmes and the clock it is paced by, read from its beginning.
+//
+// Units      seconds and packets of kPacketSize, whatever the distance of packets in the file.
+// Threads    none of its own; constant once opened.
+// Errors     Open tells a missing file and one that is no transport stream or holds no programme.
+class StreamFile {
+public:
+    Outcome Open(const std::string& path);
+
+    const std::string& Path() const { return path_; }
+    const std::vector<Programme>& Programmes() const { return programmes_; }
+    const Programme* Find(std::uint16_t number) const;
+
+    // The PCR everything is paced by: that of the first programme that has one, kNullPid when nobody has.
+    // Never changed by choosing a programme, so that a switch leaves the pace alone.
+    Pid ClockPid() const { return clockPid_; }
+    // Mean over what was read.
+    double PacketsPerSecond() const { return packetsPerSecond_; }
+    // Of the whole file, by its size.
+    double Seconds() const { return seconds_; }
+
+private:
+    std::string path_;
+    std::vector<Programme> programmes_;
+    Pid clockPid_ = kNullPid;
+    double packetsPerSecond_ = 0;
+    double seconds_ = 0;
+};
+
+// The table of --list, each line ended by '\n'.
+std::string FormatProgrammeTable(const StreamFile& file);
+// That of --list-fields: per programme its number, the PIDs of the video and the audio that would be played, its name.
+std::string FormatProgrammeFields(const StreamFile& file);
+
+} // namespace vistrame

@@ -1,0 +1,158 @@
+#include "analyzer/stream/stream_pump.h"
+
+#include <utility>
+
+namespace vistrame {
+
+namespace {
+
+// Packets that come due in one round go out together: at 8 Mbit/s some 20 of them.
+constexpr auto kRound = std::chrono::milliseconds(4);
+// Between the last bytes before a seam and its announcement, so that the player's reader has taken them.
+constexpr auto kBeforeSeam = std::chrono::milliseconds(10);
+
+// 27 MHz, of a clock that never runs back.
+std::int64_t Ticks() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 1000 * 27;
+}
+
+} // namespace
+
+StreamPump::StreamPump(const StreamFile& file, bool loop, std::uint32_t seed,
+                       std::function<void()> announceSeam)
+    : announceSeam_(std::move(announceSeam)),
+      origin_(Ticks()),
+      stream_(file, loop),
+      faults_(seed),
+      thread_([this] { Run(); }) {}
+
+StreamPump::~StreamPump() {
+    stop_ = true;
+    pipe_.Cancel();
+    thread_.join();
+}
+
+bool StreamPump::OpenPipe(std::uint32_t pipeId) {
+    pipe_.Cancel();
+    const std::scoped_lock hold(pipeLock_);
+    return pipe_.Create(pipeId);
+}
+
+void StreamPump::ClosePipe() {
+    pipe_.Cancel();
+    const std::scoped_lock hold(pipeLock_);
+    pipe_.Close();
+}
+
+void StreamPump::Stall() {
+    const std::scoped_lock hold(lock_);
+    stream_.Stall();
+}
+
+void StreamPump::Resume(ResumeAction kind) {
+    const std::scoped_lock hold(lock_);
+    stream_.Resume(kind, Ticks() - origin_);
+}
+
+bool StreamPump::Seek(double seconds, bool announced) {
+    const std::scoped_lock hold(lock_);
+    announce_ = announced;
+    return stream_.Seek(seconds);
+}
+
+void StreamPump::SetLoss(double share) {
+    const std::scoped_lock hold(lock_);
+    faults_.SetLoss(share);
+}
+
+void StreamPump::SetDamage(double share) {
+    const std::scoped_lock hold(lock_);
+    faults_.SetDamage(share);
+}
+
+void StreamPump::WatchRandomAccess(Pid pid) {
+    const std::scoped_lock hold(lock_);
+    watchedPid_ = pid;
+    randomAccess_.clear();
+}
+
+std::vector<double> StreamPump::RandomAccessTimes() {
+    const std::scoped_lock hold(lock_);
+    return randomAccess_;
+}
+
+StreamPump::Counts StreamPump::Count() {
+    const std::scoped_lock hold(lock_);
+    return {.sent = sent_,
+            .lost = faults_.Lost(),
+            .damaged = faults_.Damaged(),
+            .seams = seams_,
+            .lateMsec = static_cast<double>(stream_.LatestEver()) * 1000 / kPcrPerSecond};
+}
+
+double StreamPump::FileSeconds() {
+    const std::scoped_lock hold(lock_);
+    return stream_.FileSeconds();
+}
+
+std::optional<std::uint64_t> StreamPump::Pcr() {
+    const std::scoped_lock hold(lock_);
+    return stream_.Pcr();
+}
+
+void StreamPump::NoteRandomAccess(std::span<const std::uint8_t> packets) {
+    for (; packets.size() >= kPacketSize; packets = packets.subspan(kPacketSize)) {
+        const PacketView packet(packets.first<kPacketSize>());
+        if (packet.PacketId() == watchedPid_ && packet.RandomAccessIndicator()) {
+            randomAccess_.push_back(EventLog::Now());
+        }
+    }
+}
+
+// One round: what is due goes out. True: more of it is wanted at once.
+bool StreamPump::Pump() {
+    PacedStream::Portion portion;
+    bool announce = false;
+    bool hurries = false;
+    {
+        const std::scoped_lock hold(lock_);
+        announce = std::exchange(announce_, false);
+        if (!announce) { // otherwise the new place's packets wait for their announcement
+            portion = stream_.Due(Ticks() - origin_);
+            faults_.Apply(portion.packets);
+            NoteRandomAccess(portion.packets);
+            announce = portion.seam;
+            seams_ += portion.seam ? 1 : 0;
+        }
+        hurries = stream_.Hurries();
+    }
+    if (Write(portion.packets)) {
+        const std::scoped_lock hold(lock_);
+        sent_ += portion.packets.size() / kPacketSize;
+    }
+    if (announce) {
+        std::this_thread::sleep_for(kBeforeSeam);
+        announceSeam_();
+    }
+    return hurries || announce;
+}
+
+bool StreamPump::Write(std::span<const std::uint8_t> packets) {
+    const std::scoped_lock hold(pipeLock_);
+    return pipe_.Connected() && pipe_.Write(packets);
+}
+
+void StreamPump::Run() {
+    // The pace only gets less even when this is refused.
+    (void)SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
+    bool begun = false;
+    while (!stop_) {
+        begun = begun || Write({});
+        if (!begun || !Pump()) {
+            std::this_thread::sleep_for(kRound);
+        }
+    }
+}
+
+} // namespace vistrame
