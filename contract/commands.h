@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "contract/pid.h"
 
@@ -25,6 +26,35 @@ enum class CommandCode : std::uint32_t {
     Quit = 11,
     RefreshOverlay = 13,
 };
+
+// What a code is called in logs; empty where none is listed. One that lacks its name here does not compile (-Wswitch).
+constexpr std::string_view CommandName(CommandCode code) {
+    switch (code) {
+        case CommandCode::SetPid:
+            return "SetPid";
+        case CommandCode::ShowOverlay:
+            return "ShowOverlay";
+        case CommandCode::MoveOsdElement:
+            return "MoveOsdElement";
+        case CommandCode::Run:
+            return "Run";
+        case CommandCode::Stop:
+            return "Stop";
+        case CommandCode::Pause:
+            return "Pause";
+        case CommandCode::SendDisc:
+            return "SendDisc";
+        case CommandCode::SetPids2:
+            return "SetPids2";
+        case CommandCode::UnmuteAudio:
+            return "UnmuteAudio";
+        case CommandCode::Quit:
+            return "Quit";
+        case CommandCode::RefreshOverlay:
+            return "RefreshOverlay";
+    }
+    return {};
+}
 
 // Bits 28-16 and 12-0; the others are ignored.
 struct PidPair {

@@ -2,6 +2,7 @@
 
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
+#include "contract/commands.h"
 
 namespace vistrame {
 
@@ -63,7 +64,7 @@ bool PlayerProcess::Send(std::uint32_t code, std::uint32_t argument) {
     DWORD_PTR result = 0;
     const bool answered = SendMessageTimeoutA(window_, message_, code, static_cast<LPARAM>(argument),
                                               SMTO_NORMAL, kAnswerMsec, &result) != 0;
-    const std::string name(PlayerCommandName(code));
+    const std::string name(CommandName(static_cast<CommandCode>(code)));
     log_.Line(Format("command %s argument %08X msec %.0f%s",
                      name.empty() ? Format("%u", static_cast<unsigned>(code)).c_str() : name.c_str(),
                      static_cast<unsigned>(argument), EventLog::Now() - begin,

@@ -7,7 +7,7 @@
 #include "analyzer/base/event_log.h"
 #include "analyzer/base/handle.h"
 #include "analyzer/base/outcome.h"
-#include "analyzer/session/player_commands.h"
+#include "analyzer/session/launch_line.h"
 
 namespace vistrame {
 

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "analyzer/base/text.h"
-#include "analyzer/session/player_commands.h"
+#include "contract/commands.h"
 
 namespace vistrame {
 

@@ -11,6 +11,7 @@
 #include "analyzer/session/script.h"
 #include "analyzer/stream/selection.h"
 #include "analyzer/stream/stream_pump.h"
+#include "contract/commands.h"
 
 namespace vistrame {
 

@@ -98,7 +98,7 @@ Outcome Session::Send(CommandCode command, std::uint32_t argument) {
 }
 
 Outcome Session::On(const CommandAction& action) {
-    const std::string name(PlayerCommandName(action.code));
+    const std::string name(CommandName(static_cast<CommandCode>(action.code)));
     const std::string what = name.empty() ? Format("command %u", static_cast<unsigned>(action.code)) : name;
     if (!playerThere_) {
         return {ExitCode::kPlayerEnd, what + " cannot be sent: no player runs"};

@@ -1,16 +1,10 @@
-// What goes to the player, as text: names of its commands and the line it is started with.
+// The command line that the player is started with (contract/launch_line.h).
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <string_view>
-
-#include "contract/commands.h"
 
 namespace vistrame {
-
-// For the log and the status line; empty for a code without a name.
-std::string_view PlayerCommandName(std::uint32_t code);
 
 struct LaunchLine {
     std::uint32_t parentWindow = 0;
