@@ -1,5 +1,6 @@
 #include "analyzer/session/player_process.h"
 
+#include "analyzer/base/patience.h"
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
 #include "contract/commands.h"
@@ -38,7 +39,7 @@ Outcome PlayerProcess::Start(const std::string& path, const LaunchLine& line) {
     processId_ = started.dwProcessId;
     log_.Line("player started fields \"" + fields + "\"");
     const HANDLE events[] = {announced_.get(), process_.get()};
-    switch (WaitForMultipleObjects(2, events, FALSE, kAnnounceMsec)) {
+    switch (WaitForMultipleObjects(2, events, FALSE, Patiently(kAnnounceMsec))) {
         case WAIT_OBJECT_0:
             return {};
         case WAIT_OBJECT_0 + 1:
@@ -63,7 +64,7 @@ bool PlayerProcess::Send(std::uint32_t code, std::uint32_t argument) {
     const double begin = EventLog::Now();
     DWORD_PTR result = 0;
     const bool answered = SendMessageTimeoutA(window_, message_, code, static_cast<LPARAM>(argument),
-                                              SMTO_NORMAL, kAnswerMsec, &result) != 0;
+                                              SMTO_NORMAL, Patiently(kAnswerMsec), &result) != 0;
     const std::string name(CommandName(static_cast<CommandCode>(code)));
     log_.Line(Format("command %s argument %08X msec %.0f%s",
                      name.empty() ? Format("%u", static_cast<unsigned>(code)).c_str() : name.c_str(),
@@ -94,7 +95,7 @@ std::optional<std::uint32_t> PlayerProcess::WaitExit(std::uint32_t msec) {
 void PlayerProcess::Terminate() {
     if (process_) {
         (void)TerminateProcess(process_.get(), 1); // it may have ended by itself just now
-        (void)WaitForSingleObject(process_.get(), kAnnounceMsec);
+        (void)WaitForSingleObject(process_.get(), Patiently(kAnnounceMsec));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "analyzer/session/session.h"
 
+#include "analyzer/base/patience.h"
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
 #include "analyzer/session/player_settings.h"
@@ -110,7 +111,7 @@ Outcome Session::On(const CommandAction& action) {
         return {};
     }
     constexpr std::uint32_t kEndingMsec = 2000; // its windows go before the process does
-    if (const auto exitCode = player_.WaitExit(kEndingMsec)) {
+    if (const auto exitCode = player_.WaitExit(Patiently(kEndingMsec))) {
         return PlayerEnded(*exitCode, ("during " + what).c_str());
     }
     player_.Terminate();
@@ -125,7 +126,7 @@ Outcome Session::QuitPlayer() {
     if (Outcome sent = Send(CommandCode::Quit, 0); !sent.Ok()) {
         return sent;
     }
-    const auto exitCode = player_.WaitExit(kQuitMsec);
+    const auto exitCode = player_.WaitExit(Patiently(kQuitMsec));
     if (!exitCode) {
         player_.Terminate();
         return PlayerEnded(player_.WaitExit(0).value_or(0), "by force, as it did not end after Quit");
@@ -194,10 +195,11 @@ Outcome Session::On(const SettingChange& change) {
 }
 
 Outcome Session::On(const WaitPictureAction& action) {
-    const double end = EventLog::Now() + action.seconds * 1000;
+    const double seconds = action.seconds * Patience();
+    const double end = EventLog::Now() + seconds * 1000;
     while (watch_.Expecting() && !Ending()) {
         if (EventLog::Now() >= end) {
-            return {ExitCode::kWait, Format("no picture within %.1f s", action.seconds)};
+            return {ExitCode::kWait, Format("no picture within %.1f s", seconds)};
         }
         if (Outcome unasked = WaitUntil(EventLog::Now() + kWaitStepMsec); !unasked.Ok()) {
             return unasked;
@@ -208,14 +210,15 @@ Outcome Session::On(const WaitPictureAction& action) {
 }
 
 Outcome Session::On(const WaitExitAction& action) {
-    const double end = EventLog::Now() + action.seconds * 1000;
+    const double seconds = action.seconds * Patience();
+    const double end = EventLog::Now() + seconds * 1000;
     auto exitCode = playerThere_ ? player_.WaitExit(0) : std::nullopt;
     while (playerThere_ && !exitCode && !Ending() && EventLog::Now() < end) {
         NotePicture();
         exitCode = player_.WaitExit(static_cast<std::uint32_t>(kWaitStepMsec));
     }
     if (!exitCode) {
-        return {ExitCode::kWait, playerThere_ ? Format("the player did not end within %.1f s", action.seconds)
+        return {ExitCode::kWait, playerThere_ ? Format("the player did not end within %.1f s", seconds)
                                               : std::string("no player runs")};
     }
     if (*exitCode != action.code) {
