@@ -1,7 +1,7 @@
 // The build as a whole: what is created, set and connected in which order, what each failure says and leaves
 // behind, and which references outlive the graph.
 
-#include "tests/player/graph/build_bench.h"
+#include "tests/player/graph/build_fixture.h"
 
 #include <functional>
 #include <set>
@@ -34,11 +34,11 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 TEST(BuildGraph, PlatformDemultiplexerAndVmr9) {
-    BuildBench bench;
+    BuildFixture fixture;
     PendingPids2 = 0x0123;
-    bench.platform.volume = -1200;
-    ASSERT_EQ(bench.Build(), 1);
-    const std::string owner = std::to_string(reinterpret_cast<LONG_PTR>(bench.window));
+    fixture.platform.volume = -1200;
+    ASSERT_EQ(fixture.Build(), 1);
+    const std::string owner = std::to_string(reinterpret_cast<LONG_PTR>(fixture.window));
     const Lines calls = {
         "create graph", "create audio decoder", "create video decoder",
         "graph.AddFilter(audio decoder, \"Cyberlink Audio\")",
@@ -60,21 +60,21 @@ TEST(BuildGraph, PlatformDemultiplexerAndVmr9) {
         "graph.put_Owner(" + owner + ")", Line("graph.put_WindowStyle(%ld)", WS_CHILD | WS_CLIPSIBLINGS),
         "graph.put_MessageDrain(" + owner + ")", "graph.SetWindowPosition(0, 0, 640, 360)",
         "graph.put_Caption(\"Caption\")"};
-    EXPECT_EQ(bench.Calls(), calls);
+    EXPECT_EQ(fixture.Calls(), calls);
     EXPECT_EQ(TargetVolume, -1200);
-    EXPECT_EQ(bench.Log(), "");
-    EXPECT_THAT(bench.boxes.shown, IsEmpty());
+    EXPECT_EQ(fixture.Log(), "");
+    EXPECT_THAT(fixture.boxes.shown, IsEmpty());
 
     // Built once, it is only started again.
-    EXPECT_EQ(bench.Build(), 0);
-    EXPECT_THAT(bench.Calls(), ElementsAre("graph.Run"));
+    EXPECT_EQ(fixture.Build(), 0);
+    EXPECT_THAT(fixture.Calls(), ElementsAre("graph.Run"));
 }
 
 TEST(BuildGraph, KorvixDemultiplexerAndOverlayMixer) {
-    BuildBench bench;
+    BuildFixture fixture;
     KorvixCodec = 1;
     UseVMR9 = 0;
-    ASSERT_EQ(bench.Build(), 1);
+    ASSERT_EQ(fixture.Build(), 1);
     const Lines calls = {"create korvix demux",
                          "korvix demux.SetAudioType(0)",
                          "korvix demux.SetVideoType(0)",
@@ -86,7 +86,7 @@ TEST(BuildGraph, KorvixDemultiplexerAndOverlayMixer) {
                          "graph.AddFilter(overlay mixer, \"Overlay Mixer\")",
                          "graph.Render(overlay mixer/Output)",
                          "graph.ConnectDirect(video decoder/Video Out, overlay mixer/Input0, no type)"};
-    EXPECT_EQ(Matching(bench.Calls(), {"demux", "overlay"}), calls);
+    EXPECT_EQ(Matching(fixture.Calls(), {"demux", "overlay"}), calls);
 }
 
 // How video and audio of each coding leave either demultiplexer.
@@ -105,12 +105,12 @@ TEST(BuildGraph, CodingsDecideTypesAndConnections) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(Line("korvix %u video %d audio %d", row.korvix, row.video, row.audio));
-        BuildBench bench("93509808-E912-46EF-BB97-0BFFE8655E60", "D12E285B-3B29-4416-BA8E-79BD81D193CC");
+        BuildFixture fixture("93509808-E912-46EF-BB97-0BFFE8655E60", "D12E285B-3B29-4416-BA8E-79BD81D193CC");
         KorvixCodec = row.korvix;
         VideoType = row.video;
         AudioType = row.audio;
         MPEG2Codec = row.mpeg2Codec;
-        EXPECT_EQ(bench.Build(), 1);
+        EXPECT_EQ(fixture.Build(), 1);
         Lines calls;
         if (row.korvix != 0) {
             calls = {
@@ -124,7 +124,7 @@ TEST(BuildGraph, CodingsDecideTypesAndConnections) {
                      "demux.CreateOutputPin(\"Audio Out\", " + row.audioType + ")",
                      "graph.Render(demux/Audio Out)"};
         }
-        const Lines all = bench.Calls();
+        const Lines all = fixture.Calls();
         EXPECT_EQ(Matching(all, {"CreateOutputPin", "ux/Video Out", "ux/Audio Out", "Type("}), calls);
         EXPECT_EQ(Matching(all, {"graph.RemoveFilter(audio decoder)"}).size(), row.audio == 1 ? 1U : 0U);
     }
@@ -140,10 +140,10 @@ TEST(BuildGraph, ClockSourceChoosesTheClockAtItsStep) {
                 {4, "", ""}};
     for (const auto& [source, clock, before] : rows) {
         SCOPED_TRACE(source);
-        BuildBench bench;
+        BuildFixture fixture;
         ClockSource = source;
-        EXPECT_EQ(bench.Build(), 1);
-        const Lines calls = bench.Calls();
+        EXPECT_EQ(fixture.Build(), 1);
+        const Lines calls = fixture.Calls();
         const auto set = std::ranges::find_if(
             calls, [](const std::string& call) { return call.starts_with("graph.SetSyncSource"); });
         ASSERT_EQ(set != calls.end(), !clock.empty());
@@ -157,17 +157,17 @@ TEST(BuildGraph, ClockSourceChoosesTheClockAtItsStep) {
 TEST(BuildGraph, DebugOsdFeedsTheSecondInput) {
     for (const std::uint32_t korvix : {0U, 1U}) {
         SCOPED_TRACE(korvix);
-        BuildBench bench;
+        BuildFixture fixture;
         KorvixCodec = korvix;
         DebugOSD = 1;
-        EXPECT_EQ(bench.Build(), 1);
+        EXPECT_EQ(fixture.Build(), 1);
         const Lines calls = {"VMR9.SetNumberOfStreams(2)",
                              "create OSD source",
                              korvix != 0 ? "korvix demux.AttachOsd(OSD source)" : "OSD source.SetText",
                              "OSD source.SetSize(1920, 1080, 1)",
                              "graph.AddFilter(OSD source, \"OSD Generator\")",
                              "graph.ConnectDirect(OSD source/1, VMR9/VMR Input1, no type)"};
-        EXPECT_EQ(Matching(bench.Calls(), {"SetNumber", "OSD", "Input1"}), calls);
+        EXPECT_EQ(Matching(fixture.Calls(), {"SetNumber", "OSD", "Input1"}), calls);
     }
 }
 
@@ -199,31 +199,31 @@ TEST(BuildGraph, GoesOnWithoutWhatIsNotNeeded) {
          "graph.ConnectDirect(video decoder/Side Out, VMR9/VMR Input0, no type)"},
     };
     for (const auto& [fault, line] : rows) {
-        BuildBench bench;
+        BuildFixture fixture;
         KorvixCodec = DebugOSD = 1;
-        fault(bench.platform);
-        EXPECT_EQ(bench.Build(), 1);
-        EXPECT_THAT(bench.Calls(), ::testing::Contains(line));
+        fault(fixture.platform);
+        EXPECT_EQ(fixture.Build(), 1);
+        EXPECT_THAT(fixture.Calls(), ::testing::Contains(line));
     }
 }
 
 TEST(BuildGraph, NoSoundIsShownAndNotFatal) {
-    BuildBench bench;
+    BuildFixture fixture;
     ClockSource = 2;
-    ASSERT_EQ(bench.Build(), 1);
+    ASSERT_EQ(fixture.Build(), 1);
     ASSERT_NE(AudioVolume(), nullptr);
-    bench.player.ReleaseGraph();
+    fixture.player.ReleaseGraph();
 
-    bench.Calls();
-    bench.platform.broken = {"sound"};
-    ASSERT_EQ(bench.Build(), 1);
-    const MessageBoxRecord box = {"Unable to load sound output filter.", "Error", bench.window};
-    EXPECT_THAT(bench.boxes.shown, ElementsAre(box));
-    EXPECT_EQ(bench.Log(), "");
+    fixture.Calls();
+    fixture.platform.broken = {"sound"};
+    ASSERT_EQ(fixture.Build(), 1);
+    const MessageBoxRecord box = {"Unable to load sound output filter.", "Error", fixture.window};
+    EXPECT_THAT(fixture.boxes.shown, ElementsAre(box));
+    EXPECT_EQ(fixture.Log(), "");
     EXPECT_EQ(AudioVolume(), nullptr) << "the earlier renderer's volume is gone";
-    EXPECT_NE(bench.player.audioPidMap, nullptr);
+    EXPECT_NE(fixture.player.audioPidMap, nullptr);
     EXPECT_THAT(
-        Matching(bench.Calls(), {"sound", "Audio Out"}),
+        Matching(fixture.Calls(), {"sound", "Audio Out"}),
         ElementsAre("cannot create sound", "demux.CreateOutputPin(\"Audio Out\", audio/MPEG WAVEFORMATEX 40)",
                     "graph.ConnectDirect(demux/Audio Out, audio decoder/XForm In, no type)"));
 }
@@ -270,36 +270,36 @@ TEST(BuildGraph, EachFailureSaysWhatItIsAndLeavesNothingBehind) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.error);
-        BuildBench bench;
+        BuildFixture fixture;
         row.setting ^= 1;
-        row.fault(bench.platform);
-        EXPECT_EQ(bench.Build(), 0);
-        EXPECT_EQ(bench.player.built, 0U);
-        EXPECT_EQ(bench.Log(), "Error: " + row.error + "\r\n");
-        EXPECT_EQ(bench.boxes.shown.size(), row.error == noDemux ? 2U : 1U);
-        bench.player.ReleaseGraph();
-        EXPECT_EQ(bench.platform.References(), row.kept);
+        row.fault(fixture.platform);
+        EXPECT_EQ(fixture.Build(), 0);
+        EXPECT_EQ(fixture.player.built, 0U);
+        EXPECT_EQ(fixture.Log(), "Error: " + row.error + "\r\n");
+        EXPECT_EQ(fixture.boxes.shown.size(), row.error == noDemux ? 2U : 1U);
+        fixture.player.ReleaseGraph();
+        EXPECT_EQ(fixture.platform.References(), row.kept);
         row.setting ^= 1;
     }
 }
 
 TEST(BuildGraph, ReferencesThroughTwoGraphs) {
-    BuildBench bench;
-    OffersMixer(bench.platform);
+    BuildFixture fixture;
+    OffersMixer(fixture.platform);
     OverlaySurface = nullptr;
-    ASSERT_EQ(bench.Build(), 1);
+    ASSERT_EQ(fixture.Build(), 1);
     EXPECT_NE(OverlaySurface, nullptr);
     // Of each filter one reference is the graph's. Demultiplexer: its control interface. Audio pin: pin and map.
     // Sound: filter and volume. VMR9: filter, statistics, mixer. Graph: builder, control, window.
-    EXPECT_THAT(bench.platform.References(),
+    EXPECT_THAT(fixture.platform.References(),
                 ElementsAre("graph 3", "audio decoder 2", "video decoder 2", "feed 4", "demux 2",
                             "demux/Video Out 1", "sound 3", "demux/Audio Out 2", "VMR9 4"));
 
-    bench.Calls();
-    bench.platform.journal.releases = true;
-    bench.player.ReleaseGraph();
-    bench.platform.journal.releases = false;
-    const Lines calls = bench.Calls();
+    fixture.Calls();
+    fixture.platform.journal.releases = true;
+    fixture.player.ReleaseGraph();
+    fixture.platform.journal.releases = false;
+    const Lines calls = fixture.Calls();
     const auto emptied = std::ranges::find(calls, "filters.Release");
     ASSERT_NE(emptied, calls.end());
     EXPECT_THAT(Lines(emptied + 1, calls.end()),
@@ -313,31 +313,32 @@ TEST(BuildGraph, ReferencesThroughTwoGraphs) {
                     "graph.RemoveFilter(video decoder)", "graph.RemoveFilter(feed)",
                     "graph.RemoveFilter(demux)", "graph.RemoveFilter(sound)", "graph.RemoveFilter(VMR9)"));
     // The window's reference is dropped without a release; volume and statistics wait for the next build.
-    EXPECT_THAT(bench.platform.References(), ElementsAre("graph 1", "sound 1", "VMR9 1"));
+    EXPECT_THAT(fixture.platform.References(), ElementsAre("graph 1", "sound 1", "VMR9 1"));
 
-    ASSERT_EQ(bench.Build(), 1);
-    bench.Calls();
-    bench.platform.Find("graph").result = E_FAIL; // a teardown that cannot empty the graph ends all the same
-    bench.player.ReleaseGraph();
-    EXPECT_THAT(bench.Calls(), ElementsAre("graph.Stop", "graph.RemoveFilter(audio decoder)"));
-    EXPECT_THAT(bench.platform.References(),
+    ASSERT_EQ(fixture.Build(), 1);
+    fixture.Calls();
+    fixture.platform.Find("graph").result =
+        E_FAIL; // a teardown that cannot empty the graph ends all the same
+    fixture.player.ReleaseGraph();
+    EXPECT_THAT(fixture.Calls(), ElementsAre("graph.Stop", "graph.RemoveFilter(audio decoder)"));
+    EXPECT_THAT(fixture.platform.References(),
                 ElementsAre("graph 1", "graph 1", "audio decoder 1", "video decoder 1", "feed 1", "demux 1",
                             "sound 2", "VMR9 2"))
         << "only the second graph's volume and statistics are left, beside what its graph could not let go";
 }
 
 TEST(BuildGraph, KorvixDemuxLivesUntilTheNextBuild) {
-    BuildBench bench;
+    BuildFixture fixture;
     KorvixCodec = 1;
-    ASSERT_EQ(bench.Build(), 1);
-    const auto* const first = bench.player.korvixDemux.Get();
-    bench.player.ReleaseGraph();
-    EXPECT_EQ(bench.player.korvixDemux.Get(), first);
-    EXPECT_THAT(bench.platform.References(), ElementsAre("graph 1", "korvix demux 1", "sound 1", "VMR9 1"));
-    ASSERT_EQ(bench.Build(), 1);
-    EXPECT_NE(bench.player.korvixDemux.Get(), first);
-    bench.player.ReleaseGraph();
-    EXPECT_THAT(bench.platform.References(),
+    ASSERT_EQ(fixture.Build(), 1);
+    const auto* const first = fixture.player.korvixDemux.Get();
+    fixture.player.ReleaseGraph();
+    EXPECT_EQ(fixture.player.korvixDemux.Get(), first);
+    EXPECT_THAT(fixture.platform.References(), ElementsAre("graph 1", "korvix demux 1", "sound 1", "VMR9 1"));
+    ASSERT_EQ(fixture.Build(), 1);
+    EXPECT_NE(fixture.player.korvixDemux.Get(), first);
+    fixture.player.ReleaseGraph();
+    EXPECT_THAT(fixture.platform.References(),
                 ElementsAre("graph 1", "graph 1", "korvix demux 1", "sound 1", "VMR9 1"));
 }
 

@@ -1,6 +1,6 @@
 // Which decoders a build takes: every row of the catalogue, the automatic choice, the debugger rule.
 
-#include "tests/player/graph/build_bench.h"
+#include "tests/player/graph/build_fixture.h"
 
 #include <algorithm>
 
@@ -73,14 +73,14 @@ TEST(DecoderChoice, EveryFixedPair) {
         for (const std::string missing : {"", "audio decoder", "video decoder"}) {
             SCOPED_TRACE(
                 Line("VideoType %d, codec %u, missing: %s", row.videoType, row.codec, missing.c_str()));
-            BuildBench bench(row.audioId, row.videoId);
+            BuildFixture fixture(row.audioId, row.videoId);
             Choose(row.videoType, row.codec);
             AudioType = row.audioType;
-            bench.platform.broken = {missing};
-            EXPECT_EQ(bench.Build(), missing.empty() ? 1 : 0);
-            Lines calls = bench.Calls();
+            fixture.platform.broken = {missing};
+            EXPECT_EQ(fixture.Build(), missing.empty() ? 1 : 0);
+            Lines calls = fixture.Calls();
             if (!missing.empty()) {
-                EXPECT_EQ(bench.Log(), Line("Error: %s could not be loaded\r\n", row.failure));
+                EXPECT_EQ(fixture.Log(), Line("Error: %s could not be loaded\r\n", row.failure));
                 EXPECT_EQ(calls.size(), 3U) << "both are created, then checked";
                 continue;
             }
@@ -110,13 +110,13 @@ TEST(DecoderChoice, AutomaticSearchesByCoding) {
                 {0, 4, "video/MPEG2", ""},           {1, -1, h264, ""}};
     for (const auto& row : rows) {
         SCOPED_TRACE(Line("VideoType %d, AudioType %d", row.videoType, row.audioType));
-        BuildBench bench(kSomeAudioId, kSomeVideoId);
+        BuildFixture fixture(kSomeAudioId, kSomeVideoId);
         Choose(row.videoType, 0);
         AudioType = row.audioType;
-        bench.platform.mappings = {{"video", {{Guid(kSomeVideoId), L"Some Video"}}},
-                                   {"audio", {{Guid(kSomeAudioId), L"Some Audio"}}}};
-        EXPECT_EQ(bench.Build(), 1);
-        const Lines all = bench.Calls();
+        fixture.platform.mappings = {{"video", {{Guid(kSomeVideoId), L"Some Video"}}},
+                                     {"audio", {{Guid(kSomeAudioId), L"Some Audio"}}}};
+        EXPECT_EQ(fixture.Build(), 1);
+        const Lines all = fixture.Calls();
         Lines expected;
         for (const auto& [kind, types] : {std::pair("video", row.videoTypes), {"audio", row.audioTypes}}) {
             if (!types.empty()) {
@@ -131,8 +131,8 @@ TEST(DecoderChoice, AutomaticSearchesByCoding) {
         EXPECT_EQ(Lines(all.begin() + 1, std::ranges::find(all, "create feed")), expected);
         EXPECT_EQ(Matching(all, {"ConnectDirect(video decoder/Side Out", "video decoder/Side In"}).size(), 2U)
             << "first pins by direction";
-        EXPECT_EQ(bench.player.audioDecoder != nullptr, !row.audioTypes.empty());
-        EXPECT_EQ(bench.Log(), "");
+        EXPECT_EQ(fixture.player.audioDecoder != nullptr, !row.audioTypes.empty());
+        EXPECT_EQ(fixture.Log(), "");
     }
 }
 
@@ -165,16 +165,16 @@ TEST(DecoderChoice, AutomaticTakesTheFirstThatIsNotTheLastResort) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const bool some = row.name != std::string("alone");
-        BuildBench bench(some ? kSomeAudioId : kFfdshowAudioId, some ? kSomeVideoId : kFfdshowVideoId);
+        BuildFixture fixture(some ? kSomeAudioId : kFfdshowAudioId, some ? kSomeVideoId : kFfdshowVideoId);
         Choose(row.videoType, 0);
         for (const auto& [kind, ids] : {std::pair("video", row.video), std::pair("audio", row.audio)}) {
             for (const char* const id : ids) {
-                bench.platform.mappings[kind].push_back(
+                fixture.platform.mappings[kind].push_back(
                     {id == nullptr ? std::nullopt : std::optional(Guid(id)), L"Name"});
             }
         }
-        EXPECT_EQ(bench.Build(), *row.log == 0 ? 1 : 0);
-        EXPECT_EQ(bench.Log(), row.log);
+        EXPECT_EQ(fixture.Build(), *row.log == 0 ? 1 : 0);
+        EXPECT_EQ(fixture.Log(), row.log);
     }
 }
 
@@ -201,12 +201,12 @@ TEST(DecoderChoice, EmptyRowsLargerValuesAndTheDebuggersChoice) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(Line("debugged %d, VideoType %d, codec %u", row.debugged, row.videoType, row.codec));
-        BuildBench bench(kSomeAudioId, kSomeVideoId);
+        BuildFixture fixture(kSomeAudioId, kSomeVideoId);
         Choose(row.videoType, row.codec);
         *beingDebugged = row.debugged;
-        EXPECT_EQ(bench.Build(), 0);
+        EXPECT_EQ(fixture.Build(), 0);
         *beingDebugged = 0;
-        EXPECT_EQ(bench.Log(), "Error: " + row.error + "\r\n");
+        EXPECT_EQ(fixture.Log(), "Error: " + row.error + "\r\n");
         EXPECT_EQ(row.videoType == 0 ? MPEG2Codec : MPEG4Codec, row.codec);
     }
 }

@@ -8,7 +8,7 @@
 
 #include "player/graph/com.h"
 #include "player/graph/media_ids.h"
-#include "tests/player/graph/build_bench.h"
+#include "tests/player/graph/build_fixture.h"
 
 namespace vistrame::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/player/graph/build_bench.h"
+#include "tests/player/graph/build_fixture.h"
 
 #include <algorithm>
 
@@ -36,7 +36,7 @@ Lines Matching(const Lines& lines, const Lines& parts) {
     return matching;
 }
 
-BuildBench::BuildBench(const std::string& audioDecoder, const std::string& videoDecoder)
+BuildFixture::BuildFixture(const std::string& audioDecoder, const std::string& videoDecoder)
     : window(CreateWindowExA(0, "STATIC", "", WS_POPUP, 0, 0, 640, 360, nullptr, nullptr, nullptr, nullptr)),
       logStart_(OpenLog()) {
     UseVMR9 = 1;
@@ -45,12 +45,14 @@ BuildBench::BuildBench(const std::string& audioDecoder, const std::string& video
     KorvixCodec = DebugOSD = 0;
     ClockSource = VideoType = AudioType = 0;
     PendingPids2 = kNullPid;
+    static const std::string errors = NewDirectory("errors"); // not the current folder
+    errors.copy(std::begin(ErrorLogDir), errors.size());
     platform.InstallAudioDecoder(Guid(audioDecoder));
     platform.InstallVideoDecoder(Guid(videoDecoder));
     platform.withheld.emplace_back("VMR9", __uuidof(IVMRMixerBitmap9));
 }
 
-BuildBench::~BuildBench() {
+BuildFixture::~BuildFixture() {
     player.ReleaseGraph();
     player.korvixDemux.Reset();
     SetAudioVolume(nullptr);
@@ -59,7 +61,7 @@ BuildBench::~BuildBench() {
     DestroyWindow(window);
 }
 
-std::string BuildBench::Log() const {
+std::string BuildFixture::Log() const {
     return FileContents(kDebugLogPath).substr(logStart_);
 }
 

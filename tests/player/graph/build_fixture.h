@@ -21,15 +21,15 @@ Lines Matching(const Lines& lines, const Lines& parts);
 // A graph of its own on a recording platform: MPEG-2 video, MPEG audio, the Cyberlink pair installed and chosen,
 // VMR9 without the overlay's interface, so that no Direct3D device is made unless a test asks for one. Ends with
 // everything let go of.
-class BuildBench {
+class BuildFixture {
 public:
-    explicit BuildBench(const std::string& audioDecoder = "9BC1B780-85E3-11D2-98D0-0080C84E9C39",
-                        const std::string& videoDecoder = "9BC1B781-85E3-11D2-98D0-0080C84E9C39");
-    ~BuildBench();
+    explicit BuildFixture(const std::string& audioDecoder = "9BC1B780-85E3-11D2-98D0-0080C84E9C39",
+                          const std::string& videoDecoder = "9BC1B781-85E3-11D2-98D0-0080C84E9C39");
+    ~BuildFixture();
 
     int Build() { return player.BuildGraph(window); }
     Lines Calls() { return platform.journal.Take(); }
-    // What the diagnostic log has got since the bench was made.
+    // What the diagnostic log has got since the fixture was made.
     [[nodiscard]] std::string Log() const;
 
     RecordingPlatform platform;
