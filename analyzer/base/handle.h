@@ -8,9 +8,8 @@ namespace vistrame {
 
 struct HandleCloser {
     using pointer = HANDLE;
-    void operator()(HANDLE handle) const {
-        (void)CloseHandle(handle);
-    } // nothing is left to do about a failure
+    // Nothing is left to do about a failure.
+    void operator()(HANDLE handle) const { (void)CloseHandle(handle); }
 };
 // Owns a kernel handle; null is none (INVALID_HANDLE_VALUE is not stored).
 using Handle = std::unique_ptr<void, HandleCloser>;

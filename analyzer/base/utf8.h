@@ -1,4 +1,5 @@
-// Texts are UTF-8 in this program, paths too; here they become what the platform takes, and its texts become ours.
+// Texts are UTF-8 in this program, paths too; here they become what the platform takes, and its texts become
+// ours.
 //
 // Errors     bytes that are no UTF-8 become replacement characters.
 #pragma once

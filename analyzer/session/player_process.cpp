@@ -76,9 +76,9 @@ bool PlayerProcess::Send(std::uint32_t code, std::uint32_t argument) {
 void PlayerProcess::SendDiscontinuity() {
     if (HWND window = window_) {
         DWORD_PTR result = 0;
+        // Late is better than never: it stays in the queue.
         (void)SendMessageTimeoutA(window, message_, static_cast<WPARAM>(CommandCode::SendDisc), 0,
-                                  SMTO_NORMAL, kSeamAnswerMsec,
-                                  &result); // late is better than never: it stays in the queue
+                                  SMTO_NORMAL, kSeamAnswerMsec, &result);
         log_.Line("discontinuity announced");
     }
 }

@@ -35,8 +35,9 @@ std::string LoadSetting(const SettingRow& row) {
     }
     DWORD number = 0;
     DWORD size = sizeof number;
+    // Absent: 0, as the player reads it.
     (void)RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name.c_str(), RRF_RT_REG_DWORD, nullptr, &number,
-                       &size); // absent: 0, as the player reads it
+                       &size);
     return Format("%lu", number);
 }
 

@@ -177,8 +177,8 @@ Outcome Session::On(const CloseAction&) {
 }
 
 Outcome Session::On(const SizeAction& action) {
-    (void)SendMessageA(windows_.main, kSizeMessage, static_cast<WPARAM>(action.width),
-                       action.height); // answers 0
+    // Answers 0.
+    (void)SendMessageA(windows_.main, kSizeMessage, static_cast<WPARAM>(action.width), action.height);
     log_.Line(Format("size %d %d", action.width, action.height));
     return {};
 }

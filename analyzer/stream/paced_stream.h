@@ -4,8 +4,8 @@
 
 namespace vistrame {
 
-// What becomes of the stream's time that passed during a stall: the stream goes on where it stopped, what was missed
-// is sent at once, or it is left out.
+// What becomes of the stream's time that passed during a stall: the stream goes on where it stopped, what was
+// missed is sent at once, or it is left out.
 enum class ResumeAction { kLate, kBacklog, kSkip };
 
 // The file as a live stream: at any moment the packets that are due and not sent yet.

@@ -39,7 +39,8 @@ private:
 
 // The table of --list, each line ended by '\n'.
 std::string FormatProgrammeTable(const StreamFile& file);
-// That of --list-fields: per programme its number, the PIDs of the video and the audio that would be played, its name.
+// That of --list-fields: per programme its number, the PIDs of the video and the audio that would be played,
+// its name.
 std::string FormatProgrammeFields(const StreamFile& file);
 
 } // namespace vistrame

@@ -22,8 +22,8 @@ void Print(DWORD which, const std::string& text) {
     }
     DWORD written = 0;
     if (out != nullptr) {
-        (void)WriteFile(out, text.data(), static_cast<DWORD>(text.size()), &written,
-                        nullptr); // nowhere to tell it
+        // There is nowhere to tell a failure.
+        (void)WriteFile(out, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     }
 }
 

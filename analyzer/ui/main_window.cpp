@@ -167,8 +167,8 @@ void MainWindow::Layout() {
 }
 
 void MainWindow::Redraw() const {
-    (void)RedrawWindow(window_, nullptr, nullptr,
-                       RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN); // a loss shows
+    // A loss shows.
+    (void)RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void MainWindow::SizeArea(int width, int height) {

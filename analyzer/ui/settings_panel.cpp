@@ -57,8 +57,8 @@ void SettingsPanel::Place(int x, int y, int width) {
 
 void SettingsPanel::Load() {
     for (std::size_t i = 0; i < fields_.size(); ++i) {
-        (void)SetWindowTextW(fields_[i].edit,
-                             Widen(LoadSetting(kSettingRows[i])).c_str()); // stays empty at worst
+        // Stays empty at worst.
+        (void)SetWindowTextW(fields_[i].edit, Widen(LoadSetting(kSettingRows[i])).c_str());
     }
 }
 

@@ -1,11 +1,11 @@
-// Does to a running player what happens to live streams, five times each at different places of the stream, and tells how
-// long the picture held and how far sound and picture were apart afterwards. To be run inside a session
-// (tools/wine-session) on a machine that does nothing else.
+// Does to a running player what happens to live streams, five times each at different places of the stream,
+// and tells how long the picture held and how far sound and picture were apart afterwards. To be run inside a
+// session (tools/wine-session) on a machine that does nothing else.
 //
 // usage: live_events BUILD STREAMS [ROW]
 //
-// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. The exit code is 1 when a limit that the
-// product sets itself was broken.
+// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. The exit code is 1 when a
+// limit that the product sets itself was broken.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -46,7 +46,8 @@ std::string Line(const char* format, ...) {
     return text;
 }
 
-// Seconds from the beginning of one of make-streams' files of 14 Mbit/s to each random-access picture of a PID.
+// Seconds from the beginning of one of make-streams' files of 14 Mbit/s to each random-access picture of a
+// PID.
 std::vector<double> RandomAccessTimes(const std::string& file, Pid pid) {
     constexpr double kPacketsPerSecond = 14e6 / 8 / kPacketSize;
     std::ifstream stream(file, std::ios::binary);

@@ -1,5 +1,5 @@
-// How fast the canvas fills: opaque against memset of as many bytes, blended against the plain per-pixel rule in
-// double precision.
+// How fast the canvas fills: opaque against memset of as many bytes, blended against the plain per-pixel rule
+// in double precision.
 #include <cstdint>
 #include <cstring>
 #include <vector>

@@ -1,4 +1,5 @@
-// What a redraw of the overlay costs over a plain copy of as many bytes: the real surface, a mixer that does nothing.
+// What a redraw of the overlay costs over a plain copy of as many bytes: the real surface, a mixer that does
+// nothing.
 #include <cstring>
 #include <vector>
 

@@ -1,5 +1,5 @@
-// How fast the demultiplexer goes through a stream of one programme, both streams selected, over a plain copy of as many
-// bytes in the same run.
+// How fast the demultiplexer goes through a stream of one programme, both streams selected, over a plain copy
+// of as many bytes in the same run.
 #include <cstdio>
 #include <cstring>
 

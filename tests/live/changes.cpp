@@ -1,5 +1,5 @@
-// Programme changes without a pause, and ends right behind one: the player plays on, ends in order, and what it takes
-// does not grow from one change to the next.
+// Programme changes without a pause, and ends right behind one: the player plays on, ends in order, and what
+// it takes does not grow from one change to the next.
 #include "tests/live/parts.h"
 
 #include <algorithm>

@@ -10,7 +10,8 @@
 namespace vistrame::live {
 namespace {
 
-// As tools/make-demo-stream draws and sounds them. The border of the picture shows the colour, its middle moves.
+// As tools/make-demo-stream draws and sounds them. The border of the picture shows the colour, its middle
+// moves.
 constexpr int kColours[] = {0xC02818, 0x1838C0};
 constexpr double kDemoTones[] = {440, 880};
 constexpr int kBorderRow = kAreaHeight / 24;

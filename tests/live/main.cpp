@@ -3,7 +3,7 @@
 // usage: live_probe demo BUILD STREAMS           the demo of `make play`
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //        live_probe timers BUILD STREAMS [ROW]   fade-in and stall watchdog
-//        live_probe changes BUILD STREAMS [ROW]  changes without a pause, VISTRAME_CHANGES and VISTRAME_QUITS of them
+//        live_probe changes BUILD STREAMS [ROW]  VISTRAME_CHANGES and VISTRAME_QUITS changes without a pause
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
 #include <cstdio>

@@ -107,7 +107,8 @@ std::string Fade(const Surroundings& where, SoundWatch& sound) {
     return wrong;
 }
 
-// When the pictures last moved before `time`. One that comes alone, later, was waiting for its end in the demultiplexer.
+// When the pictures last moved before `time`. One that comes alone, later, was waiting for its end in the
+// demultiplexer.
 double LastPicture(const ProgrammeRun& run, double time) {
     constexpr double kAlone = 0.3;
     double before = 0;
@@ -142,8 +143,8 @@ constexpr const char* kStart = "0 seek 4.5\n+0 play 1\n+0 wait picture 20\n";
 const std::vector<std::string> kStallOptions{"--set",     "KorvixCodec=1", "--set",
                                              "UseVMR9=0", "--set",         "AudioUnmuteMsec=0"};
 
-// Counts are tenths of a second since the last access unit, looked at each second: above 30 the graph restarts, above 100
-// the player ends. A picture is seen up to kShown after its unit came.
+// Counts are tenths of a second since the last access unit, looked at each second: above 30 the graph
+// restarts, above 100 the player ends. A picture is seen up to kShown after its unit came.
 constexpr double kShown = 0.3;
 std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
     std::puts(" pictures stop and stay away");

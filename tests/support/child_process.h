@@ -13,8 +13,8 @@ namespace vistrame::test {
 
 class ChildProcess {
 public:
-    // `commandLine` as CreateProcess takes it, the quoted program first. With `folder` the standard outputs go
-    // to its files "output" and "error".
+    // `commandLine` as CreateProcess takes it, the quoted program first. With `folder` the standard outputs
+    // go to its files "output" and "error".
     explicit ChildProcess(std::string commandLine, const std::string& folder = "");
     explicit ChildProcess(std::wstring commandLine);
     ChildProcess(const ChildProcess&) = delete;

@@ -1,7 +1,7 @@
 // COM objects for tests, made of single methods: what a test does not give an object, nobody may call.
 //
-// Calls are written down in a journal that several objects share, so that their order shows. An object stays in
-// memory when its count falls to zero: a release too many or a late call fails the test by name.
+// Calls are written down in a journal that several objects share, so that their order shows. An object stays
+// in memory when its count falls to zero: a release too many or a late call fails the test by name.
 //
 // Threads    journals and counts: any; an object is equipped before others see it.
 // Ownership  whoever makes an object keeps it; `references` counts what others hold.

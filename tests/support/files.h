@@ -21,8 +21,8 @@ inline std::string FileContents(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A new empty directory under the temporary one, with its trailing backslash. It stays behind: error-log files in
-// it are held open by the process that wrote them.
+// A new empty directory under the temporary one, with its trailing backslash. It stays behind: error-log
+// files in it are held open by the process that wrote them.
 inline std::string NewDirectory(const std::string& name) {
     char temporary[MAX_PATH] = "";
     GetTempPathA(sizeof temporary, temporary);

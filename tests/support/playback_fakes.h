@@ -1,4 +1,5 @@
-// What the objects of a playback graph can do, recorded; and a set of them for tests of those who use a built graph.
+// What the objects of a playback graph can do, recorded; and a set of them for tests of those who use a built
+// graph.
 #pragma once
 
 #include <array>

@@ -1,6 +1,6 @@
-// DirectShow as the player meets it on a machine, every class recording: filter graph, filter mapper, feed filter,
-// both demultiplexers, renderers, OSD source and whatever decoders a test installs, behind the real class
-// identifiers.
+// DirectShow as the player meets it on a machine, every class recording: filter graph, filter mapper, feed
+// filter, both demultiplexers, renderers, OSD source and whatever decoders a test installs, behind the real
+// class identifiers.
 //
 // Ends with the test's last reference: let go of everything before the platform goes.
 #pragma once

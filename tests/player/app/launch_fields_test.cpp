@@ -1,5 +1,5 @@
-// Command lines and what the eight launch fields become. A field that the scan does not reach keeps its value, so
-// every case starts from values that no case writes.
+// Command lines and what the eight launch fields become. A field that the scan does not reach keeps its
+// value, so every case starts from values that no case writes.
 #include "player/app/launch_fields.h"
 
 #include <cstdio>

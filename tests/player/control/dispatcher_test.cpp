@@ -1,5 +1,5 @@
-// The analyzer's commands as messages to a real player window. The graph's construction is replaced, at link time,
-// by one that fills PlayerGraph with recording objects; everything else is the player's own code.
+// The analyzer's commands as messages to a real player window. The graph's construction is replaced, at link
+// time, by one that fills PlayerGraph with recording objects; everything else is the player's own code.
 
 #include <functional>
 #include <string>
@@ -267,8 +267,8 @@ TEST_F(Dispatcher, ACommandSentInTheMiddleOfAnotherWaitsForItsEnd) {
                             "control.Pause"}));
 }
 
-// A restart stops the graph, which lets messages in: a selection must not take the graph down underneath it, and its
-// new graph is not judged by the old one's counts.
+// A restart stops the graph, which lets messages in: a selection must not take the graph down underneath it,
+// and its new graph is not judged by the old one's counts.
 TEST_F(Dispatcher, ACommandSentWhileTheWatchdogRestartsWaitsForItsEnd) {
     Fill();
     ThePlayerGraph().korvixDemux = demux.As<KorvixDemux>();

@@ -1,5 +1,5 @@
-// The built player as the analyzer meets it: started with a command line, driven by messages, fed through a pipe, and
-// ended in every way it ends.
+// The built player as the analyzer meets it: started with a command line, driven by messages, fed through a
+// pipe, and ended in every way it ends.
 
 #include <array>
 #include <cstdio>

@@ -66,7 +66,8 @@ TEST_F(AudioUnmute, ARebuildInBetweenMovesTheFadeToTheNewRendererAndTarget) {
     replacement.onLevel = [this](LONG level) { lastLevel = level; };
     volume.onLevel = [&](LONG level) {
         if (level == -3500) {
-            // The main thread replaces the renderer while this call is under way; the caller's reference keeps it.
+            // The main thread replaces the renderer while this call is under way; the caller's reference
+            // keeps it.
             replacement.Use();
             TargetVolume = -3250;
             EXPECT_GE(volume.references, 1U);

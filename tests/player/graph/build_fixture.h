@@ -18,9 +18,9 @@ GUID Guid(const std::string& text);
 // The lines that contain one of `parts`.
 Lines Matching(const Lines& lines, const Lines& parts);
 
-// A graph of its own on a recording platform: MPEG-2 video, MPEG audio, the Cyberlink pair installed and chosen,
-// VMR9 without the overlay's interface, so that no Direct3D device is made unless a test asks for one. Ends with
-// everything let go of.
+// A graph of its own on a recording platform: MPEG-2 video, MPEG audio, the Cyberlink pair installed and
+// chosen, VMR9 without the overlay's interface, so that no Direct3D device is made unless a test asks for
+// one. Ends with everything let go of.
 class BuildFixture {
 public:
     explicit BuildFixture(const std::string& audioDecoder = "9BC1B780-85E3-11D2-98D0-0080C84E9C39",

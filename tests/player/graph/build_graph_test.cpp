@@ -289,8 +289,8 @@ TEST(BuildGraph, ReferencesThroughTwoGraphs) {
     OverlaySurface = nullptr;
     ASSERT_EQ(fixture.Build(), 1);
     EXPECT_NE(OverlaySurface, nullptr);
-    // Of each filter one reference is the graph's. Demultiplexer: its control interface. Audio pin: pin and map.
-    // Sound: filter and volume. VMR9: filter, statistics, mixer. Graph: builder, control, window.
+    // Of each filter one reference is the graph's. Demultiplexer: its control interface. Audio pin: pin and
+    // map. Sound: filter and volume. VMR9: filter, statistics, mixer. Graph: builder, control, window.
     EXPECT_THAT(fixture.platform.References(),
                 ElementsAre("graph 3", "audio decoder 2", "video decoder 2", "feed 4", "demux 2",
                             "demux/Video Out 1", "sound 3", "demux/Audio Out 2", "VMR9 4"));

@@ -136,8 +136,8 @@ TEST(DecoderChoice, AutomaticSearchesByCoding) {
     }
 }
 
-// FFDShow takes nearly everything and stands back unless it is the only one; the first other one is taken, and no
-// second one is tried.
+// FFDShow takes nearly everything and stands back unless it is the only one; the first other one is taken,
+// and no second one is tried.
 TEST(DecoderChoice, AutomaticTakesTheFirstThatIsNotTheLastResort) {
     using Found = std::vector<const char*>;
     const char* const noVideo = "Error: 104 No MPEG4 video codec found\r\n";

@@ -1,5 +1,5 @@
-// The overlay's road to the renderer: real Direct3D with single methods replaced, and a recording mixer. The tests
-// build on each other's process: the surface comes with the first one and stays.
+// The overlay's road to the renderer: real Direct3D with single methods replaced, and a recording mixer. The
+// tests build on each other's process: the surface comes with the first one and stays.
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -191,8 +191,8 @@ TEST_F(Delivery, FollowsThePitchAndSkipsALockedOutSurface) {
     }
 }
 
-// Each set takes tens of megabytes and a thread or more. A renderer of one of the two graphs before may still draw from
-// its surface; a failed build lets go of nothing.
+// Each set takes tens of megabytes and a thread or more. A renderer of one of the two graphs before may still
+// draw from its surface; a failed build lets go of nothing.
 TEST_F(Delivery, OfOldSetsTheTwoNewestStayOnceALaterBuildHasSucceeded) {
     const auto letGoOfOurs = [] {
         for (; !made.empty(); made.pop_back()) {
@@ -228,8 +228,8 @@ std::pair<SIZE_T, DWORD> InUse() {
     return {memory.PagefileUsage, handles};
 }
 
-// Direct3D queues its work in a ring of a few megabytes, whose pages count as soon as they are reached: as many
-// bare locks as there are redraws show how much of the growth that is.
+// Direct3D queues its work in a ring of a few megabytes, whose pages count as soon as they are reached: as
+// many bare locks as there are redraws show how much of the growth that is.
 TEST_F(Delivery, TenThousandRedrawsDoNotGrowTheProcess) {
     constexpr int kTimes = 10000;
     RedrawOverlay();

@@ -79,8 +79,8 @@ TEST(MediaTypes, VideoOfTheMakersDemultiplexer) {
     }
 }
 
-// The MPEG-2 row decides what the type starts from, whatever the video is; the audio coding then overwrites some
-// of it.
+// The MPEG-2 row decides what the type starts from, whatever the video is; the audio coding then overwrites
+// some of it.
 TEST(MediaTypes, AudioOfThePlatformDemultiplexer) {
     const std::pair<std::uint32_t, bool> presets[] = {
         {0, true}, {1, true}, {2, true},  {3, true},  {4, true},   {5, false},

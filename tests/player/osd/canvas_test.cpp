@@ -122,7 +122,8 @@ TEST(Canvas, EveryBlendEqualsTheRule) {
     }
 }
 
-// Rectangles of any kind, inside and outside; sources that are another canvas, the same and one over the same bitmap.
+// Rectangles of any kind, inside and outside; sources that are another canvas, the same and one over the same
+// bitmap.
 TEST(Canvas, RandomDrawingEqualsTheRules) {
     const std::array<std::uint32_t, 7> kAlphas = {0, 1, 77, 127, 180, 254, 255};
     for (int round = 0; round < 300; ++round) {

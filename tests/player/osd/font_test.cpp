@@ -20,7 +20,8 @@ FT_Error OpenFromPath(FT_Library library, const char* path, FT_Long, FT_Face* fa
                               face);
 }
 
-// The overlay's library, and a font of its own per test on a second face, so that no test sees another's size.
+// The overlay's library, and a font of its own per test on a second face, so that no test sees another's
+// size.
 class Font : public testing::Test {
 protected:
     void SetUp() override {

@@ -1,5 +1,5 @@
-// The overlay commands sent to the built player by the analyzer, while its graph of the companion filters and the
-// system's VMR9 plays: the first one and a rebuild.
+// The overlay commands sent to the built player by the analyzer, while its graph of the companion filters and
+// the system's VMR9 plays: the first one and a rebuild.
 #include <sstream>
 
 #include <gtest/gtest.h>

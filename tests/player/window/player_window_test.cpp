@@ -1,5 +1,5 @@
-// The player window itself, in this process: creation, painting, menu, timers. What ends the process is tested with
-// the built player.
+// The player window itself, in this process: creation, painting, menu, timers. What ends the process is
+// tested with the built player.
 #include "player/control/stall_watchdog.h"
 #include "player/window/player_window.h"
 

@@ -46,7 +46,8 @@ std::string FileText(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Reads what is new in the log. Its times are put on our clock by the line that took the least time to come in.
+// Reads what is new in the log. Its times are put on our clock by the line that took the least time to come
+// in.
 class LogReader {
 public:
     explicit LogReader(std::string path) : path_(std::move(path)) {}

@@ -39,19 +39,20 @@ struct ProgrammeRun {
     // What it says behind `begin`.
     std::string Rest(const std::string& begin) const;
 };
-// The analyzer of the build under test carries out a script, which is ended when it takes longer than `limit`.
+// The analyzer of the build under test carries out a script, which is ended when it takes longer than
+// `limit`.
 ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
                        const std::string& script, const std::string& stream, double limit = 60,
                        int colourRow = kAreaHeight / 2);
 
-// Runs a part with the filters of the build under test registered in the session's Wine, listening to its sink.
-// `words`: BUILD STREAMS [ROW]. The program's exit code.
+// Runs a part with the filters of the build under test registered in the session's Wine, listening to its
+// sink. `words`: BUILD STREAMS [ROW]. The program's exit code.
 using Part = bool (*)(const Surroundings& where, SoundWatch& sound, std::size_t only);
 int RunPart(Part part, std::span<char*> words);
 
-// Tries a measurement up to three times and prints why again: a sound server or a player that other programs keep from
-// running for some milliseconds loses its timing for seconds. The only place where anything here is tried again.
-// `measure` answers what was wrong, or nothing; so does this.
+// Tries a measurement up to three times and prints why again: a sound server or a player that other programs
+// keep from running for some milliseconds loses its timing for seconds. The only place where anything here is
+// tried again. `measure` answers what was wrong, or nothing; so does this.
 std::string UntilRight(const std::string& name, const std::function<std::string()>& measure);
 
 // A flash and the beep that belongs to it.

@@ -25,8 +25,8 @@ struct Look {
 
 // Watches the analyzer's picture area on the session's display, every kPeriod.
 //
-// Units      seconds of Now(), in the middle of the server's answer. The display shows what it is sent at once, so what
-//            is told is late by half a period on average.
+// Units      seconds of Now(), in the middle of the server's answer. The display shows what it is sent at
+//            once, so what is told is late by half a period on average.
 // Threads    one of its own from construction to destruction; the operations from any.
 // Errors     no display ends the program; as long as there is no window, nothing is seen.
 class ScreenWatch {

@@ -12,8 +12,8 @@ using Complex = std::complex<double>;
 
 constexpr double kThere = 0.0005; // amplitude; the tones' is 0.15, and 0.0015 at the fade-in's begin
 
-// Amplitudes of one frequency in windows of `length` samples (Hann), one every `step`; the phase is that of the
-// frequency's own oscillation from sample 0 on.
+// Amplitudes of one frequency in windows of `length` samples (Hann), one every `step`; the phase is that of
+// the frequency's own oscillation from sample 0 on.
 std::vector<Complex> Demodulate(std::span<const float> samples, double hertz, std::size_t length,
                                 std::size_t step) {
     const double turn = 2 * std::numbers::pi * hertz / SoundWatch::kRate;

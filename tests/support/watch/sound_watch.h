@@ -11,10 +11,10 @@ namespace vistrame::live {
 
 // What the session's sound sink plays.
 //
-// How        The sink's monitor is recorded. It hands samples out a little before or after the sink's clock reaches
-//            them; how much is found once, before anything else plays: a click is played and the server is asked when
-//            it will be heard. Its place in the recording then tells the time of every sample, as the sink keeps the
-//            machine's time.
+// How        The sink's monitor is recorded. It hands samples out a little before or after the sink's clock
+//            reaches them; how much is found once, before anything else plays: a click is played and the
+//            server is asked when it will be heard. Its place in the recording then tells the time of every
+//            sample, as the sink keeps the machine's time.
 // Units      seconds of Now(); samples of full scale 1.
 // Threads    one of its own; the operations from any.
 // Errors     no sound server, or a click that is not found, ends the program.
