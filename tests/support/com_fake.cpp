@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <map>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
-
-#include "player/graph/com.h"
-#include "player/graph/media_ids.h"
 
 namespace vistrame::test {
 
@@ -21,21 +19,26 @@ std::string Text(IUnknown* object) {
 }
 
 std::string Text(const AM_MEDIA_TYPE* type) {
-    static const std::vector<std::pair<ClassId, std::string>> names = {{kNullId, "none"},
-                                                                       {kVideoType, "video"},
-                                                                       {kAudioType, "audio"},
-                                                                       {kMpeg2Video, "MPEG2"},
-                                                                       {kMpegAudio, "MPEG"},
-                                                                       {kAc3Audio, "AC3"},
-                                                                       {kLatmAacAudio, "LATM"},
-                                                                       {kEac3Audio, "EAC3"},
-                                                                       {kMpeg2VideoFormat, "MPEG2VIDEOINFO"},
-                                                                       {kWaveFormat, "WAVEFORMATEX"}};
+    // Spelt out here, so that the player's own constants are checked by whoever compares lines.
+    static const std::map<std::wstring, std::string> names = {
+        {L"{00000000-0000-0000-0000-000000000000}", "none"},
+        {L"{73646976-0000-0010-8000-00AA00389B71}", "video"},
+        {L"{73647561-0000-0010-8000-00AA00389B71}", "audio"},
+        {L"{E06D8026-DB46-11CF-B4D1-00805F6CBBEA}", "MPEG2"},
+        {L"{E06D802B-DB46-11CF-B4D1-00805F6CBBEA}", "MPEG"},
+        {L"{E06D802C-DB46-11CF-B4D1-00805F6CBBEA}", "AC3"},
+        {L"{00001602-0000-0010-8000-00AA00389B71}", "LATM"},
+        {L"{A7FB87AF-2D02-42FB-A4D4-05CD93843BDD}", "EAC3"},
+        {L"{E06D80E3-DB46-11CF-B4D1-00805F6CBBEA}", "MPEG2VIDEOINFO"},
+        {L"{05589F81-C356-11CE-BF01-00AA0055595A}", "WAVEFORMATEX"}};
     const auto nameOf = [](const GUID& id) {
-        const auto found =
-            std::ranges::find_if(names, [&](const auto& known) { return ToGuid(known.first) == id; });
+        std::array<wchar_t, 39> text{};
+        (void)StringFromGUID2(id, text.data(), text.size());
+        const auto found = names.find(text.data());
+        const bool fourCc = std::wstring(text.data()).ends_with(L"-0000-0010-8000-00AA00389B71}");
         return found != names.end() ? found->second
-                                    : std::string(reinterpret_cast<const char*>(&id.Data1), 4); // a FourCC
+               : fourCc             ? std::string(reinterpret_cast<const char*>(&id.Data1), 4)
+                                    : Line("%ls", text.data());
     };
     if (type == nullptr) {
         return "no type";
