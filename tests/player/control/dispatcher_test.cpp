@@ -6,20 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "player/app/debug_log.h"
-#include "player/app/process_state.h"
-#include "contract/commands.h"
-#include "player/graph/audio_volume.h"
-#include "player/graph/player_graph.h"
 #include "player/control/osd_element.h"
-#include "player/control/stall_watchdog.h"
 #include "player/graph/overlay_surface.h"
+#include "tests/player/playing_window.h"
 #include "tests/support/files.h"
-#include "tests/support/messages.h"
-#include "tests/support/playback_fakes.h"
-#include "player/window/player_window.h"
 
 namespace vistrame {
 namespace {
@@ -36,38 +27,15 @@ int PlayerGraph::BuildGraph(HWND ownerWindow) {
 
 namespace {
 
-HWND Window() {
-    return ThePlayerWindow().Handle();
-}
-
-bool TimerRuns() { // also stops it
-    return KillTimer(Window(), TIMER_STALL_WATCH) != FALSE;
-}
-
-LRESULT Send(WPARAM code, LPARAM argument) {
-    return SendMessageA(Window(), ControlMessage, code, argument);
-}
-
-LRESULT Send(CommandCode code, std::uint32_t argument) {
-    return Send(static_cast<WPARAM>(code), static_cast<LPARAM>(argument));
-}
-
 constexpr int kPlatforms = 1;
 constexpr int kMakers = 2;
 
-class Dispatcher : public testing::Test, protected test::PlaybackFakes {
+class Dispatcher : public test::PlayingWindow {
 protected:
-    static void SetUpTestSuite() {
-        InstanceHandle = GetModuleHandleA(nullptr);
-        ControlMessage = RegisterWindowMessageA(kControlMessageName);
-        ThePlayerWindow().CreateAndAnnounce();
-        OpenDebugLog();
-    }
+    static void SetUpTestSuite() { OpenDebugLog(); }
 
-    Dispatcher() {
+    Dispatcher() : PlayingWindow(-6000) {
         Log();
-        volume.Use();
-        TargetVolume = -6000; // fades end at once
         buildGraph = [this](HWND owner) {
             const PlayerGraph& graph = ThePlayerGraph();
             EXPECT_EQ(owner, Window());
@@ -87,12 +55,11 @@ protected:
         };
     }
 
-    ~Dispatcher() override {
-        test::PumpFor(100); // for the last fade-in thread
-        ThePlayerGraph().ReleaseGraph();
-        ThePlayerGraph().korvixDemux.Reset();
-        SetAudioVolume(nullptr);
-        TimerRuns();
+    static LRESULT Send(WPARAM code, LPARAM argument) {
+        return SendMessageA(Window(), ControlMessage, code, argument);
+    }
+    static LRESULT Send(CommandCode code, std::uint32_t argument) {
+        return Send(static_cast<WPARAM>(code), static_cast<LPARAM>(argument));
     }
 
     int demultiplexers = kPlatforms; // of the next graph

@@ -3,52 +3,22 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "player/app/process_state.h"
 #include "player/app/settings.h"
-#include "player/graph/audio_volume.h"
-#include "player/graph/player_graph.h"
-#include "tests/support/messages.h"
-#include "tests/support/playback_fakes.h"
+#include "tests/player/playing_window.h"
 #include "tests/support/settings_key.h"
-#include "player/window/player_window.h"
 
 namespace vistrame {
 namespace {
 
 using test::Lines;
 
-HWND Window() {
-    return ThePlayerWindow().Handle();
-}
-
-bool TimerRuns() { // also stops it
-    return KillTimer(Window(), TIMER_STALL_WATCH) != FALSE;
-}
-
-class StallWatchdog : public testing::Test, protected test::PlaybackFakes {
+class StallWatchdog : public test::PlayingWindow {
 protected:
-    StallWatchdog() {
-        InstanceHandle = GetModuleHandleA(nullptr);
-        if (Window() == nullptr) {
-            ThePlayerWindow().CreateAndAnnounce();
-        }
+    StallWatchdog() : PlayingWindow(-5000) {
         control.during = [](const std::string& call) { EXPECT_FALSE(TimerRuns()) << "during " << call; };
         ThePlayerGraph().control = control.As<IMediaControl>();
         ThePlayerGraph().korvixDemux = demux.As<KorvixDemux>();
-        volume.Use();
-        TargetVolume = -5000; // the fade ends at once
-    }
-
-    ~StallWatchdog() override {
-        TimerRuns();
-        test::PumpFor(100); // for the last fade-in thread
-        ThePlayerGraph().control.Reset();
-        ThePlayerGraph().korvixDemux.Reset();
-        SetAudioVolume(nullptr);
     }
 
     LRESULT Tick(ULONG video, ULONG audio) {

@@ -1,23 +1,13 @@
 // The player window itself, in this process: creation, painting, menu, timers. What ends the process is
 // tested with the built player.
-#include "player/control/stall_watchdog.h"
 #include "player/window/player_window.h"
 
 #include <array>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "player/app/launch_fields.h"
-#include "player/app/process_state.h"
-#include "player/graph/com.h"
-#include "player/graph/player_graph.h"
 #include "player/graph/overlay_surface.h"
+#include "tests/player/playing_window.h"
 #include "tests/support/message_boxes.h"
-#include "tests/support/messages.h"
-#include "tests/support/playback_fakes.h"
-#include "contract/commands.h"
 
 namespace vistrame {
 namespace {
@@ -28,25 +18,10 @@ constexpr std::array kColours = {RGB(255, 255, 255), RGB(255, 255, 0), RGB(0, 25
                                  RGB(255, 0, 255),   RGB(255, 0, 0),   RGB(0, 0, 255)};
 constexpr COLORREF kBefore = RGB(1, 2, 3);
 
-// One window for all tests: it cannot be destroyed without ending the process.
-class PlayerWindowTest : public testing::Test {
+class PlayerWindowTest : public test::PlayingWindow {
 protected:
-    static void SetUpTestSuite() {
-        InstanceHandle = GetModuleHandleA(nullptr);
-        ControlMessage = RegisterWindowMessageA(kControlMessageName);
-        if (Window() == nullptr) {
-            ThePlayerWindow().CreateAndAnnounce();
-        }
-        test::PumpFor(50);
-    }
-
-    void TearDown() override {
-        StandAlone = true;
-        ThePlayerGraph().built = 0;
-        ThePlayerGraph().mixerBitmap.Reset();
-    }
-
-    static HWND Window() { return ThePlayerWindow().Handle(); }
+    PlayerWindowTest() : PlayingWindow(0) {}
+    ~PlayerWindowTest() override { StandAlone = true; }
 
     static void FillClient(COLORREF colour) {
         HDC context = GetDC(Window());
@@ -158,8 +133,6 @@ TEST_F(PlayerWindowTest, WithAGraphOrAParentNothingIsPainted) {
 }
 
 TEST_F(PlayerWindowTest, PaintAndRefreshTimerRedrawTheOverlay) {
-    test::Journal journal;
-    test::FakeMixer mixer(journal);
     ASSERT_EQ(SetUpOverlaySurface(Window()), 1);
     ThePlayerGraph().mixerBitmap = mixer.As<IVMRMixerBitmap9>();
     for (const bool standAlone : {true, false}) {
@@ -172,8 +145,6 @@ TEST_F(PlayerWindowTest, PaintAndRefreshTimerRedrawTheOverlay) {
 }
 
 TEST_F(PlayerWindowTest, TheVideoFollowsTheClientArea) {
-    test::Journal journal;
-    test::FakeObject video(journal, "video");
     video.Offer<IVideoWindow>().Records<&IVideoWindow::SetWindowPosition>();
     ThePlayerGraph().videoWindow = video.As<IVideoWindow>();
     const RECT client = Client();
