@@ -1,6 +1,8 @@
 #include "tests/support/child_process.h"
 
 #include <array>
+#include <numeric>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -8,8 +10,15 @@
 
 namespace vistrame::test {
 
-ChildProcess::ChildProcess(std::string commandLine, const std::string& folder) {
-    STARTUPINFOA startup{};
+ChildProcess::ChildProcess(const std::string& commandLine, const std::string& folder)
+    : ChildProcess(std::accumulate(commandLine.begin(), commandLine.end(), std::wstring(),
+                                   [](std::wstring line, unsigned char letter) {
+                                       return std::move(line += wchar_t{letter});
+                                   }),
+                   folder) {}
+
+ChildProcess::ChildProcess(std::wstring commandLine, const std::string& folder) {
+    STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     if (!folder.empty()) {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
@@ -21,23 +30,11 @@ ChildProcess::ChildProcess(std::string commandLine, const std::string& folder) {
         }
     }
     PROCESS_INFORMATION started{};
-    EXPECT_TRUE(CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, !folder.empty(), 0, nullptr,
-                               nullptr, &startup, &started))
-        << commandLine;
+    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, !folder.empty(), 0, nullptr,
+                               nullptr, &startup, &started));
     for (HANDLE handle : {startup.hStdOutput, startup.hStdError, started.hThread}) {
         CloseHandle(handle);
     }
-    process_ = started.hProcess;
-    id_ = started.dwProcessId;
-}
-
-ChildProcess::ChildProcess(std::wstring commandLine) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started{};
-    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                               &startup, &started));
-    CloseHandle(started.hThread);
     process_ = started.hProcess;
     id_ = started.dwProcessId;
 }

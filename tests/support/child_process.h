@@ -15,8 +15,8 @@ class ChildProcess {
 public:
     // `commandLine` as CreateProcess takes it, the quoted program first. With `folder` the standard outputs
     // go to its files "output" and "error".
-    explicit ChildProcess(std::string commandLine, const std::string& folder = "");
-    explicit ChildProcess(std::wstring commandLine);
+    explicit ChildProcess(const std::string& commandLine, const std::string& folder = ""); // Latin-1
+    explicit ChildProcess(std::wstring commandLine, const std::string& folder = "");
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();
