@@ -12,8 +12,8 @@ namespace vistrame {
 
 // What a sample says besides its bytes.
 struct SampleAttributes {
-    std::optional<REFERENCE_TIME> start;
-    std::optional<REFERENCE_TIME> stop; // only with a start
+    std::optional<REFERENCE_TIME> start = std::nullopt;
+    std::optional<REFERENCE_TIME> stop = std::nullopt; // only with a start
     bool syncPoint = false;
     bool discontinuity = false; // does not continue the sample before
     bool preroll = false;
