@@ -5,6 +5,7 @@
 #include "filters/base/base_pin.h"
 #include "filters/base/enumerators.h"
 #include "filters/base/guarded.h"
+#include "filters/base/reference_time.h"
 
 namespace vistrame {
 
@@ -36,6 +37,12 @@ bool BaseFilter::StreamTime(REFERENCE_TIME* now) const {
     }
     *now -= streamStart_;
     return true;
+}
+
+TraceLine& operator<<(TraceLine& line, const BaseFilter& filter) {
+    const std::lock_guard lock(filter.leafLock_);
+    return filter.name_.empty() ? line << "filter " << Hex{static_cast<std::uint32_t>(filter.classId_.Data1)}
+                                : line << std::wstring_view(filter.name_);
 }
 
 void BaseFilter::NotifyGraph(long event, LONG_PTR first, LONG_PTR second) {
@@ -81,6 +88,7 @@ HRESULT BaseFilter::Stop() {
         }
         { const std::lock_guard streaming(streamLock_); } // whoever is still passing through leaves now
         Stopped();
+        Trace(*this, ": stopped");
         return S_OK;
     });
 }
@@ -91,19 +99,23 @@ HRESULT BaseFilter::Pause() {
         if (state_ == State_Running) {
             state_ = State_Paused;
             Pausing();
+            Trace(*this, ": paused");
             return S_OK;
         }
         if (state_ == State_Paused) {
             return S_OK;
         }
         if (const HRESULT result = Guarded([&] { return Starting(); }); FAILED(result)) {
+            Trace(*this, ": cannot start, result ", HexOf(result));
             return result;
         }
         if (const HRESULT result = ActivatePins(); FAILED(result)) {
             Stopped();
+            Trace(*this, ": a pin cannot start, result ", HexOf(result));
             return result;
         }
         state_ = State_Paused;
+        Trace(*this, ": paused, was stopped");
         return S_OK;
     });
 }
@@ -120,6 +132,7 @@ HRESULT BaseFilter::Run(REFERENCE_TIME start) {
         streamStart_ = start;
         state_ = State_Running;
         Running(start);
+        Trace(*this, ": running, stream time 0 is ", MillisecondsFromReference(start), " ms of the clock");
         return S_OK;
     });
 }

@@ -10,6 +10,7 @@
 #include <dshow.h>
 
 #include "filters/base/com_object.h"
+#include "filters/base/trace.h"
 
 namespace vistrame {
 
@@ -51,6 +52,8 @@ public:
     // Sends an event (EC_...) to the graph; dropped outside a graph.
     void NotifyGraph(long event, LONG_PTR first, LONG_PTR second);
     ComPtr<IFilterGraph> Graph() const;
+    // By the name it has in its graph.
+    friend TraceLine& operator<<(TraceLine& line, const BaseFilter& filter);
 
     // IPersist
     HRESULT STDMETHODCALLTYPE GetClassID(CLSID* classId) override;

@@ -24,6 +24,10 @@ HRESULT PinIdentity::QueryInterface(REFIID iid, void** object) {
 BasePin::BasePin(BaseFilter& filter, PIN_DIRECTION direction, std::wstring name)
     : WithInterfaces(filter), direction_(direction), name_(std::move(name)) {}
 
+TraceLine& operator<<(TraceLine& line, const BasePin& pin) {
+    return line << pin.Filter() << "/" << std::wstring_view(pin.Name());
+}
+
 ComPtr<IPin> BasePin::Peer() const {
     const std::lock_guard lock(leafLock_);
     return peer_;
@@ -64,8 +68,13 @@ void BasePin::SetConnection(IPin* peer, const MediaType& type) {
 void BasePin::SetType(const MediaType& type) {
     {
         MediaType copy(type);
-        const std::lock_guard lock(leafLock_);
-        std::swap(type_, copy);
+        {
+            const std::lock_guard lock(leafLock_);
+            std::swap(type_, copy);
+        }
+        if (kTraceOn && copy != type) { // some renderers repeat theirs on every buffer
+            Trace(*this, ": changes to ", type, ", was ", copy);
+        }
     }
     TypeAgreed(type);
 }
@@ -89,6 +98,7 @@ HRESULT BasePin::Disconnect() {
         }
         Disconnected();
         ClearConnection();
+        Trace(*this, ": disconnected");
         return S_OK;
     });
 }

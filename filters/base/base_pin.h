@@ -98,4 +98,7 @@ private:
     MediaType type_;
 };
 
+// Filter and pin by name.
+TraceLine& operator<<(TraceLine& line, const BasePin& pin);
+
 } // namespace vistrame

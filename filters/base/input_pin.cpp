@@ -60,6 +60,8 @@ HRESULT InputPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
         if (FAILED(result)) {
             Disconnected();
             ClearConnection();
+        } else {
+            Trace(*this, ": connected, ", offered);
         }
         return result;
     });
@@ -76,6 +78,7 @@ HRESULT InputPin::EndOfStream() {
             return S_FALSE;
         }
         ended_ = true;
+        Trace(*this, ": end of stream");
         return OnEndOfStream();
     });
 }
@@ -84,6 +87,7 @@ HRESULT InputPin::BeginFlush() {
     return Guarded([&] {
         const std::lock_guard lock(filter_.FilterLock());
         flushing_ = true;
+        Trace(*this, ": flush begins");
         return OnBeginFlush();
     });
 }
@@ -95,6 +99,7 @@ HRESULT InputPin::EndFlush() {
         const HRESULT result = Guarded([&] { return OnEndFlush(); }); // data passes again whatever it says
         ended_ = false;
         flushing_ = false;
+        Trace(*this, ": flush ends");
         return result;
     });
 }
@@ -169,6 +174,7 @@ HRESULT InputPin::Receive(IMediaSample* sample) {
             return typed; // this sample is lost, not the connection
         }
         if (FAILED(typed)) {
+            Trace(*this, ": a sample brings a type that is not taken");
             filter_.NotifyGraph(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
             return VFW_E_INVALIDMEDIATYPE;
         }

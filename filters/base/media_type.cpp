@@ -1,10 +1,14 @@
 #include "filters/base/media_type.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include <dvdmedia.h>
 #include <uuids.h>
+
+#include "filters/base/subtypes.h"
 
 namespace vistrame {
 
@@ -104,6 +108,60 @@ void MediaType::FreeTaskCopy(AM_MEDIA_TYPE* type) {
 
 void MediaType::Swap(MediaType& other) noexcept {
     std::swap(type_, other.type_);
+}
+
+namespace {
+
+struct NamedGuid {
+    const GUID& id;
+    std::string_view name;
+};
+const NamedGuid kNames[] = {
+    {GUID_NULL, "any"},
+    {MEDIATYPE_Video, "video"},
+    {MEDIATYPE_Audio, "audio"},
+    {MEDIATYPE_Stream, "stream"},
+    {MEDIASUBTYPE_MPEG2_TRANSPORT, "MPEG-2 TS"},
+    {MEDIASUBTYPE_MPEG2_VIDEO, "MPEG-2"},
+    {MEDIASUBTYPE_MPEG2_AUDIO, "MPEG"},
+    {MEDIASUBTYPE_DOLBY_AC3, "AC-3"},
+    {kDolbyDigitalPlus, "E-AC-3"},
+    {MEDIASUBTYPE_PCM, "PCM"},
+    {MEDIASUBTYPE_RGB32, "RGB32"},
+    {MEDIASUBTYPE_ARGB32, "ARGB32"},
+    {MEDIASUBTYPE_RGB24, "RGB24"},
+};
+
+// By name, as a FourCC, or else its first number.
+TraceLine& operator<<(TraceLine& line, const GUID& id) noexcept {
+    for (const NamedGuid& named : kNames) {
+        if (named.id == id) {
+            return line << named.name;
+        }
+    }
+    char letters[4];
+    std::memcpy(letters, &id.Data1, sizeof(letters));
+    const std::string_view fourCc(letters, sizeof(letters));
+    const bool printable = std::ranges::all_of(fourCc, [](char c) { return c > ' ' && c < 0x7F; });
+    return printable && id == NumberedSubtype(id.Data1) ? line << fourCc
+                                                        : line << Hex{static_cast<std::uint32_t>(id.Data1)};
+}
+
+} // namespace
+
+TraceLine& operator<<(TraceLine& line, const MediaType& type) noexcept {
+    line << type->majortype << " " << type->subtype;
+    if (const auto* sound = type.FormatAs<WAVEFORMATEX>(FORMAT_WaveFormatEx)) {
+        return line << " " << sound->nSamplesPerSec << " Hz x" << sound->nChannels;
+    }
+    const auto* plain = type.FormatAs<VIDEOINFOHEADER>(FORMAT_VideoInfo);
+    const auto* full = type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
+    full = full != nullptr ? full : type.FormatAs<VIDEOINFOHEADER2>(FORMAT_MPEG2Video); // begins with one
+    if (plain == nullptr && full == nullptr) {
+        return line;
+    }
+    const BITMAPINFOHEADER& bitmap = full != nullptr ? full->bmiHeader : plain->bmiHeader;
+    return line << " " << bitmap.biWidth << "x" << bitmap.biHeight;
 }
 
 } // namespace vistrame

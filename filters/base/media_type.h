@@ -6,6 +6,8 @@
 #include <windows.h>
 #include <dshow.h>
 
+#include "filters/base/trace.h"
+
 namespace vistrame {
 
 // An AM_MEDIA_TYPE that owns its format block.
@@ -66,5 +68,8 @@ private:
 
     AM_MEDIA_TYPE type_;
 };
+
+// In short: kind, coding or layout, size or rate.
+TraceLine& operator<<(TraceLine& line, const MediaType& type) noexcept;
 
 } // namespace vistrame

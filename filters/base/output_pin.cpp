@@ -112,6 +112,9 @@ HRESULT OutputPin::TryType(IPin* peer, const MediaType& type) {
         }
         Disconnected();
         ClearConnection();
+        Trace(*this, ": not connected as ", type, ", result ", HexOf(result));
+    } else {
+        Trace(*this, ": connected, ", type, ", buffers of ", bufferBytes_, " bytes");
     }
     return result;
 }
@@ -293,6 +296,7 @@ HRESULT OutputPin::ChangeType(const MediaType& type, long bufferBytes) {
         // Only a peer that reconnects can take a type it does not accept as it stands, or larger pictures.
         const HRESULT result = peer->ReceiveConnection(this, &type.Get());
         if (FAILED(result) && !accepted) {
+            Trace(*this, ": the peer refuses to change to ", type, ", result ", HexOf(result));
             return result;
         }
     }

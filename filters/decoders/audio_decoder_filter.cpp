@@ -80,6 +80,7 @@ void AudioDecoderFilter::InputTypeAgreed(const MediaType& type) {
     if (coding != coding_) {
         decoder_ = MakeAudioDecoder(coding, *this);
         coding_ = coding;
+        Trace(*this, ": decodes ", CodingName(coding), decoder_ == nullptr ? ", which it cannot" : "");
     }
     if (decoder_ != nullptr) {
         decoder_->SetFormat(format_);
@@ -141,9 +142,16 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
     const bool running = StreamTime(&now);
     const SoundPlacement::Placement place =
         placement_.Place(count, format_.rate, time, running ? std::optional(now) : std::nullopt);
+    leftOut_ += place.skipped;
     if (place.skipped == count) {
         return;
     }
+    if (kTraceOn && (leftOut_ > 0 || place.silence > 0 || place.discontinuity)) {
+        Trace(*this, ": sound at ", MillisecondsFromReference(place.start), " ms; frames left out ", leftOut_,
+              ", silent ", place.silence, place.discontinuity ? "; discontinuity" : "",
+              place.flush ? ", renderer flushed" : "");
+    }
+    leftOut_ = 0;
     if (place.flush) {
         (void)Output().DeliverBeginFlush(); // a renderer that cannot is late at worst
         (void)Output().DeliverEndFlush();

@@ -47,6 +47,7 @@ private:
     SoundFormat format_;
     SoundPlacement placement_;
     bool discontinuity_ = true;
+    std::int64_t leftOut_ = 0;          // frames before the next that is played; for the trace
     std::atomic<bool> resumed_ = false; // told by the state change, taken by the streaming thread
 };
 

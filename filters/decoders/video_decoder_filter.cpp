@@ -35,6 +35,7 @@ void VideoDecoderFilter::InputTypeAgreed(const MediaType& type) {
     if (coding != coding_) {
         decoder_ = MakeVideoDecoder(coding, pictures_);
         coding_ = coding;
+        Trace(*this, ": decodes ", CodingName(coding), decoder_ == nullptr ? ", which it cannot" : "");
     }
 }
 

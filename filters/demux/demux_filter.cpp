@@ -112,6 +112,7 @@ void DemuxFilter::AddRoute(const Route& route) {
     const bool first = std::ranges::find(routes_, route.pin, &Route::pin) == routes_.end();
     std::erase_if(routes_, [&](const Route& old) { return old.pid == route.pid && old.pin == route.pin; });
     routes_.push_back(route);
+    Trace(*route.pin, ": PID ", Hex{route.pid}, " selected");
     if (first) {
         route.pin->Restart();
     }
@@ -126,6 +127,7 @@ bool DemuxFilter::RemoveRoute(Pid pid, const StreamPin& pin) {
     const auto removed =
         std::erase_if(routes_, [&](const Route& route) { return route.pid == pid && route.pin == &pin; });
     if (removed != 0) {
+        Trace(pin, ": PID ", Hex{pid}, " no longer selected");
         ApplyRoutes(pid);
     }
     return removed != 0;
@@ -165,6 +167,28 @@ void DemuxFilter::Pausing() {
 
 void DemuxFilter::Stopped() {
     timing_.Stop();
+    if (kTraceOn) {
+        TraceCounters();
+    }
+}
+
+void DemuxFilter::TraceCounters() const {
+    const std::lock_guard streaming(StreamLock());
+    Trace(*this, ": ", core_.Packets(), " packets, ", core_.DroppedBytes(), " bytes outside of them");
+    for (const Route& route : routes_) {
+        const StreamCounters counters = core_.Counters(route.pid);
+        Trace(*route.pin, ": PID ", Hex{route.pid}, ": ", counters.packets, " packets, ", counters.units,
+              " units, ", counters.randomAccessPoints,
+              " random-access points; errors: ", counters.continuityErrors, " continuity, ",
+              counters.transportErrors, " transport, ", counters.scrambled, " scrambled");
+    }
+}
+
+void DemuxFilter::OnProgrammes() {
+    for (const Programme& programme : core_.Programmes().Programmes()) {
+        Trace(*this, ": programme ", programme.number, ", PMT on PID ", Hex{programme.pmtPid},
+              ", clock on PID ", Hex{programme.pcrPid}, ", ", programme.streams.size(), " streams");
+    }
 }
 
 void DemuxFilter::OnUnit(const StreamUnit& unit) {
@@ -187,6 +211,10 @@ void DemuxFilter::OnUnit(const StreamUnit& unit) {
 
 void DemuxFilter::OnClock(const ClockReference& clock) {
     const std::int64_t pcr = ReferenceFromPcr(clock.timeline);
+    if (clock.jump) {
+        Trace(*this, ": clock on PID ", Hex{clock.pid}, " begins segment ", clock.segment, " at ",
+              MillisecondsFromReference(pcr), " ms");
+    }
     clock_.PcrArrived(pcr);
     if (const std::optional<REFERENCE_TIME> now = Now()) {
         timing_.ClockArrived(pcr, *now, clock.jump);

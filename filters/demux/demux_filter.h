@@ -63,6 +63,8 @@ private:
 
     void OnUnit(const StreamUnit& unit) override;
     void OnClock(const ClockReference& clock) override;
+    void OnProgrammes() override;
+    void TraceCounters() const;
     template <class Call>
     void ForEachStreamPin(Call call) const;
     // Selects the PID in the core as the routes want it, and tells the timing what to wait for. Stream lock.

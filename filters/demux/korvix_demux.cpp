@@ -35,6 +35,7 @@ KorvixDemuxFilter::~KorvixDemuxFilter() {
 
 HRESULT KorvixDemuxFilter::SetAudioType(ULONG audioType) {
     return Guarded([&] {
+        Trace(*audio_.pin, ": AudioType ", audioType);
         audio_.pin->OfferTypes(AudioPinTypes(audioType));
         return S_OK;
     });
@@ -42,6 +43,7 @@ HRESULT KorvixDemuxFilter::SetAudioType(ULONG audioType) {
 
 HRESULT KorvixDemuxFilter::SetVideoType(ULONG videoType) {
     return Guarded([&] {
+        Trace(*video_.pin, ": VideoType ", videoType);
         video_.pin->OfferTypes(VideoPinTypes(videoType));
         return S_OK;
     });
@@ -121,6 +123,7 @@ HRESULT KorvixDemuxFilter::AttachOsd(OsdSourceControl* osd) {
     return Guarded([&] {
         const std::lock_guard attaching(attachLock_);
         StopStatusThread();
+        Trace(*this, osd != nullptr ? ": display attached" : ": no display");
         if (osd != nullptr) {
             statusThread_.Start([this, keep = ComPtr<OsdSourceControl>(osd)] { ShowStatus(keep); });
         }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "filters/base/trace.h"
+
 namespace vistrame {
 
 void LiveTiming::Start() {
@@ -78,8 +80,14 @@ void LiveTiming::TrySettled(std::int64_t now) {
     }
     if (offset_) {
         settlingSince_.reset();
-        ++rebases_;
+        TraceOffset("settled");
     }
+}
+
+void LiveTiming::TraceOffset(const char* why) {
+    ++offsetsChosen_;
+    Trace("timing: ", why, ", offset ", MillisecondsFromReference(*offset_), " ms (no. ", offsetsChosen_,
+          ")");
 }
 
 void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
@@ -93,6 +101,7 @@ void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
     }
     windowStart_.reset();
     if (windowLead_ > kLatency + kEarly) {
+        Trace("timing: the source ran ahead, settles anew");
         Settle(now);
     } else if (windowLead_ > kLatency + kComfort) {
         *offset_ -= kSlew;
@@ -109,11 +118,13 @@ void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t n
     if (offset_) {
         const std::int64_t lead = decodeTime + *offset_ - now;
         if (lead < kLatency - kGap) {
+            Trace("timing: stream ", stream, " came ", MillisecondsFromReference(kLatency - lead),
+                  " ms late, settles anew");
             Settle(now);
         } else if (lead < kMinimumLead) {
             offset_ = candidate;
             windowStart_.reset();
-            ++rebases_;
+            TraceOffset("little time left, moved");
         } else {
             Watch(lead, now);
         }
@@ -138,6 +149,7 @@ void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now, bool jump) {
         delay_ = delay;
     } else if (jump && std::abs(off) > kSeam) {
         *offset_ -= off;
+        TraceOffset("corrected behind a jump of the clock");
     } else {
         *delay_ += off / kSmoothing;
     }
@@ -178,11 +190,6 @@ std::optional<std::int64_t> LiveTiming::AwaitOffset(const std::function<std::opt
 std::optional<std::int64_t> LiveTiming::Delay() const {
     const std::lock_guard lock(lock_);
     return delay_;
-}
-
-unsigned LiveTiming::Rebases() const {
-    const std::lock_guard lock(lock_);
-    return rebases_;
 }
 
 } // namespace vistrame

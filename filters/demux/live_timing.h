@@ -71,8 +71,6 @@ public:
     void WakeWaiting();
     // How long after its PCR a moment of the stream is shown.
     std::optional<std::int64_t> Delay() const;
-    // How often the offset has been chosen or moved at once.
-    unsigned Rebases() const;
 
 private:
     struct Stream {
@@ -87,6 +85,7 @@ private:
     void TrySettled(std::int64_t now);
     void Watch(std::int64_t lead, std::int64_t now);
     void Changed();
+    void TraceOffset(const char* why);
     std::chrono::milliseconds UntilSettled(std::int64_t now) const;
 
     mutable std::mutex lock_; // guards what follows
@@ -99,7 +98,7 @@ private:
     std::optional<std::int64_t> windowStart_;
     std::int64_t windowLead_ = 0;       // smallest of the window
     std::optional<std::int64_t> delay_; // smoothed over a few PCRs
-    unsigned rebases_ = 0;
+    unsigned offsetsChosen_ = 0;        // or moved at once; for the trace
 };
 
 } // namespace vistrame

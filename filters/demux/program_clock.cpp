@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "filters/base/trace.h"
+
 namespace vistrame {
 
 ProgramClock::ProgramClock(TimeSource systemTime)
@@ -17,11 +19,6 @@ REFERENCE_TIME ProgramClock::NowLocked() {
 REFERENCE_TIME ProgramClock::Now() {
     const std::lock_guard lock(lock_);
     return NowLocked();
-}
-
-double ProgramClock::Rate() const {
-    const std::lock_guard lock(lock_);
-    return rate_;
 }
 
 void ProgramClock::SetRate(double rate, REFERENCE_TIME now) {
@@ -41,6 +38,8 @@ void ProgramClock::PcrArrived(REFERENCE_TIME pcr) {
     const REFERENCE_TIME now = NowLocked();
     const REFERENCE_TIME ahead = pcrStart_ ? (pcr - *pcrStart_) - (now - timeStart_) : 0;
     if (!pcrStart_ || std::llabs(ahead) > kJump) {
+        Trace("clock: measures from here, PCR ", MillisecondsFromReference(ahead), " ms off, rate ",
+              std::llround((rate_ - 1) * 1e6), " ppm");
         pcrStart_ = pcr;
         timeStart_ = now;
         windowStart_.reset();

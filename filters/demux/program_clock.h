@@ -35,8 +35,6 @@ public:
     // The next PCR has no relation to the last one.
     void Restart();
 
-    double Rate() const;
-
 private:
     REFERENCE_TIME NowLocked();
     void SetRate(double rate, REFERENCE_TIME now);

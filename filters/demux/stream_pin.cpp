@@ -88,7 +88,12 @@ void StreamPin::Deactivate() {
     queue_.Close();
     owner_.Timing().WakeWaiting();
     OutputPin::Deactivate(); // frees the worker from waiting for a buffer
+    const bool worked = worker_.IsStarted();
     worker_.Join();
+    if (worked) {
+        Trace(*this, ": dropped ", queue_.Dropped(), " units of a full queue or late, ", dropped_.load(),
+              " outside it");
+    }
 }
 
 void StreamPin::SetRunning(bool running) {
@@ -198,7 +203,11 @@ void StreamPin::Handle(const QueuedUnit& unit) {
     } else if (!unit.data.empty()) {
         const SampleAttributes attributes{
             .start = time, .syncPoint = unit.randomAccess, .discontinuity = unit.discontinuity || broken_};
-        broken_ = Send(unit.data, attributes) != S_OK;
+        const bool refused = Send(unit.data, attributes) != S_OK;
+        if (refused && !broken_) {
+            Trace(*this, ": refused downstream");
+        }
+        broken_ = refused;
     }
 }
 
@@ -222,9 +231,13 @@ StreamPin::Verdict StreamPin::Schedule(const QueuedUnit& unit, std::optional<REF
     const REFERENCE_TIME due = *unit.pts + *offset;
     const REFERENCE_TIME late = *now - due;
     if (video && late > kLatePicture && queue_.SkipToRandomAccess(*now - *offset + LiveTiming::kLatency)) {
+        Trace(*this, ": ", MillisecondsFromReference(late), " ms late, goes on at a random-access picture");
         return Verdict::kDrop;
     }
     if (!video && late > kLateSound) {
+        if (!broken_) { // the first of them
+            Trace(*this, ": sound ", MillisecondsFromReference(late), " ms late is dropped");
+        }
         return Verdict::kDrop;
     }
     if (-late < kFarAhead) {

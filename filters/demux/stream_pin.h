@@ -56,9 +56,6 @@ public:
 
     // No unit where decoding can begin has come since the pin started.
     bool AwaitsRandomAccess() const { return queue_.AwaitsRandomAccess(); }
-    // Units that were skipped or dropped since the pin became active.
-    std::uint64_t Dropped() const { return queue_.Dropped() + dropped_; }
-
     HRESULT Activate() override;
     void Deactivate() override;
     HRESULT CheckMediaType(const MediaType& type) override;
@@ -86,7 +83,7 @@ private:
     std::mutex deliveryLock_; // held while a unit goes downstream, so that the end of a flush can wait for it
     std::atomic<Coding> coding_ = Coding::kOther;
     std::atomic<bool> showAtOnce_ = true;    // the next picture is the first of a start
-    std::atomic<std::uint64_t> dropped_ = 0; // outside the queue: too late, or no memory
+    std::atomic<std::uint64_t> dropped_ = 0; // outside the queue: too late, or no memory; for the trace
     bool lost_ = false;                      // stream lock: the next unit does not continue
     bool broken_ = false;                    // worker: the next sample does not continue
 

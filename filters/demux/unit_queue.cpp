@@ -4,6 +4,8 @@
 #include <chrono>
 #include <utility>
 
+#include "filters/base/trace.h"
+
 namespace vistrame {
 
 void UnitQueue::Open() {
@@ -57,6 +59,7 @@ void UnitQueue::DropOldest() {
     if (units_.empty()) {
         Await();
     }
+    Trace("queue: full, ", dropped_, " units dropped so far");
 }
 
 void UnitQueue::Await() {
@@ -71,7 +74,11 @@ bool UnitQueue::PatienceEnds() {
     }
     const auto now = std::chrono::steady_clock::now();
     refusedSince_ = refusedSince_.value_or(now);
-    return now - *refusedSince_ >= kPatience;
+    const bool ends = now - *refusedSince_ >= kPatience;
+    if (ends) {
+        Trace("queue: begins without a place where decoding can begin");
+    }
+    return ends;
 }
 
 void UnitQueue::Push(QueuedUnit unit) {

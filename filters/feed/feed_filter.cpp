@@ -1,6 +1,5 @@
 #include "filters/feed/feed_filter.h"
 
-#include <algorithm>
 #include <span>
 #include <utility>
 
@@ -75,8 +74,13 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
             missing_ = true;
             return S_OK;
         }
-        missing_ = FAILED(Guarded([&] { return Keep({data, length}); }));
-        droppedBytes_ += missing_ ? length : 0;
+        const bool dropped = FAILED(Guarded([&] { return Keep({data, length}); }));
+        droppedBytes_ += dropped ? length : 0;
+        if (dropped != dropping_) {
+            Trace(*this, dropped ? ": drops, no room; so far " : ": takes data again; dropped so far ",
+                  droppedBytes_.load(), " bytes");
+        }
+        missing_ = dropping_ = dropped;
         return S_OK;
     });
 }
@@ -111,6 +115,9 @@ void FeedFilter::Start() {
             missing_ = !queue_.TryPush(std::move(early.block), bytes) || missing_;
         }
     }
+    if (!started_) {
+        Trace(*this, ": first start, ", earlyBytes_, " bytes came before");
+    }
     early_.clear();
     started_ = true;
 }
@@ -120,12 +127,13 @@ HRESULT FeedFilter::SendDiscontinuity() {
         const std::lock_guard lock(pushLock_);
         KeptStreamOfProcess().Forget();
         missing_ = true;
+        Trace(*this, ": discontinuity announced");
         return S_OK;
     });
 }
 
 HRESULT FeedFilter::SetPids2(ULONG value) {
-    pids2_ = static_cast<std::uint16_t>(value);
+    Trace(*this, ": SetPids2 ", Hex{static_cast<std::uint32_t>(value)}); // nothing here depends on it
     return S_OK;
 }
 
@@ -134,7 +142,11 @@ HRESULT FeedFilter::SetMode(ULONG /*mode*/, ULONG /*option*/) {
 }
 
 void FeedFilter::Send(const Block& block) {
-    failed_ = pin_.Send(block.bytes, {.discontinuity = block.discontinuity || failed_}) != S_OK;
+    const bool failed = pin_.Send(block.bytes, {.discontinuity = block.discontinuity || failed_}) != S_OK;
+    if (failed != failed_) {
+        Trace(pin_, failed ? ": refused downstream" : ": taken downstream again");
+    }
+    failed_ = failed;
 }
 
 } // namespace vistrame

@@ -53,7 +53,6 @@ public:
 
     // Bytes dropped because the queue was full, since the filter was made.
     std::uint64_t DroppedBytes() const { return droppedBytes_; }
-    std::uint16_t Pids2() const { return pids2_; }
 
 protected:
     ClockEngine& Engine() override { return clock_; }
@@ -83,12 +82,12 @@ private:
     std::mutex pushLock_;
     std::deque<EarlyBlock> early_; // until started_
     std::size_t earlyBytes_ = 0;
-    bool started_ = false; // has been active once
-    bool unkept_ = true;   // nothing of ours is in the kept stream yet
-    bool missing_ = true;  // the next block does not continue what went before
-    bool failed_ = false;  // worker only: a sample was refused, the next does not continue
+    bool started_ = false;  // has been active once
+    bool unkept_ = true;    // nothing of ours is in the kept stream yet
+    bool dropping_ = false; // the last data found no room
+    bool missing_ = true;   // the next block does not continue what went before
+    bool failed_ = false;   // worker only: a sample was refused, the next does not continue
     std::atomic<std::uint64_t> droppedBytes_ = 0;
-    std::atomic<std::uint16_t> pids2_ = 0x1FFF; // none
     TsOutPin& pin_;
 };
 

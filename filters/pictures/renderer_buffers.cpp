@@ -21,7 +21,9 @@ bool RendererBuffers::Take(ComPtr<IMediaSample>* sample, BYTE** buffer, DWORD fl
 }
 
 bool RendererBuffers::ChangeType(const MediaType& type) {
-    return SUCCEEDED(TryType(type));
+    const HRESULT result = TryType(type);
+    Trace(pin_, ": renderer asked for ", type, ", result ", HexOf(result));
+    return SUCCEEDED(result);
 }
 
 bool RendererBuffers::Reconnect(const MediaType& type) {
@@ -31,6 +33,7 @@ bool RendererBuffers::Reconnect(const MediaType& type) {
         (void)pin_.DeliverEndFlush();
         result = TryReconnect(type);
     }
+    Trace(pin_, ": renderer asked to reconnect as ", type, ", result ", HexOf(result));
     return SUCCEEDED(result);
 }
 

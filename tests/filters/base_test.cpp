@@ -35,6 +35,24 @@ struct Pair {
 
 } // namespace
 
+TEST(TraceLine, NamesWhatItIsGivenAndCutsWhatIsTooLong) {
+    MediaType sound(MEDIATYPE_Audio, MEDIASUBTYPE_DOLBY_AC3);
+    sound.SetFormat(FORMAT_WaveFormatEx, WAVEFORMATEX{WAVE_FORMAT_PCM, 2, 48'000, 192'000, 4, 16, 0});
+    VIDEOINFOHEADER2 header{};
+    header.bmiHeader.biWidth = 720;
+    header.bmiHeader.biHeight = 576;
+    MediaType picture(MEDIATYPE_Video, FourCcSubtype("H264"));
+    picture.SetFormat(FORMAT_VideoInfo2, header);
+    TraceLine line;
+    line << picture << ", " << sound << ", " << L"\u00FC" << -5 << " " << HexOf(E_OUTOFMEMORY);
+    EXPECT_EQ(line.Text(), "video H264 720x576, audio AC-3 48000 Hz x2, ?-5 8007000e");
+    for (int i = 0; i < 10; ++i) {
+        line << MediaType() << std::string(100, 'x');
+    }
+    EXPECT_EQ(line.Text().size(), TraceLine::kLength);
+    line.Write(); // fits with its mark
+}
+
 TEST(Connecting, TriesTheGivenTypeThenTheSourcesThenTheSinks) {
     struct Row {
         const char* name;
