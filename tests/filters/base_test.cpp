@@ -1,7 +1,5 @@
 // The base library in the system's graph: negotiation, blocking, flushing, references. A type that changes in
 // mid-stream and a sink's own allocator are seen in the tests of the decoders.
-#include <thread>
-
 #include "tests/filters/filter_fakes.h"
 
 namespace vistrame::test {
@@ -86,29 +84,6 @@ TEST(Connecting, TriesTheGivenTypeThenTheSourcesThenTheSinks) {
         EXPECT_EQ(pair.sink->Input().IsConnected(), row.agreed.has_value());
         EXPECT_EQ(pair.source->Output().IsConnected(), row.agreed.has_value());
         EXPECT_TRUE(!row.agreed || pair.sink->Input().Type() == *row.agreed);
-    }
-}
-
-TEST(Streaming, ASinkThatBlocksBlocksTheSourceUntilStoppedOrFlushed) {
-    for (const bool flush : {false, true}) {
-        SCOPED_TRACE(flush);
-        Pair pair;
-        pair.Run();
-        pair.sink->Block(true);
-        std::atomic<bool> done = false;
-        std::thread sender([&] {
-            (void)pair.source->Send(Bytes{1});
-            done = true;
-        });
-        EXPECT_TRUE(pair.sink->AwaitReceive());
-        Sleep(kBlocked);
-        EXPECT_FALSE(done);
-        if (flush) {
-            EXPECT_EQ(pair.source->Output().DeliverBeginFlush(), S_OK);
-        } else {
-            pair.graph.Stop();
-        }
-        sender.join();
     }
 }
 

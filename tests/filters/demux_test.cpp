@@ -10,8 +10,8 @@ namespace vistrame::test {
 
 namespace {
 
-struct Demux : DemuxBench<Mpeg2Demultiplexer> {
-    Demux() : DemuxBench(L"MPEG-2 Stream") {
+struct Demux : DemuxFixture<Mpeg2Demultiplexer> {
+    Demux() : DemuxFixture(L"MPEG-2 Stream") {
         (void)Create(L"Video Out", MediaType(MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO));
         (void)Create(L"Audio Out", MediaType(MEDIATYPE_Audio, MEDIASUBTYPE_MPEG2_AUDIO));
         ConnectBoth();

@@ -1,6 +1,8 @@
 #include "tests/filters/filter_fakes.h"
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
 
 namespace vistrame::test {
 
@@ -201,6 +203,32 @@ SourceFilter::SourceFilter() : BaseFilter(kSourceClass), pin_(&AddPin(std::make_
 
 HRESULT SourceFilter::Send(ByteSpan data, std::optional<REFERENCE_TIME> time, bool discontinuity) {
     return pin_->Send(data, {.start = time, .discontinuity = discontinuity});
+}
+
+HRESULT Display::SetText(const char* text) {
+    onText();
+    const std::lock_guard lock(lock_);
+    texts_.emplace_back(text);
+    return S_OK;
+}
+
+std::vector<std::string> Display::Texts() const {
+    const std::lock_guard lock(lock_);
+    return texts_;
+}
+
+bool Display::AwaitAnother() const {
+    return WaitUntil([this, before = Texts().size()] { return Texts().size() > before; });
+}
+
+HMODULE LoadServer() {
+    std::array<wchar_t, MAX_PATH> self{};
+    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
+    std::filesystem::path folder(self.data());
+    while (folder.filename() != L"tests") {
+        folder = folder.parent_path();
+    }
+    return LoadLibraryW((folder.parent_path() / L"filters" / L"vistrame.ax").c_str());
 }
 
 TestGraph::TestGraph() {

@@ -18,6 +18,7 @@
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_time.h"
 #include "filters/base/subtypes.h"
+#include "contract/maker_interfaces.h"
 #include "transport/bytes.h"
 
 namespace vistrame::test {
@@ -131,6 +132,30 @@ private:
 
     OutputPin* pin_;
 };
+
+// Keeps the texts that it is to show.
+class Display final : public WithInterfaces<ComObject, OsdSourceControl> {
+public:
+    std::function<void()> onText = [] {}; // on the thread that sets it
+
+    HRESULT STDMETHODCALLTYPE SetSize(ULONG, ULONG, ULONG) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Reserved1() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reserved2() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetText(const char* text) override;
+
+    std::vector<std::string> Texts() const;
+    std::string Text() const { return Texts().empty() ? "" : Texts().back(); }
+    bool AwaitAnother() const;
+
+private:
+    ~Display() override = default;
+
+    mutable std::mutex lock_;
+    std::vector<std::string> texts_;
+};
+
+// The vistrame.ax of the build that this program is from, loaded once more.
+HMODULE LoadServer();
 
 // A filter graph with the filters a test adds. Its end checks that nothing keeps a filter alive.
 class TestGraph {

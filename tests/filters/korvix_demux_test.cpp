@@ -10,8 +10,8 @@ namespace vistrame::test {
 
 namespace {
 
-struct Korvix : DemuxBench<KorvixDemuxFilter> {
-    Korvix() : DemuxBench(L"TS In") {}
+struct Korvix : DemuxFixture<KorvixDemuxFilter> {
+    Korvix() : DemuxFixture(L"TS In") {}
     void Select() {
         const auto& recipe = programme.recipe;
         EXPECT_EQ(demux->SetPids(recipe.videoPid, recipe.audioPid, recipe.videoPid), S_OK);
@@ -21,27 +21,6 @@ struct Korvix : DemuxBench<KorvixDemuxFilter> {
         EXPECT_EQ(demux->GetStallCount(stream, &count), S_OK);
         return count;
     }
-};
-
-class Display final : public WithInterfaces<ComObject, OsdSourceControl> {
-public:
-    HRESULT STDMETHODCALLTYPE SetSize(ULONG, ULONG, ULONG) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE Reserved1() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reserved2() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetText(const char* text) override {
-        const std::lock_guard lock(lock_);
-        texts_.emplace_back(text);
-        return S_OK;
-    }
-    std::vector<std::string> Texts() const {
-        const std::lock_guard lock(lock_);
-        return texts_;
-    }
-    std::string Text() const { return Texts().empty() ? "" : Texts().back(); }
-
-private:
-    mutable std::mutex lock_;
-    std::vector<std::string> texts_;
 };
 
 } // namespace

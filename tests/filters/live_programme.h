@@ -47,8 +47,8 @@ private:
 
 // A demultiplexer, what feeds it and what takes what comes out.
 template <class Filter>
-struct DemuxBench {
-    explicit DemuxBench(const wchar_t* input) {
+struct DemuxFixture {
+    explicit DemuxFixture(const wchar_t* input) {
         MediaType type(MEDIATYPE_Stream, MEDIASUBTYPE_MPEG2_TRANSPORT);
         type.SetFormat(FORMAT_None, {});
         source->offered = {type};
@@ -68,15 +68,16 @@ struct DemuxBench {
 };
 
 // Which picture or audio frame a sample holds; -1: none of the first thousand.
-inline int PictureOf(const SinkFilter::Sample& sample) {
+inline int NumberOf(const SinkFilter::Sample& sample, Bytes (*payload)(int)) {
     const auto numbers = std::views::iota(0, 1000);
-    const auto found = std::ranges::find(numbers, sample.data, PicturePayload);
+    const auto found = std::ranges::find(numbers, sample.data, payload);
     return found == numbers.end() ? -1 : *found;
 }
+inline int PictureOf(const SinkFilter::Sample& sample) {
+    return NumberOf(sample, PicturePayload);
+}
 inline int AudioFrameOf(const SinkFilter::Sample& sample) {
-    const auto numbers = std::views::iota(0, 1000);
-    const auto found = std::ranges::find(numbers, sample.data, AudioPayload);
-    return found == numbers.end() ? -1 : *found;
+    return NumberOf(sample, AudioPayload);
 }
 
 } // namespace vistrame::test

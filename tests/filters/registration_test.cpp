@@ -1,6 +1,5 @@
 // Registering the server in a registry of the test session's own.
 #include <array>
-#include <filesystem>
 #include <string>
 
 #include <windows.h>
@@ -8,7 +7,6 @@
 
 #include "filters/decoders/stream_types.h"
 #include "filters/server/registration.h"
-#include "contract/maker_interfaces.h"
 #include "tests/filters/filter_fakes.h"
 
 namespace vistrame::test {
@@ -17,10 +15,7 @@ namespace {
 
 // As regsvr32 does it.
 HRESULT Call(const char* name) {
-    std::array<wchar_t, MAX_PATH> self{};
-    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
-    const auto folder = std::filesystem::path(self.data()).parent_path();
-    const HMODULE server = LoadLibraryW((folder / L"../../filters/vistrame.ax").lexically_normal().c_str());
+    const HMODULE server = LoadServer();
     using Entry = HRESULT(STDAPICALLTYPE*)();
     const auto entry = reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(server, name)));
     const HRESULT result = entry != nullptr ? entry() : E_NOINTERFACE;

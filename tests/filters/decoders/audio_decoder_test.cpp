@@ -18,7 +18,7 @@ MediaType Audio(const GUID& subtype) {
     return {MEDIATYPE_Audio, subtype};
 }
 
-struct Playback : DecoderBench<AudioDecoderFilter, SinkFilter> {
+struct Playback : DecoderFixture<AudioDecoderFilter, SinkFilter> {
     // The sink takes this rate only.
     explicit Playback(const MediaType& type, DWORD rate = 48'000) {
         sink->check = [rate](const MediaType& offered) {

@@ -25,7 +25,7 @@ std::vector<StreamPiece> ReadStream(const std::string& file, bool video, int los
 
 // A decoder between a source and a sink.
 template <class Decoder, class Sink>
-struct DecoderBench {
+struct DecoderFixture {
     TestGraph graph;
     SourceFilter* source = graph.Add(MakeObject<SourceFilter>(), L"source");
     Decoder* decoder = graph.Add(MakeObject<Decoder>(), L"decoder");

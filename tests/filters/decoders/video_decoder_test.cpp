@@ -15,17 +15,11 @@ constexpr REFERENCE_TIME kHour = 3'600'000 * kMs;
 constexpr std::size_t kAtOnce = 2; // times the first picture, for renderers that wait for a next one
 constexpr int kBarStep = 8;        // pixels from source picture to source picture, see make_streams.sh
 
-MediaType Mpeg2() {
-    return {MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO};
-}
-MediaType H264() {
-    return {MEDIATYPE_Video, FourCcSubtype("H264")};
-}
-MediaType Hevc() {
-    return {MEDIATYPE_Video, FourCcSubtype("HEVC")};
-}
+const MediaType kMpeg2(MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO);
+const MediaType kH264(MEDIATYPE_Video, FourCcSubtype("H264"));
+const MediaType kHevc(MEDIATYPE_Video, FourCcSubtype("HEVC"));
 
-struct Playback : DecoderBench<VideoDecoderFilter, PictureSinkFilter> {
+struct Playback : DecoderFixture<VideoDecoderFilter, PictureSinkFilter> {
     // Without a clock nothing is ever late, however busy the machine.
     explicit Playback(const MediaType& type, const std::function<void(PictureSinkFilter&)>& prepare = {},
                       bool clock = false) {
@@ -97,11 +91,11 @@ TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
         std::size_t timed = 1000; // pieces; times that are missing are counted on
     };
     const Row rows[] = {
-        {"mpeg2_576i.ts", Mpeg2(), 720, 576, 75, 40 * kMs, 2 * kBarStep},
-        {"mpeg2_576i.ts", Mpeg2(), 720, 576, 75, 40 * kMs, 2 * kBarStep, 5},
-        {"h264_1080i.ts", H264(), 1920, 1080, 50, 40 * kMs, 2 * kBarStep},
-        {"h264_720p.ts", H264(), 1280, 720, 100, 20 * kMs, kBarStep},
-        {"hevc_1080p.ts", Hevc(), 1920, 1080, 50, 40 * kMs, kBarStep},
+        {"mpeg2_576i.ts", kMpeg2, 720, 576, 75, 40 * kMs, 2 * kBarStep},
+        {"mpeg2_576i.ts", kMpeg2, 720, 576, 75, 40 * kMs, 2 * kBarStep, 5},
+        {"h264_1080i.ts", kH264, 1920, 1080, 50, 40 * kMs, 2 * kBarStep},
+        {"h264_720p.ts", kH264, 1280, 720, 100, 20 * kMs, kBarStep},
+        {"hevc_1080p.ts", kHevc, 1920, 1080, 50, 40 * kMs, kBarStep},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.file);
@@ -141,9 +135,9 @@ TEST(VideoDecoder, DamageNeitherStopsNorFreezesIt) {
         int lossPerMille;
     };
     const Row rows[] = {
-        {"mpeg2_576i.ts", Mpeg2(), 480 * kMs, 50},
-        {"h264_1080i.ts", H264(), 960 * kMs, 20},
-        {"hevc_1080p.ts", Hevc(), 1000 * kMs, 30},
+        {"mpeg2_576i.ts", kMpeg2, 480 * kMs, 50},
+        {"h264_1080i.ts", kH264, 960 * kMs, 20},
+        {"hevc_1080p.ts", kHevc, 1000 * kMs, 30},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.file);
@@ -192,7 +186,7 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
     const std::vector<StreamPiece> small = ReadStream("mpeg2_288p.ts", true);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        Playback playback(Mpeg2(), [&](PictureSinkFilter& sink) {
+        Playback playback(kMpeg2, [&](PictureSinkFilter& sink) {
             sink.reconnects = row.reconnects;
             sink.acceptsAspect = row.acceptsAspect;
             sink.padding = row.padding;
@@ -223,7 +217,7 @@ TEST(VideoDecoder, StreamsRefreshedPieceByPieceAreShown) {
     for (const bool marked : {false, true}) {
         SCOPED_TRACE(marked ? "every picture marked" : "nothing marked");
         const std::vector<StreamPiece> pieces = RefreshedH264(marked);
-        Playback playback(H264());
+        Playback playback(kH264);
         playback.Send(pieces);
         if (!marked) {
             Sleep(VideoDecoderFilter::kPatience / std::chrono::milliseconds(1));
@@ -238,7 +232,7 @@ TEST(VideoDecoder, StreamsRefreshedPieceByPieceAreShown) {
 // Far behind the clock only some pictures are shown; back in time, all of them are again.
 TEST(VideoDecoder, LatePicturesAreLeftOutAndThenItCatchesUp) {
     const std::vector<StreamPiece> pieces = ReadStream("h264_720p.ts", true);
-    Playback playback(H264(), {}, true);
+    Playback playback(kH264, {}, true);
     playback.Send(pieces, -kHour);
     const std::size_t late = playback.sink->Count();
     EXPECT_GE(late, 1u);
@@ -251,7 +245,7 @@ TEST(VideoDecoder, LatePicturesAreLeftOutAndThenItCatchesUp) {
 // The renderer holds a picture, the queue fills, the source is blocked.
 TEST(VideoDecoder, StopsWhileRendererAndQueueAreFull) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_576i.ts", true);
-    Playback playback(Mpeg2());
+    Playback playback(kMpeg2);
     playback.sink->Block(true);
     std::atomic<std::size_t> sent = 0;
     std::thread stream([&] {
@@ -269,7 +263,7 @@ TEST(VideoDecoder, StopsWhileRendererAndQueueAreFull) {
 
 TEST(VideoDecoder, AfterAFlushItBeginsAnew) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_576i.ts", true);
-    Playback playback(Mpeg2());
+    Playback playback(kMpeg2);
     playback.Send({pieces.begin(), pieces.begin() + 20});
     EXPECT_EQ(playback.source->Output().DeliverBeginFlush(), S_OK);
     EXPECT_EQ(playback.source->Output().DeliverEndFlush(), S_OK);

@@ -40,12 +40,12 @@ struct Counts {
     }
 };
 
-struct Display {
+struct OsdFixture {
     TestGraph graph;
     OsdSource* osd = graph.Add(MakeObject<OsdSource>(), L"OSD Generator");
     SinkFilter* sink = graph.Add(MakeObject<SinkFilter>(), L"sink");
 
-    Display() {
+    OsdFixture() {
         EXPECT_EQ(osd->SetText("other Demux\r\n"), S_OK);
         EXPECT_EQ(osd->SetSize(kWidth, kHeight, 1), S_OK);
     }
@@ -63,7 +63,7 @@ struct Display {
 } // namespace
 
 TEST(OsdSource, ShowsItsTextAtOnceAndAgainWhenItChanges) {
-    Display display;
+    OsdFixture display;
     display.Start();
     EXPECT_EQ(display.sink->Input().Type()->subtype, MEDIASUBTYPE_ARGB32);
     const SinkFilter::Sample first = display.Picture(0);
@@ -88,7 +88,7 @@ TEST(OsdSource, ShowsItsTextAtOnceAndAgainWhenItChanges) {
 }
 
 TEST(OsdSource, SizeAndVisibilityMayChange) {
-    Display display;
+    OsdFixture display;
     display.Start();
     (void)display.Picture(0);
     EXPECT_EQ(display.osd->SetSize(320, 180, 1), S_OK);
@@ -101,7 +101,7 @@ TEST(OsdSource, SizeAndVisibilityMayChange) {
 // As renderers with surfaces do: longer lines that run downwards, and a picture kept until the next.
 TEST(OsdSource, KeepsToTheLayoutThatTheBuffersCarry) {
     constexpr int kPadding = 48;
-    Display display;
+    OsdFixture display;
     display.sink->holds = true;
     display.sink->layOut = [](VIDEOINFOHEADER2& format) {
         const bool change = format.bmiHeader.biHeight > 0;
@@ -121,7 +121,7 @@ TEST(OsdSource, KeepsToTheLayoutThatTheBuffersCarry) {
 }
 
 TEST(OsdSource, StopsWhileTheRendererHoldsAPictureAndStartsAgain) {
-    Display display;
+    OsdFixture display;
     display.sink->check = [](const MediaType& type) { // a renderer without alpha gets plain pictures
         return type->subtype == MEDIASUBTYPE_RGB32 ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
     };

@@ -13,11 +13,9 @@ TEST(OverlayMixer, ShowsTheDecodersPicturesWhateverTheOrderAndTheRenderer) {
     for (const auto& [outputFirst, reconnects] :
          {std::pair(true, true), std::pair(true, false), std::pair(false, true)}) {
         SCOPED_TRACE(testing::Message() << outputFirst << reconnects);
-        TestGraph graph;
-        SourceFilter* source = graph.Add(MakeObject<SourceFilter>(), L"source");
-        auto* decoder = graph.Add(MakeObject<VideoDecoderFilter>(), L"decoder");
+        DecoderFixture<VideoDecoderFilter, PictureSinkFilter> fixture;
+        auto& [graph, source, decoder, sink] = fixture;
         auto* mixer = graph.Add(MakeObject<OverlayMixer>(), L"mixer");
-        auto* sink = graph.Add(MakeObject<PictureSinkFilter>(), L"sink");
         sink->reconnects = reconnects;
         source->offered = {MediaType(MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO)};
         const ComPtr<IPin> input = PinOf(mixer, L"Input0"), output = PinOf(mixer, L"Output");

@@ -1,42 +1,13 @@
 // The filters' own threads towards COM: their apartment, and the module they run in.
-#include <array>
-#include <filesystem>
+#include <atomic>
 
 #include "filters/osd_source/osd_source.h"
-#include "contract/maker_interfaces.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {
 
 namespace {
 
-class Display final : public WithInterfaces<ComObject, OsdSourceControl> {
-public:
-    std::atomic<int> texts = 0;
-    std::atomic<int> outside = 0;
-
-    HRESULT STDMETHODCALLTYPE SetSize(ULONG, ULONG, ULONG) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE Reserved1() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reserved2() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetText(const char*) override {
-        outside += InMultithreadedApartment() ? 0 : 1;
-        ++texts;
-        return S_OK;
-    }
-    bool AwaitAnother() const {
-        return WaitUntil([this, before = texts.load()] { return texts > before; });
-    }
-
-private:
-    ~Display() override = default;
-};
-
-HMODULE LoadServer() {
-    std::array<wchar_t, MAX_PATH> self{};
-    GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
-    const auto folder = std::filesystem::path(self.data()).parent_path();
-    return LoadLibraryW((folder / L"../../../filters/vistrame.ax").lexically_normal().c_str());
-}
 bool ServerIsLoaded() {
     return GetModuleHandleW(L"vistrame.ax") != nullptr;
 }
@@ -48,6 +19,8 @@ bool ServerIsLoaded() {
 TEST(WorkerThreads, BelongToTheMultithreadedApartment) {
     PlayingGraph play;
     const auto display = MakeObject<Display>();
+    std::atomic<int> outside = 0;
+    display->onText = [&] { outside += InMultithreadedApartment() ? 0 : 1; };
     EXPECT_EQ(play.demux->AttachOsd(display.Get()), S_OK);
     TestGraph others;
     auto* feed = others.Add(MakeObject<FeedFilter>(), L"feed");
@@ -62,7 +35,7 @@ TEST(WorkerThreads, BelongToTheMultithreadedApartment) {
     broadcast.Send(*feed, 100);
     broadcast.Send(*play.feed, 1000);
     EXPECT_TRUE(display->AwaitAnother());
-    EXPECT_EQ(display->outside, 0);
+    EXPECT_EQ(outside, 0);
     for (CountingSink* sink : {stream, text, play.sound, play.pictures}) {
         EXPECT_TRUE(sink->Await(1));
         EXPECT_EQ(sink->outside, 0);
