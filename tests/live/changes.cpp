@@ -17,9 +17,9 @@ namespace {
 constexpr int kChanges = 60; // VISTRAME_CHANGES asks for another number
 constexpr int kSettled = 20; // changes after which nothing grows any more
 constexpr int kThreads = 5;  // of threads that may come and go
-constexpr double kAddresses =
-    96;                   // megabytes: less than one overlay's set a change would add in the short run
-constexpr int kQuits = 5; // VISTRAME_QUITS likewise
+constexpr int kQuits = 5;    // VISTRAME_QUITS likewise
+// Megabytes: less than one overlay's set a change would add in the short run.
+constexpr double kAddresses = 96;
 constexpr const char* kOptions[] = {"--set", "KorvixCodec=0", "--set", "AudioUnmuteMsec=0"};
 
 int Number(const char* name, int otherwise) {
@@ -72,23 +72,17 @@ bool Changes(const Surroundings& where, SoundWatch& sound, int vmr9) {
     if (times.size() <= kSettled || looks.empty()) {
         return false;
     }
-    const double first = times.front();
-    const double settled = times[kSettled];
-    const double end = times.back();
-    const double threads = Most(looks, settled, end + 1, &ProcessWatch::Look::threads) -
-                           Most(looks, first, settled, &ProcessWatch::Look::threads);
-    const double addresses = Most(looks, settled, end + 1, &ProcessWatch::Look::addresses) -
-                             Most(looks, first, settled, &ProcessWatch::Look::addresses);
-    const double memory = Most(looks, settled, end + 1, &ProcessWatch::Look::memory) -
-                          Most(looks, first, settled, &ProcessWatch::Look::memory);
-    const double files = Most(looks, settled, end + 1, &ProcessWatch::Look::files) -
-                         Most(looks, first, settled, &ProcessWatch::Look::files);
+    const auto grown = [&](auto figure) {
+        return Most(looks, times[kSettled], times.back() + 1, figure) -
+               Most(looks, times.front(), times[kSettled], figure);
+    };
+    const double threads = grown(&ProcessWatch::Look::threads);
+    const double addresses = grown(&ProcessWatch::Look::addresses);
     std::ranges::sort(durations);
     std::printf(
         "  grown behind the first %d: %.0f threads, %.0f descriptors, %.0f MB of addresses, %.0f MB of "
-        "memory "
-        "(%.0f in all); SetPid %.0f ms (median)\n",
-        kSettled, threads, files, addresses, memory, Most(looks, first, end + 1, &ProcessWatch::Look::memory),
+        "memory; SetPid %.0f ms (median)\n",
+        kSettled, threads, grown(&ProcessWatch::Look::files), addresses, grown(&ProcessWatch::Look::memory),
         durations[durations.size() / 2]);
     const bool right = run.failure.empty() && Value(run.Rest("motion last"), "changes ") > 0 &&
                        threads <= kThreads && addresses <= kAddresses;

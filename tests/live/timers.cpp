@@ -25,47 +25,32 @@ bool Report(const char* what, double measured, double low, double high, std::str
     return right;
 }
 
-// A straight line through the decibels of a fade.
+// A fade as the straight line of decibels through where it passes -36 and -3 dB of the end's level.
 struct Ramp {
-    double begin = 0;   // when the line is at -40 dB of the end's level
+    double begin = 0;   // when the line is at -40 dB
     double seconds = 0; // that it takes from there to the end
 };
 
 std::optional<Ramp> FindRamp(const Envelope& envelope, double from) {
-    const auto first = static_cast<std::size_t>(std::max(0.0, (from - envelope.begin) / Envelope::kStep));
-    // Silence, then the rise, then at least half a second at full level.
-    std::size_t rise = first;
-    while (rise < envelope.amplitudes.size() && envelope.amplitudes[rise] < 0.0008) {
-        ++rise;
-    }
-    constexpr std::size_t kTop = 200; // steps behind the rise's begin: surely at full level
-    if (rise + kTop + 30 > envelope.amplitudes.size()) {
+    constexpr double kLow = -36;
+    constexpr double kHigh = -3;
+    constexpr std::ptrdiff_t kTop = 200; // steps behind the rise's begin: surely at full level
+    const auto& levels = envelope.amplitudes;
+    const auto passes = [&](auto at, double level) {
+        return std::find_if(at, levels.end(), [=](double value) { return value >= level; });
+    };
+    const auto rise = passes(
+        levels.begin() + std::lround(std::max(0.0, (from - envelope.begin) / Envelope::kStep)), 0.0008);
+    if (levels.end() - rise < kTop + 30) {
         return std::nullopt;
     }
-    const double full = envelope.amplitudes[rise + kTop];
-    double n = 0;
-    double sumT = 0;
-    double sumD = 0;
-    double sumTT = 0;
-    double sumTD = 0;
-    for (std::size_t i = rise; i < rise + kTop; ++i) {
-        const double decibels = 20 * std::log10(envelope.amplitudes[i] / full + 1e-9);
-        if (decibels < -36 || decibels > -3) {
-            continue;
-        }
-        const double t = envelope.Time(i) - from;
-        n += 1;
-        sumT += t;
-        sumD += decibels;
-        sumTT += t * t;
-        sumTD += t * decibels;
-    }
-    const double slope = (n * sumTD - sumT * sumD) / (n * sumTT - sumT * sumT);
-    if (n < 50 || !(slope > 1)) {
-        return std::nullopt;
-    }
-    const double level = (sumD - slope * sumT) / n;
-    return Ramp{from + (-kFadeRange - level) / slope, kFadeRange / slope};
+    const double full = rise[kTop];
+    const auto low = passes(rise, full * std::pow(10, kLow / 20));
+    const auto high = passes(low, full * std::pow(10, kHigh / 20));
+    const double perDecibel = static_cast<double>(high - low) * Envelope::kStep / (kHigh - kLow);
+    return Ramp{
+        envelope.Time(static_cast<std::size_t>(low - levels.begin())) - perDecibel * (kLow + kFadeRange),
+        perDecibel * kFadeRange};
 }
 
 double Loudest(const Envelope& envelope, double begin, double end) {
@@ -127,15 +112,11 @@ double LastPicture(const ProgrammeRun& run, double time) {
 
 // When the tone next falls silent after `time`: a graph that restarts begins its fade-in again.
 double NextSilence(const Envelope& envelope, double time) {
-    for (std::size_t i = 0; i + 3 < envelope.amplitudes.size(); ++i) {
-        if (envelope.Time(i) > time &&
-            std::ranges::all_of(envelope.amplitudes.begin() + static_cast<std::ptrdiff_t>(i),
-                                envelope.amplitudes.begin() + static_cast<std::ptrdiff_t>(i) + 3,
-                                [](double value) { return value < 0.02; })) {
-            return envelope.Time(i);
-        }
-    }
-    return 0;
+    const auto& levels = envelope.amplitudes;
+    const auto from = std::clamp<std::ptrdiff_t>(std::lround((time - envelope.begin) / Envelope::kStep), 0,
+                                                 std::ssize(levels));
+    const auto silent = std::search_n(levels.begin() + from, levels.end(), 3, 0.02, std::less());
+    return silent == levels.end() ? 0 : envelope.Time(static_cast<std::size_t>(silent - levels.begin()));
 }
 
 // stops.ts has pictures up to its second 8 only; they begin to be sent at second 5.

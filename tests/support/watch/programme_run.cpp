@@ -1,44 +1,33 @@
 #include "tests/support/watch/programme_run.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iterator>
-#include <thread>
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace vistrame::live {
 namespace {
 
-// Through tools/wine of this checkout; -1 when it cannot be started.
-// The first argument is a script of tools/.
-pid_t Start(std::vector<std::string> arguments, const std::string& output) {
-    arguments.front().insert(0, VISTRAME_SOURCE_DIR "/tools/");
-    std::vector<char*> words;
-    for (std::string& argument : arguments) {
-        words.push_back(argument.data());
+// Runs a script of tools/ with what it says in a file. Its exit code; kTooLong when it was ended after
+// `limit` seconds. No word has an apostrophe in it.
+constexpr int kTooLong = 124;
+int RunTool(const std::vector<std::string>& words, const std::string& output, double limit) {
+    std::string command = "exec timeout " + std::to_string(limit) + " '" VISTRAME_SOURCE_DIR "/tools/";
+    for (const std::string& word : words) {
+        command += word + "' '";
     }
-    words.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
-    pid_t process = -1;
-    if (posix_spawn(&process, words[0], &files, nullptr, words.data(), environ) != 0) {
-        process = -1;
-    }
-    posix_spawn_file_actions_destroy(&files);
-    return process;
+    command.resize(command.size() - 1);
+    command += "</dev/null >'" + output + "' 2>&1";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::string FileText(const std::string& path) {
@@ -80,46 +69,32 @@ private:
 };
 
 // Follows the log to the analyzer's end. Nothing, or how it failed.
-std::string Follow(pid_t process, LogReader& log, const std::string& output, double limit) {
-    const double end = Now() + limit;
-    int status = -1;
-    while (process > 0 && waitpid(process, &status, WNOHANG) == 0) {
+std::string Follow(std::future<int> analyzer, LogReader& log, const std::string& output) {
+    while (analyzer.wait_for(std::chrono::milliseconds(2)) != std::future_status::ready) {
         log.Read();
-        if (Now() > end) {
-            kill(process, SIGTERM);
-            waitpid(process, nullptr, 0);
-            return "the analyzer did not end in time";
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     log.Read();
+    const int code = analyzer.get();
     std::string text = FileText(output);
     std::ranges::replace(text, '\n', ' ');
-    return status == 0 ? "" : "exit code " + std::to_string(WEXITSTATUS(status)) + ": " + text;
-}
-
-bool RegisterFilters(const std::string& build, bool in) {
-    std::vector<std::string> words{"register"};
-    if (!in) {
-        words.emplace_back("/u");
-    }
-    words.push_back(build + "/filters/vistrame.ax");
-    int status = -1;
-    const pid_t process = Start(words, "/dev/null");
-    return process > 0 && waitpid(process, &status, 0) == process && status == 0;
+    return code == 0          ? ""
+           : code == kTooLong ? "the analyzer did not end in time"
+                              : "exit code " + std::to_string(code) + ": " + text;
 }
 
 } // namespace
 
 int RunPart(Part part, std::span<char*> words) {
     const Surroundings where{words[0], words[1]};
-    if (!RegisterFilters(where.build, true)) {
+    const std::string filters = where.build + "/filters/vistrame.ax";
+    if (RunTool({"register", filters}, "/dev/null", 60) != 0) {
         std::fputs("vistrame.ax cannot be registered\n", stderr);
         return 1;
     }
     SoundWatch sound;
     const bool right = part(where, sound, words.size() > 2 ? std::strtoul(words[2], nullptr, 10) : 0);
-    (void)RegisterFilters(where.build, false); // the session is at its end, or the next run sees to it
+    // The session is at its end, or the next run sees to it.
+    (void)RunTool({"register", "/u", filters}, "/dev/null", 60);
     return right ? 0 : 1;
 }
 
@@ -156,7 +131,8 @@ ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::
     const double begin = Now();
     const ScreenWatch screen(kAreaWidth, kAreaHeight, colourRow);
     LogReader log(folder + "/log");
-    run.failure = Follow(Start(words, folder + "/output"), log, folder + "/output", limit);
+    const std::string output = folder + "/output";
+    run.failure = Follow(std::async(std::launch::async, RunTool, words, output, limit), log, output);
     run.log = log.Lines();
     run.screen = screen.Changes();
     run.blink = screen.LongestBlink();
