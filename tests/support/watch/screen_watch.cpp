@@ -100,13 +100,9 @@ std::optional<Window> FindWindow(Display* display) {
     return found;
 }
 
-struct Place {
-    int x = 0, y = 0;
-};
-
-std::optional<Place> AreaPlace(Display* display, Window window) {
+std::optional<ScreenWatch::Place> AreaPlace(Display* display, Window window) {
     Window child = 0;
-    Place place;
+    ScreenWatch::Place place;
     if (XTranslateCoordinates(display, window, DefaultRootWindow(display), kAreaLeft, kAreaTop, &place.x,
                               &place.y, &child) == 0) {
         return std::nullopt;
@@ -129,6 +125,11 @@ bool Look::Near(int colour) const {
 
 ScreenWatch::ScreenWatch(int width, int height, int colourRow)
     : width_(width), height_(height), colourRow_(colourRow < 0 ? height / 2 : colourRow) {
+    thread_ = std::thread([this] { Run(); });
+}
+
+ScreenWatch::ScreenWatch(Place place, int width, int height)
+    : width_(width), height_(height), colourRow_(height / 2), place_(place) {
     thread_ = std::thread([this] { Run(); });
 }
 
@@ -156,18 +157,17 @@ void ScreenWatch::Run() {
         std::fputs("no display: run this inside tools/wine-session\n", stderr);
         std::exit(1);
     }
-    std::optional<Place> place;
     double last = 0;
     while (!stop_) {
         std::this_thread::sleep_for(std::chrono::duration<double>(kPeriod));
-        if (!place) {
+        if (!place_) {
             const auto window = FindWindow(display.get());
-            place = window ? AreaPlace(display.get(), *window) : std::nullopt;
+            place_ = window ? AreaPlace(display.get(), *window) : std::nullopt;
             continue;
         }
         const double begin = Now();
-        const Picture picture = Row(display.get(), place->x, place->y + colourRow_, width_);
-        const Picture numbers = Row(display.get(), place->x, place->y + height_ / 12, width_);
+        const Picture picture = Row(display.get(), place_->x, place_->y + colourRow_, width_);
+        const Picture numbers = Row(display.get(), place_->x, place_->y + height_ / 12, width_);
         const double time = (begin + Now()) / 2;
         if (picture == nullptr || numbers == nullptr) {
             continue; // the window is larger than the display

@@ -23,7 +23,7 @@ struct Look {
     bool operator==(const Look&) const = default;
 };
 
-// Watches the analyzer's picture area on the session's display, every kPeriod.
+// Watches the analyzer's picture area, or another, on the session's display, every kPeriod.
 //
 // Units      seconds of Now(), in the middle of the server's answer. The display shows what it is sent at
 //            once, so what is told is late by half a period on average.
@@ -35,6 +35,11 @@ public:
 
     // The area, and the row of it whose colour counts: the middle one unless told.
     ScreenWatch(int width, int height, int colourRow = -1);
+    // An area whose place on the display is known.
+    struct Place {
+        int x = 0, y = 0;
+    };
+    ScreenWatch(Place place, int width, int height);
     ScreenWatch(const ScreenWatch&) = delete;
     ScreenWatch& operator=(const ScreenWatch&) = delete;
     ~ScreenWatch();
@@ -52,6 +57,7 @@ private:
     void Run();
 
     const int width_, height_, colourRow_;
+    std::optional<Place> place_; // found by the thread when it is not told
     mutable std::mutex lock_;
     std::vector<Change> changes_;
     double blink_ = 0;

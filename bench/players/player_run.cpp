@@ -1,0 +1,133 @@
+#include "bench/players/player_run.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <set>
+#include <span>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "bench/players/process_cost.h"
+#include "tests/support/watch/screen_watch.h"
+
+namespace vistrame::bench {
+namespace {
+
+using live::Now;
+using live::ScreenWatch;
+
+constexpr double kPatience = 30; // seconds for the first picture
+constexpr double kSettle = 2;
+
+void Sleep(double seconds) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+// A shell in a process group of its own.
+class Command {
+public:
+    Command(const std::string& command, const std::string& stream) : process_(fork()) {
+        if (process_ == 0) {
+            setpgid(0, 0);
+            const int nowhere = open("/dev/null", O_RDWR);
+            for (const int to : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+                dup2(nowhere, to);
+            }
+            execl("/bin/bash", "bash", "-c", command.c_str(), "player", stream.c_str(), nullptr);
+            _exit(127);
+        }
+    }
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    ~Command() {
+        kill(-process_, SIGTERM);
+        const double end = Now() + 5;
+        while (waitpid(process_, nullptr, WNOHANG) == 0) {
+            if (Now() > end) {
+                kill(-process_, SIGKILL);
+            }
+            Sleep(0.02);
+        }
+    }
+
+private:
+    pid_t process_;
+};
+
+// What our environment marks as this session's.
+std::string SessionMark() {
+    const char* const session = std::getenv("VISTRAME_SESSION");
+    return std::string("VISTRAME_SESSION=") + (session != nullptr ? session : "") + '\0';
+}
+
+// The processes that the picture needs besides the player.
+std::vector<pid_t> Around() {
+    std::vector<pid_t> all = FindProcesses("wineserver64", SessionMark());
+    for (const char* name : {"wineserver", "Xvfb"}) {
+        const std::vector<pid_t> some = FindProcesses(name, "");
+        all.insert(all.end(), some.begin(), some.end());
+    }
+    return all;
+}
+
+void CountPictures(std::span<const ScreenWatch::Change> changes, double begin, double end, Figures& figures) {
+    std::set<int> seen;
+    double since = begin;
+    int shown = -1;
+    for (const auto& [time, look] : changes) {
+        if (look.number < 0 || look.number == shown || time < begin || time > end) {
+            continue;
+        }
+        shown = look.number;
+        seen.insert(look.number);
+        figures.hold = std::max(figures.hold, time - since);
+        since = time;
+    }
+    figures.hold = std::max(figures.hold, end - since);
+    if (!seen.empty()) {
+        figures.pictures = *seen.rbegin() - *seen.begin() + 1;
+        figures.lost = figures.pictures - static_cast<int>(seen.size());
+    }
+}
+
+} // namespace
+
+Figures Play(const Player& player, const std::string& stream, double seconds) {
+    Figures figures;
+    const ScreenWatch screen(ScreenWatch::Place{player.left, player.top}, kWidth, kHeight);
+    const double started = Now();
+    const Command command(player.command, stream);
+    const auto shown = [&] {
+        const auto changes = screen.Changes();
+        return std::ranges::any_of(changes, [](const auto& change) { return change.look.number > 0; });
+    };
+    while (!shown()) {
+        if (Now() - started > kPatience) {
+            figures.failure = "no picture";
+            return figures;
+        }
+        Sleep(0.01);
+    }
+    figures.firstPicture = Now() - started;
+    Sleep(kSettle);
+    const std::vector<pid_t> processes = FindProcesses(player.process, SessionMark());
+    const std::vector<pid_t> around = Around();
+    const double begin = Now();
+    const double processor = ProcessorSeconds(processes);
+    const double others = ProcessorSeconds(around);
+    Sleep(seconds);
+    const double end = Now();
+    figures.processor = (ProcessorSeconds(processes) - processor) / (end - begin);
+    figures.around = (ProcessorSeconds(around) - others) / (end - begin);
+    figures.memory = Memory(processes);
+    CountPictures(screen.Changes(), begin, end, figures);
+    figures.failure = processes.empty() ? "no process " + player.process : "";
+    return figures;
+}
+
+} // namespace vistrame::bench
