@@ -1,6 +1,6 @@
-// The window message between analyzer and player. The player posts it once to the analyzer's window, with wParam 0 and its
-// own window in lParam; from then on the analyzer sends its commands with it: the code in wParam, a 32-bit argument in
-// lParam. Every command answers 0.
+// The window message between analyzer and player. The player posts it once to the analyzer's window, with
+// wParam 0 and its own window in lParam; from then on the analyzer sends its commands with it: the code in
+// wParam, a 32-bit argument in lParam. Every command answers 0.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,8 @@ enum class CommandCode : std::uint32_t {
     RefreshOverlay = 13,
 };
 
-// What a code is called in logs; empty where none is listed. One that lacks its name here does not compile (-Wswitch).
+// What a code is called in logs; empty where none is listed. One that lacks its name here does not compile
+// (-Wswitch).
 constexpr std::string_view CommandName(CommandCode code) {
     switch (code) {
         case CommandCode::SetPid:

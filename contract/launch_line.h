@@ -1,5 +1,5 @@
-// The command line that the analyzer starts the player with: three hexadecimal numbers and five decimal ones, separated
-// by blanks.
+// The command line that the analyzer starts the player with: three hexadecimal numbers and five decimal ones,
+// separated by blanks.
 //
 //   1 the analyzer's window, the player's parent     5 clock source
 //   2 nothing                                        6 not 0: the player writes its diagnostic log

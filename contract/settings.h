@@ -1,4 +1,5 @@
-// The player's settings in the current user's registry: numbers (REG_DWORD) but for the last. All are optional.
+// The player's settings in the current user's registry: numbers (REG_DWORD) but for the last. All are
+// optional.
 #pragma once
 
 namespace vistrame {

@@ -1,4 +1,5 @@
-// The stream pipe: the analyzer serves it and writes the transport stream's bytes, nothing else; the player reads them.
+// The stream pipe: the analyzer serves it and writes the transport stream's bytes, nothing else; the player
+// reads them.
 #pragma once
 
 namespace vistrame {

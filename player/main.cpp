@@ -51,8 +51,8 @@ int Run(HINSTANCE instance, const char* commandLine) {
         StartPipeReader();
     }
     RunMessageLoop();
-    // The last reference to the sound's renderer. Held to the end, its threads would be cut off by the process's end in the
-    // midst of whatever lock they hold, and what the end still has to do may need it.
+    // The last reference to the sound's renderer. Held to the end, its threads would be cut off by the
+    // process's end in the midst of whatever lock they hold, and what the end still has to do may need it.
     SetAudioVolume(nullptr);
     CoUninitialize();
     WSACleanup();

@@ -30,7 +30,8 @@ struct Figures {
     double hold = 0;  // the longest that one stood, seconds
 };
 
-// Two seconds after the first picture the figures begin; `seconds` later the player is ended. Needs a session.
+// Two seconds after the first picture the figures begin; `seconds` later the player is ended. Needs a
+// session.
 Figures Play(const Player& player, const std::string& stream, double seconds);
 
 } // namespace vistrame::bench

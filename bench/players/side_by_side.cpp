@@ -1,4 +1,5 @@
-// Our player beside others on the same streams in one run: processor time, memory, pictures never seen, longest hold.
+// Our player beside others on the same streams in one run: processor time, memory, pictures never seen,
+// longest hold.
 //
 // usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS]]      inside a session; medians of RUNS (3) runs
 //

@@ -15,9 +15,9 @@ namespace vistrame {
 //
 //     Trace(pin, ": connected as ", type, ", buffers of ", bytes, " bytes");
 //
-// Off unless the environment has a variable VISTRAME_TRACE when the module is loaded. While off a call costs a
-// look at one bool, so its parts should be cheap to name: they are formatted behind that look only. It is for
-// events, never for each packet, sample or picture.
+// Off unless the environment has a variable VISTRAME_TRACE when the module is loaded. While off a call costs
+// a look at one bool, so its parts should be cheap to name: they are formatted behind that look only. It is
+// for events, never for each packet, sample or picture.
 //
 // Threads    any, under any lock but that of a filter's or pin's own data, which naming it takes.
 // Errors     none come out, and no memory is needed; a line that is too long is cut.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "filters/base/guarded.h"
+#include "filters/base/reference_time.h"
 #include "filters/decoders/access_unit_splitter.h"
 #include "filters/decoders/av_handles.h"
 #include "transport/access_unit.h"
@@ -26,7 +27,7 @@ AVCodecID CodecOf(Coding coding) {
     }
 }
 
-constexpr std::int64_t kUsualDuration = 400'000; // 25 pictures/s, while the stream does not tell
+constexpr std::int64_t kUsualDuration = kUnitsPerSecond / 25; // 25 pictures/s, while the stream does not tell
 
 class AvVideoDecoder final : public VideoDecoder {
 public:
@@ -50,7 +51,7 @@ public:
         // By slices: threads that take a whole picture each would add a picture of delay apiece.
         context_->thread_count = 2;
         context_->thread_type = FF_THREAD_SLICE;
-        context_->pkt_timebase = {1, 10'000'000};
+        context_->pkt_timebase = {1, static_cast<int>(kUnitsPerSecond)};
         return avcodec_open2(context_.get(), codec, nullptr) >= 0;
     }
 
@@ -113,8 +114,8 @@ private:
         buffer_.resize(data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
     }
 
-    // Once only: it makes the codec forget what it has, and where every picture is marked as one to begin with, a stream
-    // refreshed piece by piece would never come together.
+    // Once only: it makes the codec forget what it has, and where every picture is marked as one to begin
+    // with, a stream refreshed piece by piece would never come together.
     void Preview(const AccessUnit& unit) {
         previewed_ = true;
         preview_ = true;
@@ -141,7 +142,8 @@ private:
 
     void ReceivePictures() {
         while (avcodec_receive_frame(context_.get(), frame_.get()) >= 0) {
-            // Without memory this picture is lost; what is under way here, a preview above all, has to come to its end.
+            // Without memory this picture is lost; what is under way here, a preview above all, has to come
+            // to its end.
             (void)Guarded([this] {
                 ShowFrame();
                 return S_OK;
@@ -186,7 +188,7 @@ private:
         const AVRational rate = context_->framerate;
         const bool sensible =
             rate.num > 0 && rate.den > 0 && rate.num >= 5LL * rate.den && rate.num <= 240LL * rate.den;
-        const std::int64_t one = sensible ? 10'000'000LL * rate.den / rate.num : kUsualDuration;
+        const std::int64_t one = sensible ? kUnitsPerSecond * rate.den / rate.num : kUsualDuration;
         return one + one * frame_->repeat_pict / 2;
     }
 

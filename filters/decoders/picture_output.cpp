@@ -8,7 +8,8 @@ namespace vistrame {
 
 namespace {
 
-// From here on a picture is not worth the renderer's time, and the decoder leaves out what nothing depends on.
+// From here on a picture is not worth the renderer's time, and the decoder leaves out what nothing depends
+// on.
 constexpr REFERENCE_TIME kLate = 150 * kUnitsPerMillisecond;
 constexpr REFERENCE_TIME kVeryLate = kUnitsPerSecond;
 constexpr REFERENCE_TIME kInTime = 40 * kUnitsPerMillisecond;
@@ -136,8 +137,8 @@ void PictureOutput::Show(const Picture& picture) {
     (void)sample->SetDiscontinuity(std::exchange(discontinuity_, false) ? TRUE : FALSE);
     (void)sample->SetPreroll(FALSE);
     if (!picture.start) {
-        // Some renderers (VMR9 under Wine) show a picture only when the next one comes; nobody waits for that with the
-        // first one of all.
+        // Some renderers (VMR9 under Wine) show a picture only when the next one comes; nobody waits for that
+        // with the first one of all.
         (void)queue_.TryPush(ComPtr<IMediaSample>(sample), 1);
     }
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping

@@ -13,8 +13,8 @@
 namespace vistrame {
 
 // Brings decoded pictures to the renderer: deinterlaces them, agrees on their size, writes them into the
-// renderer's buffers and hands those over on a thread of its own, so that decoding runs ahead of the picture on
-// the screen.
+// renderer's buffers and hands those over on a thread of its own, so that decoding runs ahead of the picture
+// on the screen.
 //
 // The pin is connected before the stream is known, as a picture of kConnectWidth x kConnectHeight. When the
 // first picture comes, and whenever size or aspect change, the renderer is asked:
@@ -23,7 +23,8 @@ namespace vistrame {
 // Where it refuses both, the picture is scaled and keeps its aspect between black bars.
 //
 // Units      times 100 ns.
-// Threads    Show, Drain, Flush: the streaming thread (stream lock). Start and Stop: the filter's state changes.
+// Threads    Show, Drain, Flush: the streaming thread (stream lock). Start and Stop: the filter's state
+//            changes.
 // Errors     a picture that cannot be delivered is dropped.
 class PictureOutput final : public PictureSink {
 public:
@@ -39,8 +40,9 @@ public:
     void Connected(const MediaType& type);
 
     void Start();
-    // The first picture costs a renderer most (it makes its textures and compiles its shaders, 0.3 s in software), so
-    // after connecting a still or else a black one goes ahead while the stream's first is still awaited. Stream lock held.
+    // The first picture costs a renderer most (it makes its textures and compiles its shaders, 0.3 s in
+    // software), so after connecting a still or else a black one goes ahead while the stream's first is still
+    // awaited. Stream lock held.
     void WarmUp();
     // What a still that came while stopped is to be seen as, if there is one. Running, stream lock held.
     void ShowStill();
@@ -57,8 +59,8 @@ public:
     // Drops what the renderer does not have yet. The renderer must be flushing.
     void Flush();
 
-    // What the decoder should leave out now that it gets data of this time: from how late the pictures came, but
-    // nothing once the data itself is in time.
+    // What the decoder should leave out now that it gets data of this time: from how late the pictures came,
+    // but nothing once the data itself is in time.
     VideoSkip WantedSkip(std::optional<REFERENCE_TIME> data);
 
 private:

@@ -37,8 +37,8 @@ public:
     virtual ~VideoDecoder() = default;
 
     virtual void Decode(ByteSpan payload, std::optional<std::int64_t> time) = 0;
-    // One picture that can be decoded by itself, in one piece and with nothing of the stream under way: it goes out without
-    // a time, and is forgotten. False: none came of it.
+    // One picture that can be decoded by itself, in one piece and with nothing of the stream under way: it
+    // goes out without a time, and is forgotten. False: none came of it.
     virtual bool DecodeAlone(ByteSpan picture) = 0;
     // Bytes are missing before what follows. References are kept: a concealed picture beats a frozen one.
     virtual void Gap() = 0;

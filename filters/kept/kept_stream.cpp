@@ -52,8 +52,8 @@ void KeptStream::Keep(const PacketView& packet) {
     bytes_ += bytes.size();
 }
 
-// The programme association table names its transport stream; whatever its tables' versions, a PID means the same
-// programme only within one.
+// The programme association table names its transport stream; whatever its tables' versions, a PID means the
+// same programme only within one.
 void KeptStream::LookAtProgrammes(const PacketView& packet) {
     constexpr std::size_t kNumberAt = 3; // in the section: table, length, then the number
     if (packet.PacketId() != kPatPid || !packet.UnitStart() || !packet.HasPayload()) {

@@ -12,12 +12,14 @@
 
 namespace vistrame {
 
-// The last seconds of the transport stream that this process was fed, whatever graph took them: a new graph finds there
-// what its programme last looked like, and need not wait for the next picture that can be decoded by itself.
+// The last seconds of the transport stream that this process was fed, whatever graph took them: a new graph
+// finds there what its programme last looked like, and need not wait for the next picture that can be decoded
+// by itself.
 //
 // What it holds  whole packets without the null packets, at most kLongest of them and kMostBytes.
-// Ends           nothing of it is handed out once nothing has come in for kGoodFor, and all of it goes when another
-//                transport stream begins: by announcement (Forget), or by the number in its programme table.
+// Ends           nothing of it is handed out once nothing has come in for kGoodFor, and all of it goes when
+//                another transport stream begins: by announcement (Forget), or by the number in its programme
+//                table.
 // Threads        any.
 // Ownership      copies; a snapshot shares the blocks and stays as it is.
 // Errors         without memory what was held is forgotten, and keeping begins anew.

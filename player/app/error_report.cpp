@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::size_t kTextSize = 1024; // for one code and text; longer ones are cut
 
-// The system's clock, not the C library's: that one's 32-bit seconds end in 2038, and a TZ variable inherited from the
-// analyzer would move it.
+// The system's clock, not the C library's: that one's 32-bit seconds end in 2038, and a TZ variable inherited
+// from the analyzer would move it.
 std::tm LocalTime() {
     SYSTEMTIME now{};
     GetLocalTime(&now);

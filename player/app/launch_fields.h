@@ -23,9 +23,9 @@ struct StartupFields {
     std::int32_t openDebugLog = 0; // field 6: non-zero opens the diagnostic log
 };
 
-// What follows the program's name in the process's whole command line, without the blanks between. A name in quotes may
-// hold blanks; one without ends at the first. Bytes of any code page count as name: the toolchain's start code takes
-// those above 127 for blanks and would hand over a piece of the path.
+// What follows the program's name in the process's whole command line, without the blanks between. A name in
+// quotes may hold blanks; one without ends at the first. Bytes of any code page count as name: the
+// toolchain's start code takes those above 127 for blanks and would hand over a piece of the path.
 const char* ArgumentsBehindProgram(const char* wholeCommandLine);
 
 // Scans the command line into the variables above and returns the rest.

@@ -1,8 +1,8 @@
 // One thing at a time on the main thread.
 //
-// Stopping, building or releasing a graph, and every message box, lets the system deliver further messages in the
-// middle of it. What such a message asks for waits here, so that no graph is taken down underneath whoever is at work
-// on it.
+// Stopping, building or releasing a graph, and every message box, lets the system deliver further messages in
+// the middle of it. What such a message asks for waits here, so that no graph is taken down underneath
+// whoever is at work on it.
 //
 // Threads    main thread only.
 // Errors     none of its own; a job does not throw.

@@ -58,8 +58,8 @@ void StopStallWatch() {
 }
 
 void CheckForStall() {
-    // A tick in the middle of a command is left out: the next comes in a second. A command in the middle of a restart
-    // waits for its end, so that these counts never judge another graph.
+    // A tick in the middle of a command is left out: the next comes in a second. A command in the middle of a
+    // restart waits for its end, so that these counts never judge another graph.
     if (!IsJobUnderWay()) {
         CarryOutInTurn(Check);
     }

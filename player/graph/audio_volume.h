@@ -4,8 +4,9 @@
 // Threads    the main thread replaces the interface at each build; fade-in threads read it afresh at each
 //            step. What they read is a counted reference, so a step that overlaps a rebuild never calls a
 //            released object.
-// Ownership  the last renderer's interface is kept through teardown and until an orderly end begins. The module that it
-//            lives in stays for good: the end unloads COM's servers while a fade-in may still be about to call it.
+// Ownership  the last renderer's interface is kept through teardown and until an orderly end begins. The
+//            module that it lives in stays for good: the end unloads COM's servers while a fade-in may still
+//            be about to call it.
 #pragma once
 
 #include <atomic>

@@ -12,10 +12,12 @@
 
 namespace vistrame {
 
-// The demultiplexer of one build, the platform's or the maker's. The calls come in the order in which they stand here.
+// The demultiplexer of one build, the platform's or the maker's. The calls come in the order in which they
+// stand here.
 //
 // Threads    main thread, inside BuildGraph.
-// Ownership  what outlives the build goes into the PlayerGraph; the filter's reference here ends with the build.
+// Ownership  what outlives the build goes into the PlayerGraph; the filter's reference here ends with the
+//            build.
 class Demultiplexer {
 public:
     using Filter = Microsoft::WRL::ComPtr<IBaseFilter>;
@@ -54,7 +56,8 @@ private:
     Filter filter_;
 };
 
-// The one that the settings ask for. `mpeg2Codec`: the row of decoders in force, which has a say in the audio's type.
+// The one that the settings ask for. `mpeg2Codec`: the row of decoders in force, which has a say in the
+// audio's type.
 std::unique_ptr<Demultiplexer> ChooseDemultiplexer(PlayerGraph& player, std::uint32_t mpeg2Codec);
 
 } // namespace vistrame

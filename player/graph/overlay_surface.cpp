@@ -53,8 +53,8 @@ void ClearToTransparent(IDirect3DSurface9* surface) {
     (void)surface->UnlockRect(); // nothing to undo
 }
 
-// The whole surface over the whole video area. Transparency is the surface's own alpha: the colour key is filled
-// in, but no flag enables it.
+// The whole surface over the whole video area. Transparency is the surface's own alpha: the colour key is
+// filled in, but no flag enables it.
 void FillAlphaBitmap(IDirect3DSurface9* surface) {
     OverlayAlphaBitmap = {};
     OverlayAlphaBitmap.dwFlags = VMR9AlphaBitmap_EntireDDS;

@@ -2,8 +2,9 @@
 //
 // Units      1920 x 1080 pixels A8R8G8B8, the same layout as the canvas.
 // Threads    main thread only.
-// Ownership  each set-up makes a fresh Direct3D object, device and surface. The two sets before it are kept, since an
-//            earlier graph's renderer may still refer to them; what is older goes once a later graph is built.
+// Ownership  each set-up makes a fresh Direct3D object, device and surface. The two sets before it are kept,
+//            since an earlier graph's renderer may still refer to them; what is older goes once a later graph
+//            is built.
 // Errors     reported (117, 118), and what was made so far is released again.
 #pragma once
 

@@ -1,10 +1,10 @@
 // A bitmap in memory that the on-screen display is drawn into, and what every pixel format of it shares.
 //
-// Units      signed pixels, (0, 0) top left, row 0 at the top; strides and sizes in bytes; components 0 to 255;
-//            colours 0xAARRGGBB.
+// Units      signed pixels, (0, 0) top left, row 0 at the top; strides and sizes in bytes; components 0 to
+//            255; colours 0xAARRGGBB.
 // Threads    no lock: one thread at a time.
-// Ownership  frees the buffer of create() when destroyed, never the one of attach(). create() does not free an
-//            earlier buffer: a canvas is created once.
+// Ownership  frees the buffer of create() when destroyed, never the one of attach(). create() does not free
+//            an earlier buffer: a canvas is created once.
 // Errors     pixels outside the canvas, and every pixel of a canvas without a buffer, are skipped silently.
 #pragma once
 
@@ -49,8 +49,8 @@ public:
                                std::uint8_t blue, std::uint8_t alpha) = 0;
 
     // Copy, or blend, the w x h pixels of `source` from (sx, sy) on, which must not be negative, to (dx, dy).
-    // Pixels are taken column by column, top to bottom, each from what the ones before it left: that shows where
-    // source and destination are the same memory.
+    // Pixels are taken column by column, top to bottom, each from what the ones before it left: that shows
+    // where source and destination are the same memory.
     virtual void copyFrom(const OsdCanvas& source, int dx, int dy, int sx, int sy, int w, int h) = 0;
     virtual void blendFrom(const OsdCanvas& source, int dx, int dy, int sx, int sy, int w, int h) = 0;
 
@@ -70,8 +70,8 @@ public:
     void setListener(OsdChangeListener* listener) { listener_ = listener; }
 
     bool contains(int x, int y) const { return x >= 0 && x < width_ && y >= 0 && y < height_; }
-    // Cuts a rectangle at the canvas's edges; what lies wholly to the left or above becomes empty. An empty one,
-    // and one wholly to the right or below, is left exactly as it is.
+    // Cuts a rectangle at the canvas's edges; what lies wholly to the left or above becomes empty. An empty
+    // one, and one wholly to the right or below, is left exactly as it is.
     void clipRect(int& x, int& y, int& w, int& h) const;
 
 protected:

@@ -105,8 +105,9 @@ void OsdCanvasArgb32::fillRectAlpha(int x, int y, int w, int h, std::uint8_t red
     }
 }
 
-// The first row is written pixel by pixel and copied into the rows below it. So a rectangle without height still
-// gets its first row, where that lies on the canvas; one to the right of or below the canvas has none to copy.
+// The first row is written pixel by pixel and copied into the rows below it. So a rectangle without height
+// still gets its first row, where that lies on the canvas; one to the right of or below the canvas has none
+// to copy.
 void OsdCanvasArgb32::fillOpaque(int x, int y, int w, int h, std::uint32_t colour) {
     const int first = std::max(x, 0);
     const auto end = static_cast<int>(std::min<std::int64_t>(std::int64_t{x} + w, width_));

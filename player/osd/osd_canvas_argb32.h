@@ -1,7 +1,7 @@
 // The canvas in 32 bits per pixel: bytes blue, green, red, alpha, the layout of D3DFMT_A8R8G8B8.
 //
-// See OsdCanvas for units, threads, ownership and errors. The results of every operation are those of the plain
-// per-pixel rule, to the bit, however it is carried out.
+// See OsdCanvas for units, threads, ownership and errors. The results of every operation are those of the
+// plain per-pixel rule, to the bit, however it is carried out.
 #pragma once
 
 #include "player/osd/osd_canvas.h"

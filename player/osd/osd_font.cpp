@@ -11,8 +11,8 @@ std::int32_t Product(FT_Pos left, std::uint32_t right) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) * right);
 }
 
-// Faces whose bounding box promises more height than their capitals use: the ascent that lines up, by the height of
-// the box at the pixel size.
+// Faces whose bounding box promises more height than their capitals use: the ascent that lines up, by the
+// height of the box at the pixel size.
 struct AscentCorrection {
     std::int32_t top; // font units x pixels
     std::int32_t unitsPerEm;

@@ -1,7 +1,8 @@
-// What a text layout asks of a font: how wide a character is, how two of them move together, how high a line is.
+// What a text layout asks of a font: how wide a character is, how two of them move together, how high a line
+// is.
 //
-// Units      pixels at the size last set, except where an operation says otherwise; characters are code points of
-//            the face's default character map.
+// Units      pixels at the size last set, except where an operation says otherwise; characters are code
+//            points of the face's default character map.
 // Threads    the thread that draws.
 // Ownership  owns nothing: face, library, path and fallback live as long as their owner's process.
 // Errors     silent: what cannot be answered is 0, or left as it was.

@@ -13,10 +13,10 @@ namespace {
 // Components as sixteen-bit numbers with seven fraction bits; the high half of a signed product does the
 // multiplication and the floor of the rule. Two pixels' components lie in one register.
 //
-// A slope of one half or more does not fit a signed number: it goes in less one, and the factor it is short by,
-// old - new, is added back; together with + new that makes + old. The alpha component becomes a blend towards 255
-// with the slope rounded down: 255 + floor((old - 255) x slope) decides at whole numbers as floor(old x keep) + A
-// does.
+// A slope of one half or more does not fit a signed number: it goes in less one, and the factor it is short
+// by, old - new, is added back; together with + new that makes + old. The alpha component becomes a blend
+// towards 255 with the slope rounded down: 255 + floor((old - 255) x slope) decides at whole numbers as
+// floor(old x keep) + A does.
 struct BlendFactors {
     explicit BlendFactors(std::uint32_t colour) : slopeOverHalf(colour >> 24 < 128) {
         const auto slope = static_cast<short>(KeepSlope(colour >> 24) - (slopeOverHalf ? 65536 : 0));
@@ -47,7 +47,8 @@ void BlendFours(std::uint8_t* pixels, int count, const BlendFactors& factors) {
     }
 }
 
-// The same, twice as wide: unpacking and packing stay within each half of a register, so the order comes back.
+// The same, twice as wide: unpacking and packing stay within each half of a register, so the order comes
+// back.
 template <bool kSlopeOverHalf>
 [[gnu::target("avx2")]] void BlendEights(std::uint8_t* pixels, int count, const BlendFactors& factors) {
     const __m256i zero = _mm256_setzero_si256();

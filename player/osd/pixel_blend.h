@@ -1,15 +1,15 @@
 // Blending of 32-bit pixels, exact in integers.
 //
 // The rule, per component: keep = (255 - A) x 0.003921569 in single precision, take = 1 - keep, result =
-// floor(old x keep + new x take); for the alpha component floor(old x keep + A). Double precision holds all of it
-// exactly, so the result is a property of the numbers and integers can have it too:
+// floor(old x keep + new x take); for the alpha component floor(old x keep + A). Double precision holds all
+// of it exactly, so the result is a property of the numbers and integers can have it too:
 //
 //   result = new + floor((old - new) x keep)
 //
-// keep lies above (255 - A) / 255 by less than 4e-8, which matters only where old - new makes a whole number of
-// it: falling short of `new` such a product goes one down, otherwise it stays. Any slope above (255 - A) / 255 by
-// less than 1/65536 decides the same way, since all other products keep 1/255 away from a whole number and
-// |old - new| is at most 255. So the slope is (255 - A) / 255 rounded up to 16 bits.
+// keep lies above (255 - A) / 255 by less than 4e-8, which matters only where old - new makes a whole number
+// of it: falling short of `new` such a product goes one down, otherwise it stays. Any slope above (255 - A) /
+// 255 by less than 1/65536 decides the same way, since all other products keep 1/255 away from a whole number
+// and |old - new| is at most 255. So the slope is (255 - A) / 255 rounded up to 16 bits.
 //
 // Threads    any; no state.
 #pragma once
@@ -30,7 +30,8 @@ constexpr std::uint32_t BlendedComponent(std::int32_t old, std::int32_t added, s
     return static_cast<std::uint32_t>(added + (((old - added) * slope) >> 16));
 }
 
-// What blending `colour` leaves of `old`. Alpha 0 leaves it alone; alpha 255 replaces it and leaves alpha byte 0.
+// What blending `colour` leaves of `old`. Alpha 0 leaves it alone; alpha 255 replaces it and leaves alpha
+// byte 0.
 constexpr std::uint32_t BlendedPixel(std::uint32_t old, std::uint32_t colour) {
     const std::uint32_t alpha = colour >> 24;
     if (alpha == 0) {
@@ -65,7 +66,8 @@ enum class BlendWidth { kOne = 1, kFour = 4, kEight = 8 };
 // The widest this processor has.
 BlendWidth WidestBlend();
 
-// Blends one colour, its alpha 1 to 254, over a rectangle of w x h pixels whose rows are `stride` bytes apart.
+// Blends one colour, its alpha 1 to 254, over a rectangle of w x h pixels whose rows are `stride` bytes
+// apart.
 void BlendColourOver(std::uint8_t* pixels, std::size_t stride, int w, int h, std::uint32_t colour,
                      BlendWidth width = WidestBlend());
 

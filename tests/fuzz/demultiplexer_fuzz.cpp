@@ -1,6 +1,6 @@
-// Any bytes as a stream, in any chunks, with changes asked for inside handlers. The first byte says which change and
-// after how many units, the second the size of the chunks. What must hold whatever the stream is aborts when it does
-// not.
+// Any bytes as a stream, in any chunks, with changes asked for inside handlers. The first byte says which
+// change and after how many units, the second the size of the chunks. What must hold whatever the stream is
+// aborts when it does not.
 #include <algorithm>
 #include <functional>
 #include <numeric>

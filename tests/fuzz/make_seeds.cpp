@@ -1,4 +1,5 @@
-// Writes the seeds of the fuzzers: good streams and sections, and the jumps and losses that are hard to come by.
+// Writes the seeds of the fuzzers: good streams and sections, and the jumps and losses that are hard to come
+// by.
 #include <filesystem>
 #include <fstream>
 

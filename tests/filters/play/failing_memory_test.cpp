@@ -1,4 +1,5 @@
-// No memory: nothing is thrown at whoever calls a filter, no thread ends, and with memory again all is as before.
+// No memory: nothing is thrown at whoever calls a filter, no thread ends, and with memory again all is as
+// before.
 #include "tests/filters/play/failing_memory.h"
 
 #include <array>
@@ -17,8 +18,8 @@ namespace vistrame::test {
 
 namespace {
 
-// All of the server's filters, made, run and let go with whatever memory there is. Without the system's graph: Wine's takes
-// it for granted that a filter can always enumerate its pins.
+// All of the server's filters, made, run and let go with whatever memory there is. Without the system's
+// graph: Wine's takes it for granted that a filter can always enumerate its pins.
 class TightGraph {
 public:
     // The first failure.

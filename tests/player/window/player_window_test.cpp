@@ -1,5 +1,6 @@
 // The player window itself, in this process: creation, painting, menu, timers. What ends the process is
 // tested with the built player.
+#include "player/graph/com.h"
 #include "player/window/player_window.h"
 
 #include <array>
