@@ -14,16 +14,22 @@ namespace vistrame {
 
 namespace {
 
-// RGB32 comes before the cheaper YUV layouts: Wine's VMR9 accepts those, but converts them through a viewport
-// of the window's size instead of its own surface's, so that a window smaller than the surface shows a corner
-// of the picture.
-const SampleLayout kLayouts[] = {
-    {&MEDIASUBTYPE_RGB32, BI_RGB, {AV_PIX_FMT_BGR0, 32, true, false}},
-    {&MEDIASUBTYPE_NV12, FourCc("NV12"), {AV_PIX_FMT_NV12, 12, false, false}},
-    {&MEDIASUBTYPE_YV12, FourCc("YV12"), {AV_PIX_FMT_YUV420P, 12, false, true}},
-    {&MEDIASUBTYPE_YUY2, FourCc("YUY2"), {AV_PIX_FMT_YUYV422, 16, false, false}},
-    {&MEDIASUBTYPE_RGB24, BI_RGB, {AV_PIX_FMT_BGR24, 24, true, false}},
-};
+const SampleLayout kRgb32{&MEDIASUBTYPE_RGB32, BI_RGB, {AV_PIX_FMT_BGR0, 32, true, false}};
+const SampleLayout kNv12{&MEDIASUBTYPE_NV12, FourCc("NV12"), {AV_PIX_FMT_NV12, 12, false, false}};
+const SampleLayout kYv12{&MEDIASUBTYPE_YV12, FourCc("YV12"), {AV_PIX_FMT_YUV420P, 12, false, true}};
+const SampleLayout kYuy2{&MEDIASUBTYPE_YUY2, FourCc("YUY2"), {AV_PIX_FMT_YUYV422, 16, false, false}};
+const SampleLayout kRgb24{&MEDIASUBTYPE_RGB24, BI_RGB, {AV_PIX_FMT_BGR24, 24, true, false}};
+
+// A quarter to a half of RGB32's bytes, no conversion of colours by us: the renderer's hardware does that.
+const SampleLayout kOnWindows[] = {kNv12, kYv12, kYuy2, kRgb32, kRgb24};
+// Wine's VMR9 accepts the YUV layouts, but converts them through a viewport of the window's size instead of its
+// own surface's, so that a window smaller than the surface shows a corner of the picture.
+const SampleLayout kOnWine[] = {kRgb32, kNv12, kYv12, kYuy2, kRgb24};
+
+bool IsWine() {
+    const HMODULE system = GetModuleHandleA("ntdll.dll");
+    return system != nullptr && GetProcAddress(system, "wine_get_version") != nullptr;
+}
 
 DWORD BufferBytes(const SampleLayout& layout, int width, int height) {
     PictureBuffer buffer;
@@ -67,7 +73,8 @@ void ReadHeader(const Header& header, PictureType* type) {
 } // namespace
 
 std::span<const SampleLayout> PixelLayouts() {
-    return kLayouts;
+    static const bool wine = IsWine();
+    return wine ? std::span(kOnWine) : std::span(kOnWindows);
 }
 
 const SampleLayout* FindPixelLayout(const GUID& subtype, std::span<const SampleLayout> layouts) {
