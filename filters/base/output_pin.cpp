@@ -308,22 +308,4 @@ HRESULT OutputPin::ChangeType(const MediaType& type, long bufferBytes) {
     return S_OK;
 }
 
-HRESULT OutputPin::ConnectAnew(const MediaType& type) {
-    const ComPtr<IPin> peer = Peer();
-    if (peer == nullptr) {
-        return VFW_E_NOT_CONNECTED;
-    }
-    const MediaType before = Type();
-    HRESULT result = peer->Disconnect();
-    if (FAILED(result)) {
-        return result;
-    }
-    (void)Disconnect(); // stopped
-    result = Connect(peer.Get(), &type.Get());
-    if (FAILED(result)) {
-        (void)Connect(peer.Get(), &before.Get()); // as it was a moment ago
-    }
-    return result;
-}
-
 } // namespace vistrame

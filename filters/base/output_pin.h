@@ -59,10 +59,6 @@ public:
     // the type, or the peer's own wish where it puts one on its buffers. S_OK, or the type in force stays.
     HRESULT ChangeType(const MediaType& type, long bufferBytes);
 
-    // Stopped, like the peer's filter: takes the connection apart and makes it again with this type. S_OK, or
-    // the old type is back in force.
-    HRESULT ConnectAnew(const MediaType& type);
-
     // Bytes one buffer of the allocator holds; 0 while not connected.
     long BufferBytes() const { return bufferBytes_; }
 

@@ -102,20 +102,8 @@ void PictureOutput::OnPicture(const Picture& picture) {
 }
 
 void PictureOutput::KeepStill(const Picture& picture) {
-    if (still_.Get() || !pin_.IsConnected()) {
-        return;
-    }
-    still_.Store(picture);
-    const Shape shape{picture.width, picture.height, picture.aspect};
-    if (connected_.width == shape.width && connected_.height == shape.height) {
-        return;
-    }
-    // The pin tells Connected() of whatever comes about.
-    const MediaType type = MakePictureType(*buffers_.Target().layout, shape.width, shape.height, shape.aspect,
-                                           picture.duration, formatType_);
-    if (SUCCEEDED(pin_.ConnectAnew(type)) && connected_ == shape) {
-        agreedFor_ = shape;
-        fit_ = PictureWriter::Fit::kFill;
+    if (!still_.Get()) {
+        still_.Store(picture);
     }
 }
 

@@ -50,7 +50,7 @@ public:
 
     // While stopped: makes room for another still.
     void DropStill() { still_.Clear(); }
-    // While stopped the first picture is kept as a still, and the renderer connected for its size.
+    // While stopped the first picture is kept as a still.
     void OnPicture(const Picture& picture) override;
     // The next picture does not follow the one before.
     void MarkDiscontinuity() { discontinuity_ = true; }

