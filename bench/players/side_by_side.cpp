@@ -46,11 +46,13 @@ std::vector<Player> Players(const std::string& build) {
     return {
         Ours(build, "Vistrame, VMR9", "--set UseVMR9=1" + fade),
         Ours(build, "Vistrame, Overlay Mixer", "--set UseVMR9=0" + fade),
-        // It will not run as root: a user of its own name space has our rights and another number.
+        // It will not run as root: a user of its own name space has our rights and another number. Its
+        // window's size follows a factor only.
         {"VLC",
-         "exec unshare --map-user=1000 vlc -I dummy --no-video-title-show --no-video-deco --no-osd "
-         "--vout=xcb_x11 "
-         "--video-x=0 --video-y=0 --width=480 --height=270 --no-autoscale --no-qt-privacy-ask \"$1\"",
+         "case $1 in *576*) zoom=0.46875 ;; *) zoom=0.25 ;; esac; exec unshare --map-user=1000 vlc -I dummy "
+         "--no-video-title-show --no-video-deco --no-osd --avcodec-hw=none --vout=xcb_x11 --video-x=0 "
+         "--video-y=0 "
+         "--zoom=$zoom \"$1\"",
          0, 0, "vlc"},
         {"mpv",
          "exec mpv --no-config --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border --no-osc --osd-level=0 "
