@@ -110,7 +110,7 @@ Outcome Show(const Options& options, const std::string& path, const Script& scri
         }
     }
     if (!outcome.Ok() && options.WindowMode()) {
-        PrintError(outcome.reason); // the window has told it in a box when it happened
+        PrintError(outcome.reason); // the window has shown it in a box when it happened
         outcome.reason.clear();
     }
     return outcome;

@@ -10,7 +10,7 @@ namespace vistrame {
 //
 // When a stream jumps, PES packets of the new time base may arrive before the first PCR of it. Their stamps
 // lie oddly to the clock (their lead is another than that of the packet before on the same PID); such a
-// placement stays unsettled until the next PCR has told.
+// placement stays unsettled until the next PCR decides.
 //
 // Units      stamps 90 kHz, clock and leads 27 MHz, packets of the whole stream.
 // Threads    none of its own, not thread-safe.

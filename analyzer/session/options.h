@@ -25,7 +25,7 @@ struct Options {
     bool stayOpen = false;
     std::uint32_t seed = 1;
 
-    // People look at the window: what goes wrong may be told in a box.
+    // People look at the window: what goes wrong may be shown in a box.
     bool WindowMode() const { return !list && !help && script.empty(); }
 };
 

@@ -11,10 +11,10 @@
 
 namespace vistrame {
 
-// The running player: started, announced, told what to do, ended.
+// The running player: started, announced, commanded, ended.
 //
-// Threads    OnAnnounced on the thread of the window that is told; SendDiscontinuity, Window and ProcessId
-//            from any; the rest from one thread.
+// Threads    OnAnnounced on the thread of the window that is notified; SendDiscontinuity, Window and
+//            ProcessId from any; the rest from one thread.
 // Ownership  owns the process's handle. A player that does not end when asked is ended by force.
 // Errors     Start says why not; a command that is not answered is logged and answers false.
 class PlayerProcess {

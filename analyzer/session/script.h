@@ -1,8 +1,8 @@
 // A script: time-stamped commands, one per line, carried out in order.
 //
 // Units      seconds; PIDs, codes and arguments as numbers; shares of packets in 0 to 1.
-// Errors     the first line that cannot be understood is told with its number; nothing of the script is used
-//            then.
+// Errors     the first line that cannot be understood is reported with its number; nothing of the script is
+//            used then.
 #pragma once
 
 #include <string>

@@ -124,7 +124,7 @@ private:
     std::optional<Selection> selection_;
     std::string last_;
     std::optional<std::string> notice_;
-    std::string box_; // text last told
+    std::string box_; // text last logged
     ReportFacts facts_;
 
     std::thread thread_; // last: it uses everything above

@@ -21,7 +21,7 @@ public:
     // gap that was really transmitted.
     static constexpr std::int64_t kLongestInterval = kPcrPerSecond;
 
-    // The rate before any PCR has told.
+    // The rate before any PCR interval is known.
     explicit PaceMeter(double ticksPerPacket) : ticksPerPacket_(ticksPerPacket) {}
 
     // Duration of the `packets` before this PCR, counted from the one before it or from the last Break.
@@ -31,7 +31,7 @@ public:
     // What follows does not belong to what came before.
     void Break() { last_.reset(); }
 
-    // Over all intervals that told their length; 0: there was none.
+    // Over all intervals of known length; 0: there was none.
     double MeanTicksPerPacket() const;
 
 private:

@@ -178,7 +178,7 @@ void MainWindow::SizeArea(int width, int height) {
                        SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-// The player's window belongs to another process: it is told, and not waited for.
+// The player's window belongs to another process: it is notified, and not waited for.
 void MainWindow::FitPlayer() const {
     RECT client{};
     if (session_ && session_->PlayerWindow() != nullptr && GetClientRect(area_, &client)) {

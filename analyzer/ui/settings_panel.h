@@ -15,7 +15,7 @@ namespace vistrame {
 // Ownership  its windows are children of the parent and go with it.
 class SettingsPanel {
 public:
-    // `button` is the identifier under which the parent is told that the button was pressed.
+    // `button` is the identifier under which the parent is notified of the button.
     void Create(HWND parent, int button, HFONT font);
     // The parent redraws afterwards.
     void Place(int x, int y, int width);

@@ -204,7 +204,7 @@ bool Print(const char* what, const std::vector<Measured>& measured, double limit
     return right;
 }
 
-bool RunKind(const Surroundings& where, SoundWatch& sound, std::size_t index) {
+bool RunKind(const Paths& where, SoundWatch& sound, std::size_t index) {
     const Kind& kind = kKinds[index];
     const std::vector<double> places =
         Places(RandomAccessTimes(where.streams + "/" + kind.stream, kVideoPid), kind.from, kind.to);
@@ -293,7 +293,7 @@ bool CheckSelection(const ProgrammeRun& run, std::size_t number, const Selected&
 }
 
 // Selections at places all over the group of pictures.
-bool RunSelections(const Surroundings& where, SoundWatch& sound) {
+bool RunSelections(const Paths& where, SoundWatch& sound) {
     constexpr int kColours[] = {0x209838, 0x2840C8}; // by programme of live.ts
     std::string script = "+0 play 1\n+0 wait picture 20\n+3 mark start\n";
     for (int i = 0; i < 2 * kTimes; ++i) {
@@ -324,7 +324,7 @@ bool RunSelections(const Surroundings& where, SoundWatch& sound) {
     return right;
 }
 
-bool RunEvents(const Surroundings& where, SoundWatch& sound, std::size_t only) {
+bool RunEvents(const Paths& where, SoundWatch& sound, std::size_t only) {
     bool right = true;
     if (only == 0 || only == 1) {
         right = RunSelections(where, sound);

@@ -16,7 +16,7 @@ struct Player {
     std::string command;
     int left = 0;
     int top = 0;
-    std::string process; // whose cost is told, as `comm` has it
+    std::string process; // whose cost is measured, as `comm` has it
 };
 
 struct Figures {

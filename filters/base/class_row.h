@@ -9,7 +9,7 @@
 
 namespace vistrame {
 
-// What the filter mapper is told about one pin.
+// What is registered with the filter mapper about one pin.
 struct PinRow {
     bool output;
     std::span<const REGPINTYPES> types;

@@ -48,7 +48,7 @@ private:
     SoundPlacement placement_;
     bool discontinuity_ = true;
     std::int64_t leftOut_ = 0;          // frames before the next that is played; for the trace
-    std::atomic<bool> resumed_ = false; // told by the state change, taken by the streaming thread
+    std::atomic<bool> resumed_ = false; // set by the state change, taken by the streaming thread
 };
 
 } // namespace vistrame

@@ -19,7 +19,7 @@ inline constexpr CLSID CLSID_VistrameAudioDecoder = {
     0x8e20d7c3, 0x41ab, 0x4f6e, {0x9d, 0x35, 0x67, 0xb8, 0x0c, 0xe1, 0x5a, 0xf4}};
 
 // What a compressed stream's media type says about its coding. Only the identifiers count: live formats are
-// told by the stream itself, and the format blocks offered with them are samples at best.
+// known from the stream itself, and the format blocks offered with them are samples at best.
 //
 // Video      MEDIATYPE_Video and one of the subtypes; any format type.
 // Audio      MEDIATYPE_Audio or no major type, and one of the subtypes; or no subtype and a WAVEFORMATEX

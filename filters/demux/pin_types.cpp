@@ -25,7 +25,7 @@ const GUID& MajorOf(Coding coding) {
 struct VideoShape {
     LONG width, height;
     DWORD aspectX, aspectY;
-    REFERENCE_TIME pictureTime; // 0: not told
+    REFERENCE_TIME pictureTime; // 0: unspecified
     DWORD compression;
     DWORD profile, level;
 };

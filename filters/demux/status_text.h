@@ -27,7 +27,7 @@ struct DemuxStatus {
 };
 
 // The lines to show, each ending in "\r\n": PIDs, bit rates, stall counts, and for a stream that does not
-// move the reason. `before` is an earlier moment, which rates and reasons are told against.
+// move the reason. `before` is an earlier moment, which rates and reasons are measured against.
 std::string StatusText(const DemuxStatus& now, const DemuxStatus& before);
 
 } // namespace vistrame

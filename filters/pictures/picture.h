@@ -41,7 +41,7 @@ struct Picture {
     bool interlaced = false;
     bool topFieldFirst = true;
 
-    int colourSpace = 2; // AVColorSpace; 2: not told
+    int colourSpace = 2; // AVColorSpace; 2: unspecified
     bool fullRange = false;
 
     // Empty: to be shown at once, its time comes with the same picture again.

@@ -12,7 +12,7 @@ namespace vistrame {
 struct PixelLayout {
     int format;       // AVPixelFormat
     int bits;         // per pixel on average
-    bool bottomUp;    // unless told otherwise
+    bool bottomUp;    // unless stated otherwise
     bool swapsChroma; // V before U
 };
 

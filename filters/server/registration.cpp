@@ -97,7 +97,7 @@ HRESULT RegisterClasses(std::span<const ClassRow> rows, const std::wstring& path
         result = RegisterRow(mapper.Get(), *row, path);
     }
     if (FAILED(result)) {
-        (void)UnregisterClasses(rows); // as far as it goes: the first failure is what is told
+        (void)UnregisterClasses(rows); // as far as it goes: the first failure is what is reported
         return result;
     }
     return S_OK;

@@ -11,8 +11,8 @@ namespace vistrame {
 
 // Writes the rows' class keys, pointing at the server file `path`, and their entries in the filter mapper.
 //
-// A stand-in row is left out when its class is registered by somebody else. Who registered a class is told by
-// a mark in its key, not by the path: the file may have been moved since.
+// A stand-in row is left out when its class is registered by somebody else. Who registered a class is known
+// by a mark in its key, not by the path: the file may have been moved since.
 //
 // Threads    COM must be initialised on the calling thread.
 // Errors     the first failure, after everything of ours has been taken back.

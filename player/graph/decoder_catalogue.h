@@ -20,7 +20,7 @@ struct NamedClass {
     ClassId id;
 };
 
-// How a video decoder's input and output pins are told apart.
+// How a video decoder's input and output pins are found.
 enum class PinRule : std::uint8_t {
     kFirstInputFirstOutput, // by direction
     kFirstAndSecond,        // by enumeration order, whatever their directions

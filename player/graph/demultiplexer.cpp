@@ -46,7 +46,7 @@ private:
     std::uint32_t mpeg2Codec_;
 };
 
-// Its pins are always there; codings and PIDs are told to it.
+// Its pins are always there; codings and PIDs are set on it.
 class KorvixDemultiplexer final : public Demultiplexer {
 public:
     explicit KorvixDemultiplexer(PlayerGraph& player) : Demultiplexer(player, CLSID_KorvixDemux) {}

@@ -31,10 +31,9 @@ public:
     [[nodiscard]] bool Create();
     [[nodiscard]] const Filter& AsFilter() const { return filter_; }
 
-    virtual void Prepare() {} // before the graph has it
-    [[nodiscard]] virtual bool
-    TakeControl() = 0;                           // once the graph has it; false: it cannot be told what to do
-    [[nodiscard]] virtual Pin Input() const = 0; // of the transport stream
+    virtual void Prepare() {}                     // before the graph has it
+    [[nodiscard]] virtual bool TakeControl() = 0; // once the graph has it; false: it cannot be controlled
+    [[nodiscard]] virtual Pin Input() const = 0;  // of the transport stream
 
     struct VideoOutput {
         Pin pin;

@@ -1,5 +1,5 @@
-// The command line and the script language: how what is not understood is told. What is understood the runs
-// of the built programs use.
+// The command line and the script language: how what is not understood is reported. What is understood the
+// runs of the built programs use.
 #include <iterator>
 #include <sstream>
 

@@ -124,7 +124,8 @@ TEST(PacedStream, StreamsWithoutAPcrGoByADefaultRateAndOtherDistancesByTheirPack
     }
 }
 
-// Four passes: every packet of each, the seams between them told before the first packet, the pace going on.
+// Four passes: every packet of each, the seams between them reported before the first packet, the pace going
+// on.
 TEST(PacedStream, RepeatsWithASeam) {
     const TsBuilder builder = NumberedStream(25);
     Player player(builder, true);

@@ -1,4 +1,4 @@
-// What goes wrong is told in one line and by the exit code; nothing waits for ever.
+// What goes wrong is reported in one line and by the exit code; nothing waits for ever.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

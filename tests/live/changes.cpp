@@ -53,7 +53,7 @@ double Most(const std::vector<ProcessWatch::Look>& looks, double from, double to
     return most;
 }
 
-bool Changes(const Surroundings& where, SoundWatch& sound, int vmr9) {
+bool Changes(const Paths& where, SoundWatch& sound, int vmr9) {
     const int changes = Number("VISTRAME_CHANGES", kChanges);
     ProcessWatch watch;
     const ProgrammeRun run =
@@ -91,7 +91,7 @@ bool Changes(const Surroundings& where, SoundWatch& sound, int vmr9) {
 }
 
 // From the selection's command to the end of its graph's making, and a little on.
-bool Quits(const Surroundings& where, SoundWatch& sound, int vmr9) {
+bool Quits(const Paths& where, SoundWatch& sound, int vmr9) {
     std::string script;
     const int quits = Number("VISTRAME_QUITS", kQuits);
     for (int i = 0; i < quits; ++i) {
@@ -109,7 +109,7 @@ bool Quits(const Surroundings& where, SoundWatch& sound, int vmr9) {
 
 } // namespace
 
-bool RunChanges(const Surroundings& where, SoundWatch& sound, std::size_t only) {
+bool RunChanges(const Paths& where, SoundWatch& sound, std::size_t only) {
     bool right = true;
     std::size_t number = 0;
     for (const int vmr9 : {1, 0}) {

@@ -52,7 +52,7 @@ bool Pictures(const std::vector<ScreenWatch::Change>& border, const std::vector<
 
 } // namespace
 
-bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t /*only*/) {
+bool RunDemo(const Paths& where, SoundWatch& sound, std::size_t /*only*/) {
     std::ifstream script(VISTRAME_SOURCE_DIR "/tools/demo.script");
     const ScreenWatch middle(kAreaWidth, kAreaHeight);
     const ProgrammeRun run =

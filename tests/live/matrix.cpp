@@ -121,7 +121,7 @@ void CheckLipSync(const ProgrammeRun& run, double begin, double end, Result& res
     }
 }
 
-Result Play(const Row& row, const Surroundings& where, SoundWatch& sound) {
+Result Play(const Row& row, const Paths& where, SoundWatch& sound) {
     const std::vector<std::string> options{"--clock-source", std::to_string(row.clock),
                                            "--set",          "KorvixCodec=" + std::to_string(row.korvix),
                                            "--set",          "UseVMR9=" + std::to_string(row.vmr9),
@@ -154,7 +154,7 @@ Result Play(const Row& row, const Surroundings& where, SoundWatch& sound) {
 
 } // namespace
 
-bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only) {
+bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
     std::puts(
         "video   audio   demux    renderer clock | first picture, over  sound after | lip sync  worst of | "
         "held |    tone");

@@ -10,12 +10,12 @@ namespace vistrame::live {
 // `only`: that measurement alone, counted from 1; 0: all of them.
 
 // The demo of `make play`: both programmes by colour, motion and tone.
-bool RunDemo(const Surroundings& where, SoundWatch& sound, std::size_t only);
+bool RunDemo(const Paths& where, SoundWatch& sound, std::size_t only);
 // Every coding through every demultiplexer, renderer and clock: colour, motion, tone, lip sync.
-bool RunMatrix(const Surroundings& where, SoundWatch& sound, std::size_t only);
+bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only);
 // The fade-in and the stall watchdog.
-bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only);
+bool RunTimers(const Paths& where, SoundWatch& sound, std::size_t only);
 // Programme changes without a pause, and Quit right behind one.
-bool RunChanges(const Surroundings& where, SoundWatch& sound, std::size_t only);
+bool RunChanges(const Paths& where, SoundWatch& sound, std::size_t only);
 
 } // namespace vistrame::live

@@ -82,7 +82,7 @@ void CheckFade(const Envelope& envelope, const char* what, double from, double d
     Report("rise from -40 dB to full", ramp->seconds, kFade - kFadeTolerance, kFade + kFadeTolerance, wrong);
 }
 
-std::string Fade(const Surroundings& where, SoundWatch& sound) {
+std::string Fade(const Paths& where, SoundWatch& sound) {
     const ProgrammeRun run = RunScript(
         where, sound, {"--set", "KorvixCodec=0", "--set", "UseVMR9=0", "--set", "AudioUnmuteMsec=1500"},
         "+0 play 1\n+0 wait picture 20\n+5 unmute 700\n+3.5 quit\n", "small.ts");
@@ -131,7 +131,7 @@ const std::vector<std::string> kStallOptions{"--set",     "KorvixCodec=1", "--se
 // Counts are tenths of a second since the last access unit, looked at each second: above 30 the graph
 // restarts, above 100 the player ends. A picture is seen up to kShown after its unit came.
 constexpr double kShown = 0.3;
-std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
+std::string StaysAway(const Paths& where, SoundWatch& sound) {
     std::puts(" pictures stop and stay away");
     const ProgrammeRun run = RunScript(where, sound, kStallOptions,
                                        std::string(kStart) + "+0 wait exit 0xFFFFFFFF 25\n", "stops.ts");
@@ -144,7 +144,7 @@ std::string StaysAway(const Surroundings& where, SoundWatch& sound) {
     return wrong;
 }
 
-std::string Returns(const Surroundings& where, SoundWatch& sound) {
+std::string Returns(const Paths& where, SoundWatch& sound) {
     std::puts(" pictures stop, and return after the restart");
     const ProgrammeRun run = RunScript(
         where, sound, kStallOptions, std::string(kStart) + "+8 seek 0.5\n+6 mark end\n+0 quit\n", "stops.ts");
@@ -166,7 +166,7 @@ std::string Returns(const Surroundings& where, SoundWatch& sound) {
 
 } // namespace
 
-bool RunTimers(const Surroundings& where, SoundWatch& sound, std::size_t only) {
+bool RunTimers(const Paths& where, SoundWatch& sound, std::size_t only) {
     bool right = true;
     std::size_t number = 0;
     for (const auto& measure : {Fade, StaysAway, Returns}) {

@@ -1,4 +1,4 @@
-// The player's one window with a recording graph behind it, for tests of what the window is told.
+// The player's one window with a recording graph behind it, for tests of the commands to the window.
 #pragma once
 
 #include <gtest/gtest.h>

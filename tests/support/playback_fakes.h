@@ -24,7 +24,7 @@ class FakeMixer : public FakeObject {
 public:
     explicit FakeMixer(Journal& journal);
 
-    const VMR9AlphaBitmap* last = nullptr; // what it was told to mix
+    const VMR9AlphaBitmap* last = nullptr; // the last one to be mixed
 };
 
 // Records levels as "-6000".

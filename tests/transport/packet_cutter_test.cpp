@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kPackets = 40;
 
-// Packet n has PID 0x100 + n, so that what came out can be told by PID. Payloads hold many sync bytes.
+// Packet n has PID 0x100 + n, so that what came out is identified by PID. Payloads hold many sync bytes.
 Bytes Numbered(std::size_t stride) {
     TsBuilder builder;
     std::uint32_t state = 1;

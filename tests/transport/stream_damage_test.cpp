@@ -1,6 +1,6 @@
-// One good programme, damaged in one place per row. What comes of it is told as a list of what is not as it
-// was sent, by picture, then by audio frame number, then as continuity errors, transport errors and scrambled
-// packets:
+// One good programme, damaged in one place per row. What comes of it is written as a list of what is not as
+// it was sent, by picture, then by audio frame number, then as continuity errors, transport errors and
+// scrambled packets:
 //   5!  whole, with the discontinuity flag    5-  incomplete, with the flag    5?  incomplete, without it
 //   5x  missing                               +!  the rest of a picture whose header was lost
 #include <gtest/gtest.h>

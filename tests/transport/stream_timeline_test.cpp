@@ -68,7 +68,7 @@ TEST(StreamTimeline, GoesOnAtAJumpWhereverItIsCut) {
             for (const Pid pid : {kVideo, kAudio}) {
                 const auto units = run.Of(pid);
                 const auto [least, most] = Steps(units);
-                // Up to two pictures and five frames are gone, and how long that was cannot be told.
+                // Up to two pictures and five frames are gone, and how long that was cannot be known.
                 EXPECT_GT(least, -kPictureTicks);
                 EXPECT_LE(most, 4 * kPictureTicks);
                 EXPECT_TRUE(std::ranges::is_sorted(units, {}, &UnitRecorder::Unit::segment));

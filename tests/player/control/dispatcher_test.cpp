@@ -105,7 +105,7 @@ TEST_F(Dispatcher, EveryCodeWritesItsLineAndReachesItsObject) {
     }
 }
 
-// The maker's demultiplexer is told behind the video's mapping and before the audio's.
+// The maker's demultiplexer gets its PIDs behind the video's mapping and before the audio's.
 TEST_F(Dispatcher, SelectionsRebuildMapAndRunOnlyWhenSomethingChanges) {
     const struct {
         std::uint32_t argument;

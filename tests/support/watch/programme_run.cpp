@@ -85,7 +85,7 @@ std::string Follow(std::future<int> analyzer, LogReader& log, const std::string&
 } // namespace
 
 int RunPart(Part part, std::span<char*> words) {
-    const Surroundings where{words[0], words[1]};
+    const Paths where{words[0], words[1]};
     const std::string filters = where.build + "/filters/vistrame.ax";
     if (RunTool({"register", filters}, "/dev/null", 60) != 0) {
         std::fputs("vistrame.ax cannot be registered\n", stderr);
@@ -110,7 +110,7 @@ std::string ProgrammeRun::Rest(const std::string& begin) const {
     return found == log.end() ? "" : found->text.substr(begin.size());
 }
 
-ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
+ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<std::string>& options,
                        const std::string& script, const std::string& stream, double limit, int colourRow) {
     ProgrammeRun run;
     const char* const session = std::getenv("VISTRAME_SESSION");

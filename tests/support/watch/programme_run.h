@@ -13,7 +13,7 @@
 namespace vistrame::live {
 
 // Where things are.
-struct Surroundings {
+struct Paths {
     std::string build;   // of the product
     std::string streams; // of tests/live/make-streams
 };
@@ -41,13 +41,13 @@ struct ProgrammeRun {
 };
 // The analyzer of the build under test carries out a script, which is ended when it takes longer than
 // `limit`.
-ProgrammeRun RunScript(const Surroundings& where, SoundWatch& sound, const std::vector<std::string>& options,
+ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<std::string>& options,
                        const std::string& script, const std::string& stream, double limit = 60,
                        int colourRow = kAreaHeight / 2);
 
 // Runs a part with the filters of the build under test registered in the session's Wine, listening to its
 // sink. `words`: BUILD STREAMS [ROW]. The program's exit code.
-using Part = bool (*)(const Surroundings& where, SoundWatch& sound, std::size_t only);
+using Part = bool (*)(const Paths& where, SoundWatch& sound, std::size_t only);
 int RunPart(Part part, std::span<char*> words);
 
 // Tries a measurement up to three times and prints why again: a sound server or a player that other programs

@@ -8,7 +8,7 @@
 
 namespace vistrame::live {
 
-// Seconds of the machine's monotonic clock, on which everything here is told.
+// Seconds of the machine's monotonic clock, of which all times here are.
 double Now();
 
 // What the marks of a measured stream (tests/live/make-streams) look like at one moment.
@@ -26,14 +26,14 @@ struct Look {
 // Watches the analyzer's picture area, or another, on the session's display, every kPeriod.
 //
 // Units      seconds of Now(), in the middle of the server's answer. The display shows what it is sent at
-//            once, so what is told is late by half a period on average.
+//            once, so a reported time is late by half a period on average.
 // Threads    one of its own from construction to destruction; the operations from any.
 // Errors     no display ends the program; as long as there is no window, nothing is seen.
 class ScreenWatch {
 public:
     static constexpr double kPeriod = 0.003;
 
-    // The area, and the row of it whose colour counts: the middle one unless told.
+    // The area, and the row of it whose colour counts: the middle one by default.
     ScreenWatch(int width, int height, int colourRow = -1);
     // An area whose place on the display is known.
     struct Place {
@@ -57,7 +57,7 @@ private:
     void Run();
 
     const int width_, height_, colourRow_;
-    std::optional<Place> place_; // found by the thread when it is not told
+    std::optional<Place> place_; // found by the thread when it is not given
     mutable std::mutex lock_;
     std::vector<Change> changes_;
     double blink_ = 0;
