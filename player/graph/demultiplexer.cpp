@@ -10,8 +10,6 @@
 namespace vistrame {
 namespace {
 
-using Microsoft::WRL::ComPtr;
-
 // Its output pins are made on request, and PIDs are mapped to them.
 class PlatformDemultiplexer final : public Demultiplexer {
 public:
