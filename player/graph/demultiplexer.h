@@ -31,9 +31,12 @@ public:
     [[nodiscard]] bool Create();
     [[nodiscard]] const Filter& AsFilter() const { return filter_; }
 
-    virtual void Prepare() {}                     // before the graph has it
-    [[nodiscard]] virtual bool TakeControl() = 0; // once the graph has it; false: it cannot be controlled
-    [[nodiscard]] virtual Pin Input() const = 0;  // of the transport stream
+    // Before the graph has it.
+    virtual void Prepare() {}
+    // Once the graph has it. False: it cannot be controlled.
+    [[nodiscard]] virtual bool TakeControl() = 0;
+    // Of the transport stream.
+    [[nodiscard]] virtual Pin Input() const = 0;
 
     struct VideoOutput {
         Pin pin;
