@@ -1,10 +1,64 @@
 #include "filters/overlay/overlay_mixer.h"
 
+#include <array>
+
 #include "filters/base/guarded.h"
 #include "filters/decoders/picture_output.h"
 #include "filters/pictures/picture_types.h"
 
 namespace vistrame {
+
+namespace {
+
+// What the renderer is given for each picture that is painted past it: even numbers, and no more than that.
+constexpr int kStandInWidth = 64;
+constexpr int kStandInHeight = 36;
+
+MediaType StandInType() {
+    return MakePictureType(*FindPixelLayout(MEDIASUBTYPE_RGB32), kStandInWidth, kStandInHeight, Aspect{},
+                           Picture{}.duration, FORMAT_VideoInfo);
+}
+
+ComPtr<IOverlay> WindowOwner(IPin* renderer) {
+    ComPtr<IOverlay> owner;
+    if (renderer != nullptr) {
+        (void)renderer->QueryInterface(IID_PPV_ARGS(&owner)); // null says it
+    }
+    return owner;
+}
+
+// The renderer's own pictures go where nobody sees them.
+void HideOwnPictures(IPin* renderer) {
+    PIN_INFO info{};
+    if (FAILED(renderer->QueryPinInfo(&info)) || info.pFilter == nullptr) {
+        return;
+    }
+    ComPtr<IBaseFilter> filter;
+    *filter.ReleaseAndGetAddressOf() = info.pFilter;
+    ComPtr<IBasicVideo> video;
+    if (SUCCEEDED(filter->QueryInterface(IID_IBasicVideo, &video))) {
+        (void)video->SetDestinationPosition(-kStandInWidth, -kStandInHeight, kStandInWidth, kStandInHeight);
+    }
+}
+
+// Made by the graph, so that the renderer's window belongs to the thread on which the graph serves windows.
+// Without it the graph searches for a renderer.
+void AddWindowRenderer(IFilterGraph* graph) {
+    static constexpr wchar_t kRenderer[] = // the device of its registration among the DirectShow filters
+        L"@device:sw:{083863F1-70DE-11D0-BD40-00A0C911CE86}\\{70E102B0-5556-11CE-97C0-00AA0055595A}";
+    ComPtr<IFilterGraph2> builder;
+    ComPtr<IBindCtx> context;
+    ComPtr<IMoniker> device;
+    ULONG eaten = 0;
+    if (FAILED(graph->QueryInterface(IID_PPV_ARGS(&builder))) || FAILED(CreateBindCtx(0, &context)) ||
+        FAILED(MkParseDisplayName(context.Get(), kRenderer, &eaten, &device))) {
+        return;
+    }
+    ComPtr<IBaseFilter> renderer;
+    (void)builder->AddSourceFilterForMoniker(device.Get(), context.Get(), L"Video Renderer", &renderer);
+}
+
+} // namespace
 
 class OverlayMixer::MixerOutput final : public OutputPin {
 public:
@@ -23,7 +77,8 @@ protected:
         const auto picture = ReadPictureType(Type());
         return {.cBuffers = 1, .cbBuffer = picture ? picture->Bytes() : 0, .cbAlign = 1, .cbPrefix = 0};
     }
-    // A graph builder looks for any free input pin, and ours is one.
+    // A graph builder looks for any free input pin, and ours is one; and for the renderer of the highest merit,
+    // which mixes itself and says nothing of its window.
     HRESULT CheckPeer(IPin* peer) override {
         PIN_INFO info{};
         if (FAILED(peer->QueryPinInfo(&info))) {
@@ -31,7 +86,16 @@ protected:
         }
         ComPtr<IBaseFilter> filter;
         *filter.ReleaseAndGetAddressOf() = info.pFilter;
-        return filter.Get() == static_cast<IBaseFilter*>(&owner_) ? VFW_E_CANNOT_CONNECT : S_OK;
+        if (filter.Get() == static_cast<IBaseFilter*>(&owner_)) {
+            return VFW_E_CANNOT_CONNECT;
+        }
+        owner_.paints_ = WindowOwner(peer) != nullptr;
+        ComPtr<IVMRFilterConfig> mixing;
+        return FAILED(filter->QueryInterface(IID_IVMRFilterConfig, &mixing)) ? S_OK : VFW_E_CANNOT_CONNECT;
+    }
+    void Disconnected() override {
+        OutputPin::Disconnected();
+        owner_.paints_ = false;
     }
 
 private:
@@ -44,8 +108,12 @@ public:
 
     HRESULT CheckMediaType(const MediaType& type) override {
         const ComPtr<IPin> renderer = owner_.output_->Peer();
-        if (!ReadPictureType(type)) {
+        const auto picture = ReadPictureType(type);
+        if (!picture) {
             return VFW_E_TYPE_NOT_ACCEPTED;
+        }
+        if (owner_.paints_) { // RGB is twice the bytes and one conversion more
+            return picture->layout->compression != BI_RGB ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
         }
         return renderer == nullptr || renderer->QueryAccept(&type.Get()) == S_OK ? S_OK
                                                                                  : VFW_E_TYPE_NOT_ACCEPTED;
@@ -64,7 +132,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override {
         return Guarded([&] {
             const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
-            return renderer != nullptr && SUCCEEDED(renderer->GetAllocator(allocator))
+            return !owner_.paints_ && renderer != nullptr && SUCCEEDED(renderer->GetAllocator(allocator))
                        ? S_OK
                        : InputPin::GetAllocator(allocator);
         });
@@ -73,8 +141,9 @@ public:
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) override {
         return Guarded([&] {
             const ComPtr<IMemInputPin> renderer = owner_.RendererInput();
-            const HRESULT result =
-                renderer != nullptr ? renderer->NotifyAllocator(allocator, readOnly) : S_OK;
+            const HRESULT result = !owner_.paints_ && renderer != nullptr
+                                       ? renderer->NotifyAllocator(allocator, readOnly)
+                                       : S_OK;
             return SUCCEEDED(result) ? InputPin::NotifyAllocator(allocator, readOnly) : result;
         });
     }
@@ -83,7 +152,10 @@ public:
 
 protected:
     HRESULT OnReceive(IMediaSample* sample) override {
-        return owner_.output_->IsConnected() ? owner_.output_->Deliver(sample) : S_OK;
+        if (!owner_.output_->IsConnected()) {
+            return S_OK;
+        }
+        return owner_.window_ != nullptr ? owner_.Paint(sample) : owner_.output_->Deliver(sample);
     }
     HRESULT OnEndOfStream() override { return owner_.output_->DeliverEndOfStream(); }
     HRESULT OnNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
@@ -93,7 +165,7 @@ protected:
     HRESULT OnEndFlush() override { return owner_.output_->DeliverEndFlush(); }
 
     void TypeAgreed(const MediaType& type) override {
-        if (owner_.State() != State_Stopped && owner_.output_->IsConnected()) {
+        if (owner_.State() != State_Stopped && owner_.output_->IsConnected() && !owner_.paints_) {
             owner_.output_->SetType(type);
         }
     }
@@ -103,6 +175,9 @@ private:
 };
 
 std::vector<MediaType> OverlayMixer::MixerOutput::OfferedTypes() {
+    if (owner_.paints_) {
+        return {StandInType()};
+    }
     return owner_.input_->IsConnected() ? std::vector{owner_.input_->Type()} : PictureOutput::OfferedTypes();
 }
 
@@ -111,10 +186,54 @@ OverlayMixer::OverlayMixer()
       input_(&AddPin(std::make_unique<MixerInput>(*this))),
       output_(&AddPin(std::make_unique<MixerOutput>(*this))) {}
 
+HRESULT OverlayMixer::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+    const HRESULT result = BaseFilter::JoinFilterGraph(graph, name);
+    if (SUCCEEDED(result) && graph != nullptr) {
+        AddWindowRenderer(graph);
+    }
+    return result;
+}
+
+HRESULT OverlayMixer::Starting() {
+    window_ = nullptr;
+    const ComPtr<IPin> renderer = output_->Peer();
+    if (const ComPtr<IOverlay> owner = paints_ ? WindowOwner(renderer.Get()) : nullptr) {
+        (void)owner->GetWindowHandle(&window_); // null: the renderer paints
+        HideOwnPictures(renderer.Get());
+    }
+    return S_OK;
+}
+
+// The renderer takes the stand-in when the picture is due. While paused it keeps it until the graph runs on, so
+// the picture comes first then.
+HRESULT OverlayMixer::Paint(IMediaSample* sample) {
+    BYTE* pixels = nullptr;
+    const auto type = ReadPictureType(input_->Type());
+    if (type && SUCCEEDED(sample->GetPointer(&pixels))) {
+        painter_.Prepare(window_, *type, pixels, sample->GetSize());
+    }
+    if (State() == State_Paused) {
+        painter_.Show();
+    }
+    SampleAttributes attributes{.syncPoint = true, .discontinuity = sample->IsDiscontinuity() == S_OK};
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (SUCCEEDED(sample->GetTime(&start, &stop))) {
+        attributes.start = start;
+        attributes.stop = stop;
+    }
+    static constexpr std::array<std::uint8_t, kStandInWidth * kStandInHeight * 4> kBlackPixels{};
+    const HRESULT result = output_->Send(kBlackPixels, attributes);
+    if (result == S_OK) {
+        painter_.Show();
+    }
+    return result;
+}
+
 // Before the input takes a type: makes the renderer take it.
 HRESULT OverlayMixer::AgreeDownstream(const MediaType& type) {
     const ComPtr<IPin> renderer = output_->Peer();
-    if (renderer == nullptr || output_->Type() == type) {
+    if (renderer == nullptr || paints_ || output_->Type() == type) {
         return S_OK;
     }
     if (State() != State_Stopped) {

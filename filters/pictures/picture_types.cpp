@@ -24,7 +24,7 @@ const SampleLayout kRgb24{&MEDIASUBTYPE_RGB24, BI_RGB, {AV_PIX_FMT_BGR24, 24, tr
 const SampleLayout kOnWindows[] = {kNv12, kYv12, kYuy2, kRgb32, kRgb24};
 // Wine's VMR9 accepts the YUV layouts, but converts them through a viewport of the window's size instead of
 // its own surface's, so that a window smaller than the surface shows a corner of the picture.
-const SampleLayout kOnWine[] = {kRgb32, kNv12, kYv12, kYuy2, kRgb24};
+const SampleLayout kOnWine[] = {kRgb32, kYv12, kNv12, kYuy2, kRgb24};
 
 bool IsWine() {
     const HMODULE system = GetModuleHandleA("ntdll.dll");

@@ -34,9 +34,14 @@ void Configure(const ComPtr<IBaseFilter>& decoder, std::span<const FilterParamet
     (void)target->Commit(nullptr);
 }
 
-// Null when nothing was found or the one found cannot be made; no other is tried then.
-ComPtr<IBaseFilter> CreateFound(const std::optional<DecoderCandidate>& found) {
-    return found ? Create<IBaseFilter>(found->id) : nullptr;
+// Null when nothing was found or the one found cannot be made; no other is tried then, but the next build
+// searches anew.
+ComPtr<IBaseFilter> CreateFound(const std::optional<DecoderCandidate>& found, DecoderSearch& search) {
+    const ComPtr<IBaseFilter> made = found ? Create<IBaseFilter>(found->id) : nullptr;
+    if (!made) {
+        search.Forget();
+    }
+    return made;
 }
 
 } // namespace
@@ -76,8 +81,8 @@ bool GraphBuild::AddDecoderPair(const DecoderRow& row) {
 
 bool GraphBuild::AddFoundDecoders() {
     const VideoSearch& search = VideoSearchFor(VideoType);
-    const auto video = SearchDecoder(kVideoType, search.subtypes, kFfdshowVideo);
-    player_.videoDecoder = CreateFound(video);
+    const auto video = player_.decoders.Find(kVideoType, search.subtypes, kFfdshowVideo);
+    player_.videoDecoder = CreateFound(video, player_.decoders);
     if (!player_.videoDecoder) {
         return GraphWiring::Report(search.failure);
     }
@@ -87,8 +92,8 @@ bool GraphBuild::AddFoundDecoders() {
     if (subtype == nullptr) {
         return true;
     }
-    const auto audio = SearchDecoder(kAudioType, {subtype, 1}, kFfdshowAudio);
-    player_.audioDecoder = CreateFound(audio);
+    const auto audio = player_.decoders.Find(kAudioType, {subtype, 1}, kFfdshowAudio);
+    player_.audioDecoder = CreateFound(audio, player_.decoders);
     if (!player_.audioDecoder) {
         return GraphWiring::Report(kNoAudioCodec);
     }

@@ -1,7 +1,6 @@
 #include "player/graph/decoder_search.h"
 
 #include <algorithm>
-#include <vector>
 
 #include <dshow.h>
 
@@ -79,8 +78,12 @@ std::size_t EnumerateDecoders(std::span<const OfferedType> types, std::span<Deco
     return count;
 }
 
-std::optional<DecoderCandidate> SearchDecoder(const ClassId& major, std::span<const ClassId> subtypes,
-                                              const ClassId& lastResort) {
+std::optional<DecoderCandidate> DecoderSearch::Find(const ClassId& major, std::span<const ClassId> subtypes,
+                                                    const ClassId& lastResort) {
+    if (const auto known = std::ranges::find(known_, subtypes.front(), &Known::subtype);
+        known != known_.end()) {
+        return known->decoder;
+    }
     std::vector<OfferedType> types;
     for (const ClassId& subtype : subtypes) {
         types.push_back({ToGuid(major), ToGuid(subtype)});
@@ -92,7 +95,11 @@ std::optional<DecoderCandidate> SearchDecoder(const ClassId& major, std::span<co
         return candidates.size() == 1 || candidate.id != ToGuid(lastResort);
     };
     const auto taken = std::ranges::find_if(candidates, isTaken);
-    return taken == candidates.end() ? std::nullopt : std::optional(*taken);
+    if (taken == candidates.end()) {
+        return std::nullopt;
+    }
+    known_.push_back({subtypes.front(), *taken});
+    return *taken;
 }
 
 } // namespace vistrame

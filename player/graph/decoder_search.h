@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include <windows.h>
 
@@ -28,8 +29,22 @@ struct OfferedType {
 // mapper's order. Returns how many were written to `results`, 0 on any failure.
 std::size_t EnumerateDecoders(std::span<const OfferedType> types, std::span<DecoderCandidate> results);
 
-// The first decoder found for one of `subtypes`. `lastResort` is passed over unless nothing else was found.
-std::optional<DecoderCandidate> SearchDecoder(const ClassId& major, std::span<const ClassId> subtypes,
-                                              const ClassId& lastResort);
+// Finds decoders and remembers them: a search reads the registered data of every filter of the system, 0.1 s
+// under Wine, which leaves some of the keys open besides. What was not found is searched for again.
+class DecoderSearch {
+public:
+    // The first decoder for one of `subtypes`. `lastResort` is passed over unless nothing else was found.
+    std::optional<DecoderCandidate> Find(const ClassId& major, std::span<const ClassId> subtypes,
+                                         const ClassId& lastResort);
+    // What is registered may have changed.
+    void Forget() { known_.clear(); }
+
+private:
+    struct Known {
+        ClassId subtype; // the first of those asked for: no two searches share it
+        DecoderCandidate decoder;
+    };
+    std::vector<Known> known_;
+};
 
 } // namespace vistrame

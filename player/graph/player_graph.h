@@ -13,6 +13,7 @@
 
 #include "contract/maker_interfaces.h"
 #include "contract/pid.h"
+#include "player/graph/decoder_search.h"
 
 namespace vistrame {
 
@@ -68,6 +69,7 @@ struct PlayerGraph {
 
     std::uint32_t audioPid = kNullPid; // last mapped; both survive teardown
     std::uint32_t videoPid = kNullPid;
+    DecoderSearch decoders; // so does what it found
 
 private:
     void ClearGraphPointers();

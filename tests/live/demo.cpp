@@ -56,7 +56,7 @@ bool RunDemo(const Paths& where, SoundWatch& sound, std::size_t /*only*/) {
     std::ifstream script(VISTRAME_SOURCE_DIR "/tools/demo.script");
     const ScreenWatch middle(kAreaWidth, kAreaHeight);
     const ProgrammeRun run =
-        RunScript(where, sound, {"--set", "UseVMR9=1"}, {std::istreambuf_iterator<char>(script), {}},
+        RunScript(where, sound, {"--set", "UseVMR9=0"}, {std::istreambuf_iterator<char>(script), {}},
                   "demo.ts", 90, kBorderRow);
     bool right = run.failure.empty();
     std::printf("the demo: %s\n", right ? "ended as it should" : run.failure.c_str());

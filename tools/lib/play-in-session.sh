@@ -14,7 +14,7 @@ analyzer=$products/analyzer/vistrame-analyzer.exe
 "$repo/tools/register" "$products/filters/vistrame.ax" >"$logs/regsvr32.log" 2>&1 ||
     die "vistrame.ax cannot be registered (regsvr32 ended with $?)"
 
-options=(--set UseVMR9=1 --player "$products/player/vistrame.exe" --log "$out/events.log" --report "$out/report.txt")
+options=(--set UseVMR9=0 --player "$products/player/vistrame.exe" --log "$out/events.log" --report "$out/report.txt")
 seen=$stream # as Windows programs see it
 [ -z "${VISTRAME_STREAM:-}" ] || seen=$(stream_in_wine)
 if [ -z "$script" ]; then

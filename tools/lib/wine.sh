@@ -91,19 +91,16 @@ wine_environment() {
     [ -e "$wine_root/host" ] && [ "$(locale charmap 2>/dev/null)" = UTF-8 ] || export LC_ALL=C.UTF-8
 }
 
-# Which Direct3D a program with these arguments gets: Vulkan, and every call carried out where it is made.
+# Which Direct3D a program gets: Vulkan, and every call carried out where it is made.
 # A thread of its own for drawing (Wine's default) still has up to two pictures to show when the graph is stopped; the
 # renderer then destroys its window under them, and the process ends. OpenGL without that thread leaks a context for each
-# streaming thread. Through Vulkan a graph is also made in half the time. DirectDraw, which the Overlay Mixer's pictures
-# go through, is blank there.
-direct3d_for() {
+# streaming thread. Through Vulkan a graph is also made in half the time. (DirectDraw is blank there; nothing of ours uses
+# it.)
+direct3d() {
     [ ! -e "$wine_root/host" ] || return 0
-    case " $* " in *" UseVMR9=1 "*)
-        export WINE_D3D_CONFIG=${WINE_D3D_CONFIG:-renderer=vulkan,csmt=0}
-        [ -n "${LIBGL_ALWAYS_SOFTWARE:-}" ] || return 0
-        # A display of ours: nothing but the processor draws, and nothing refreshes.
-        export VK_ICD_FILENAMES=/usr/share/vulkan/icd.d/lvp_icd.json
-        export MESA_VK_WSI_PRESENT_MODE=${MESA_VK_WSI_PRESENT_MODE:-immediate}
-        ;;
-    esac
+    export WINE_D3D_CONFIG=${WINE_D3D_CONFIG:-renderer=vulkan,csmt=0}
+    [ -n "${LIBGL_ALWAYS_SOFTWARE:-}" ] || return 0
+    # A display of ours: nothing but the processor draws, and nothing refreshes.
+    export VK_ICD_FILENAMES=/usr/share/vulkan/icd.d/lvp_icd.json
+    export MESA_VK_WSI_PRESENT_MODE=${MESA_VK_WSI_PRESENT_MODE:-immediate}
 }

@@ -44,4 +44,64 @@ TEST(OverlayMixer, ShowsTheDecodersPicturesWhateverTheOrderAndTheRenderer) {
     }
 }
 
+namespace {
+
+// The whole of it shows the three columns.
+bool ShowsColumns(HWND window) {
+    RECT area{};
+    const HDC dc = GetDC(window);
+    bool shown = GetClientRect(window, &area) != FALSE;
+    for (int i = 0; i < 3; ++i) {
+        const COLORREF seen = GetPixel(dc, (2 * i + 1) * area.right / 6, area.bottom / 2);
+        shown = shown && IsNear({GetRValue(seen), GetGValue(seen), GetBValue(seen)},
+                                kColumns[static_cast<std::size_t>(i)]);
+    }
+    (void)ReleaseDC(window, dc);
+    return shown;
+}
+
+} // namespace
+
+// As the player builds it: the graph finds a renderer with a window by itself, which gets the pictures at their
+// own size from the decoder, whatever the window's size is and becomes, and keeps the last one while paused.
+TEST(OverlayMixer, PaintsTheWindowOfTheSystemsRenderer) {
+    const std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
+    TestGraph graph;
+    auto* source = graph.Add(MakeObject<SourceFilter>(), L"source");
+    auto* decoder = graph.Add(MakeObject<VideoDecoderFilter>(), L"decoder");
+    auto* mixer = graph.Add(MakeObject<OverlayMixer>(), L"mixer");
+    source->offered = {MediaType(MEDIATYPE_Video, MEDIASUBTYPE_MPEG2_VIDEO)};
+    const ComPtr<IPin> input = PinOf(mixer, L"Input0"), output = PinOf(mixer, L"Output");
+    ASSERT_HRESULT_SUCCEEDED(graph.graph->Render(output.Get()));
+    ASSERT_EQ(graph.Connect(&source->Output(), &decoder->Input()), S_OK);
+    ASSERT_EQ(graph.Connect(&decoder->Output(), input.Get()), S_OK);
+    ComPtr<IOverlay> overlay;
+    HWND window = nullptr;
+    ASSERT_HRESULT_SUCCEEDED(
+        static_cast<OutputPin*>(output.Get())->Peer()->QueryInterface(IID_PPV_ARGS(&overlay)));
+    ASSERT_HRESULT_SUCCEEDED(overlay->GetWindowHandle(&window));
+    ComPtr<IVideoWindow> placed;
+    ASSERT_HRESULT_SUCCEEDED(graph.graph->QueryInterface(IID_IVideoWindow, &placed));
+    EXPECT_HRESULT_SUCCEEDED(placed->SetWindowPosition(20, 20, 333, 251));
+    EXPECT_HRESULT_SUCCEEDED(graph.control->Run());
+    std::size_t next = 0;
+    const auto playUntilShown = [&] {
+        return WaitUntil([&] {
+                   EXPECT_EQ(source->Send(pieces[next++].data, std::nullopt), S_OK);
+                   return ShowsColumns(window) || next == pieces.size();
+               }) &&
+               next < pieces.size();
+    };
+    EXPECT_TRUE(playUntilShown());
+    const auto taken = ReadPictureType(static_cast<InputPin*>(input.Get())->Type());
+    ASSERT_TRUE(taken);
+    EXPECT_EQ(std::pair(taken->width, taken->height), std::pair(352, 288)) << "at its own size";
+    EXPECT_NE(taken->layout->compression, DWORD{BI_RGB});
+    EXPECT_HRESULT_SUCCEEDED(placed->SetWindowPosition(20, 20, 640, 199));
+    EXPECT_TRUE(playUntilShown());
+    graph.Pause();
+    EXPECT_TRUE(ShowsColumns(window));
+    graph.Stop();
+}
+
 } // namespace vistrame::test

@@ -133,6 +133,9 @@ TEST(DecoderChoice, AutomaticSearchesByCoding) {
             << "first pins by direction";
         EXPECT_EQ(fixture.player.audioDecoder != nullptr, !row.audioTypes.empty());
         EXPECT_EQ(fixture.Log(), "");
+        fixture.player.ReleaseGraph();
+        EXPECT_EQ(fixture.Build(), 1);
+        EXPECT_EQ(Matching(fixture.Calls(), {"EnumMatchingFilters"}), Lines()) << "remembered";
     }
 }
 
