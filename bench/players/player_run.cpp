@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <set>
 #include <span>
 #include <thread>
@@ -23,6 +24,7 @@ using live::ScreenWatch;
 
 constexpr double kPatience = 30; // seconds for the first picture
 constexpr double kSettle = 2;
+constexpr double kBetweenStarts = 1.5;
 
 void Sleep(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
@@ -75,6 +77,17 @@ std::vector<pid_t> Around() {
     return all;
 }
 
+// Until the player before is off the screen.
+void AwaitNothing(const Player& player) {
+    const ScreenWatch screen(ScreenWatch::Place{player.left, player.top}, kWidth, kHeight);
+    const double end = Now() + kPatience;
+    for (bool shown = true; shown && Now() < end;) {
+        Sleep(0.2);
+        const auto changes = screen.Changes();
+        shown = !changes.empty() && changes.back().look.number > 0;
+    }
+}
+
 void CountPictures(std::span<const ScreenWatch::Change> changes, double begin, double end, Figures& figures) {
     std::set<int> seen;
     double since = begin;
@@ -97,8 +110,14 @@ void CountPictures(std::span<const ScreenWatch::Change> changes, double begin, d
 
 } // namespace
 
-Figures Play(const Player& player, const std::string& stream, double seconds) {
+Figures Play(const Player& player, const std::string& stream, double seconds, int copies) {
     Figures figures;
+    AwaitNothing(player);
+    std::vector<std::unique_ptr<Command>> below;
+    for (int i = 1; i < copies; ++i) {
+        below.push_back(std::make_unique<Command>(player.command, stream));
+        Sleep(kBetweenStarts);
+    }
     const ScreenWatch screen(ScreenWatch::Place{player.left, player.top}, kWidth, kHeight);
     const double started = Now();
     const Command command(player.command, stream);

@@ -1,7 +1,9 @@
 // Our player beside others on the same streams in one run: processor time, memory, pictures never seen,
-// longest hold.
+// longest hold, time from the command to the first picture; then several players at once.
 //
-// usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS]]      inside a session; medians of RUNS (3) runs
+// usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER]]]      inside a session
+//
+// Medians of RUNS (3) runs of SECONDS (15); PLAYER: those only whose name has that in it.
 //
 // BUILD is the product's build folder with its filters registered, STREAMS that of tests/live/make-streams.
 #include <algorithm>
@@ -10,7 +12,7 @@
 #include <fstream>
 #include <vector>
 
-#include "bench/players/player_run.h"
+#include "bench/players/players.h"
 
 namespace vistrame::bench {
 namespace {
@@ -31,45 +33,6 @@ constexpr Row kRows[] = {
     {"steady-hevc1080p25.ts", "1080p25 HEVC", 25, 0.38, 220},
 };
 
-Player Ours(const std::string& build, const std::string& name, const std::string& settings) {
-    // The analyzer's window has its picture area there.
-    return {name,
-            "printf '0 size 480 270\\n+0 play 1\\n+60 quit\\n' >\"$VISTRAME_SESSION/steady.script\"; "
-            "exec " VISTRAME_SOURCE_DIR "/tools/wine " +
-                build + "/analyzer/vistrame-analyzer.exe --player " + build +
-                "/player/vistrame.exe --script \"$VISTRAME_SESSION/steady.script\" " + settings + " \"$1\"",
-            310, 10, "vistrame.exe"};
-}
-
-std::vector<Player> Players(const std::string& build) {
-    const std::string fade = " --set AudioUnmuteMsec=0";
-    return {
-        Ours(build, "Vistrame, VMR9", "--set UseVMR9=1" + fade),
-        Ours(build, "Vistrame, Overlay Mixer", "--set UseVMR9=0" + fade),
-        // It will not run as root: a user of its own name space has our rights and another number. Its
-        // window's size follows a factor only.
-        {"VLC",
-         "case $1 in *576*) zoom=0.46875 ;; *) zoom=0.25 ;; esac; exec unshare --map-user=1000 vlc -I dummy "
-         "--no-video-title-show --no-video-deco --no-osd --avcodec-hw=none --vout=xcb_x11 --video-x=0 "
-         "--video-y=0 "
-         "--zoom=$zoom \"$1\"",
-         0, 0, "vlc"},
-        {"mpv",
-         "exec mpv --no-config --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border --no-osc --osd-level=0 "
-         "\"$1\"",
-         0, 0, "mpv"},
-        {"mpv, low latency",
-         "exec mpv --no-config --profile=low-latency --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border "
-         "--no-osc "
-         "--osd-level=0 \"$1\"",
-         0, 0, "mpv"},
-        {"ffplay",
-         "SDL_RENDER_DRIVER=software exec ffplay -loglevel quiet -noborder -left 0 -top 0 -x 480 -y 270 "
-         "\"$1\"",
-         0, 0, "ffplay"},
-    };
-}
-
 template <class Value>
 Value Median(std::vector<Figures>& runs, Value Figures::*figure) {
     std::ranges::sort(runs, {}, figure);
@@ -82,10 +45,10 @@ const char* Verdict(bool met) {
 
 void Measure(const Row& row, const std::vector<Player>& players, const std::string& streams, int runs,
              double seconds, std::ofstream& report) {
-    report << "\n## " << row.what << "\n\n"
-           << "| player | processor, s/s | of the display and Wine's server | memory, MiB | pictures never "
-              "seen | longest hold, "
-              "periods |\n| --- | --- | --- | --- | --- | --- |\n";
+    report
+        << "\n## " << row.what << "\n\n"
+        << "| player | processor, s/s | of the display and Wine's server | memory, MiB | pictures never "
+           "seen | longest hold, periods | first picture, s |\n| --- | --- | --- | --- | --- | --- | --- |\n";
     std::string verdict;
     for (const Player& player : players) {
         std::vector<Figures> all;
@@ -98,15 +61,15 @@ void Measure(const Row& row, const std::vector<Player>& players, const std::stri
         }
         char text[200];
         if (all.empty()) {
-            std::snprintf(text, sizeof text, "| %s | nothing measured | | | | |", player.name.c_str());
+            std::snprintf(text, sizeof text, "| %s | nothing measured | | | | | |", player.name.c_str());
         } else {
             const double processor = Median(all, &Figures::processor);
             const double memory = Median(all, &Figures::memory);
             const int lost = Median(all, &Figures::lost);
             const double hold = Median(all, &Figures::hold) * row.rate;
-            std::snprintf(text, sizeof text, "| %s | %.3f | %.3f | %.0f | %d of %d | %.1f |",
+            std::snprintf(text, sizeof text, "| %s | %.3f | %.3f | %.0f | %d of %d | %.1f | %.2f |",
                           player.name.c_str(), processor, Median(all, &Figures::around), memory, lost,
-                          Median(all, &Figures::pictures), hold);
+                          Median(all, &Figures::pictures), hold, Median(all, &Figures::firstPicture));
             if (player.process == "vistrame.exe") {
                 char goals[300];
                 std::snprintf(goals, sizeof goals,
@@ -125,13 +88,40 @@ void Measure(const Row& row, const std::vector<Player>& players, const std::stri
     report << verdict << std::flush;
 }
 
+// Goal: eight players of SD on two cores lose no picture.
+void MeasureCrowd(const std::vector<Player>& players, const std::string& streams, double seconds,
+                  std::ofstream& report) {
+    const Row& row = kRows[0];
+    report << "\n## Several players at once, " << row.what
+           << "\n\n| player | how many | processor of all, s/s | memory of all, MiB | pictures never seen | "
+              "longest "
+              "hold, periods |\n| --- | --- | --- | --- | --- | --- |\n";
+    for (const Player& player : players) {
+        for (const int copies : {1, 2, 4, 8}) {
+            const Figures figures = Play(player, streams + "/" + row.stream, seconds, copies);
+            char text[200];
+            if (figures.failure.empty()) {
+                std::snprintf(text, sizeof text, "| %s | %d | %.2f | %.0f | %d of %d | %.1f |",
+                              player.name.c_str(), copies, figures.processor, figures.memory, figures.lost,
+                              figures.pictures, figures.hold * row.rate);
+            } else {
+                std::snprintf(text, sizeof text, "| %s | %d | %s | | | |", player.name.c_str(), copies,
+                              figures.failure.c_str());
+            }
+            std::printf("%s\n", text);
+            std::fflush(stdout);
+            report << text << "\n" << std::flush;
+        }
+    }
+}
+
 } // namespace
 } // namespace vistrame::bench
 
 int main(int count, char** words) {
     using namespace vistrame::bench;
     if (count < 4) {
-        std::fputs("usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS]]\n", stderr);
+        std::fputs("usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER]]]\n", stderr);
         return 2;
     }
     std::ofstream report(words[3]);
@@ -140,8 +130,14 @@ int main(int count, char** words) {
     report << "# Players side by side\n\nMedians of " << runs << " runs of " << seconds
            << " s of steady play each, on this machine and in one run; the picture 480 x 270 on the private "
               "display.\n";
-    for (const Row& row : kRows) {
-        Measure(row, Players(words[1]), words[2], runs, seconds, report);
+    std::vector<Player> players = Players(words[1]);
+    if (count > 6) {
+        std::erase_if(players,
+                      [&](const Player& player) { return player.name.find(words[6]) == player.name.npos; });
     }
+    for (const Row& row : kRows) {
+        Measure(row, players, words[2], runs, seconds, report);
+    }
+    MeasureCrowd(players, words[2], seconds, report);
     return report ? 0 : 1;
 }
