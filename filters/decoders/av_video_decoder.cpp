@@ -100,7 +100,12 @@ private:
 
     void DecodeUnit(const AccessUnit& unit) {
         Fill(unit.data);
-        if (!firstShown_ && !previewed_ && IsRandomAccessPoint(coding_, unit.data)) {
+        const bool begins = IsRandomAccessPoint(coding_, unit.data);
+        if (begins && coding_ == Coding::kMpeg2Video) {
+            // A sequence header; the codec would keep the matrix of the last one that stated any.
+            context_->colorspace = AVCOL_SPC_UNSPECIFIED;
+        }
+        if (begins && !firstShown_ && !previewed_) {
             Preview(unit);
         }
         if (!firstShown_ && showAnything_) {
@@ -169,8 +174,8 @@ private:
         picture.aspect = shape.num > 0 && shape.den > 0
                              ? Aspect::Reduced(std::int64_t{picture.width} * shape.num, lines * shape.den)
                              : Aspect::Reduced(picture.width, lines);
-        picture.colourSpace = frame_->colorspace;
-        picture.fullRange = frame_->color_range == AVCOL_RANGE_JPEG;
+        picture.colours.matrix = frame_->colorspace;
+        picture.colours.fullRange = frame_->color_range == AVCOL_RANGE_JPEG;
         picture.duration = Duration();
         if (!preview_) {
             if (frame_->pts != AV_NOPTS_VALUE) {

@@ -38,7 +38,7 @@ void PictureOutput::Connected(const MediaType& type) {
     }
     const PictureType& target = buffers_.Target();
     formatType_ = type->formattype;
-    connected_ = {target.width, target.height, target.aspect};
+    connected_ = {target.width, target.height, target.aspect, {}};
     agreedFor_.reset();
     warm_ = false;
     fit_ = PictureWriter::Fit::kLetterbox;
@@ -162,24 +162,28 @@ bool PictureOutput::IsTooLate(const Picture& picture) {
 }
 
 void PictureOutput::Agree(const Picture& picture) {
-    const Shape shape{picture.width, picture.height, picture.aspect};
+    const Shape shape{picture.width, picture.height, picture.aspect, picture.colours};
     if (agreedFor_ == shape) {
         return;
     }
     queue_.WaitIdle();  // the renderer must have what is laid out the old way, and all buffers be back
     agreedFor_.reset(); // in case there is no memory for it now
-    const auto typeOf = [&](int width, int height) {
-        return MakePictureType(*buffers_.Target().layout, width, height, picture.aspect, picture.duration,
-                               formatType_);
+    const auto agree = [&](const Shape& size, auto ask) {
+        const auto typeWith = [&](Colours colours) {
+            return MakePictureType(*buffers_.Target().layout, size.width, size.height, picture.aspect,
+                                   picture.duration, formatType_, colours);
+        };
+        const MediaType plain = typeWith({});
+        const MediaType coloured = typeWith({picture.colours.matrix, false}); // as it is written
+        return (buffers_.*ask)(coloured) || (!(coloured == plain) && (buffers_.*ask)(plain));
     };
     const bool sameSize = connected_.width == shape.width && connected_.height == shape.height;
-    if (!sameSize && buffers_.Reconnect(typeOf(shape.width, shape.height))) {
+    if (!sameSize && agree(shape, &RendererBuffers::Reconnect)) {
         connected_ = shape;
         fit_ = PictureWriter::Fit::kFill;
     } else {
-        fit_ = buffers_.ChangeType(typeOf(connected_.width, connected_.height))
-                   ? PictureWriter::Fit::kFill
-                   : PictureWriter::Fit::kLetterbox;
+        fit_ = agree(connected_, &RendererBuffers::ChangeType) ? PictureWriter::Fit::kFill
+                                                               : PictureWriter::Fit::kLetterbox;
     }
     agreedFor_ = shape;
 }

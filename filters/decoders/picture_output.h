@@ -20,6 +20,7 @@ namespace vistrame {
 // first picture comes, and whenever size or aspect change, the renderer is asked:
 //   1. to reconnect with the picture's own size;
 //   2. to take the new aspect with the size that was connected; the picture is scaled to that.
+// Each with the colours that the stream specifies, then without, for renderers that do not know the field.
 // Where it refuses both, the picture is scaled and keeps its aspect between black bars.
 //
 // Units      times 100 ns.
@@ -68,6 +69,7 @@ private:
         int width = 0;
         int height = 0;
         Aspect aspect;
+        Colours colours;
         bool operator==(const Shape&) const = default;
     };
 

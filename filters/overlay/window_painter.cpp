@@ -22,6 +22,7 @@ Picture PictureIn(const PictureType& type, const std::uint8_t* pixels) {
     picture.width = type.width;
     picture.height = type.height;
     picture.aspect = type.aspect;
+    picture.colours = type.colours;
     return picture;
 }
 

@@ -26,6 +26,14 @@ struct Aspect {
     }
 };
 
+// How a picture's numbers stand for colours.
+struct Colours {
+    int matrix = 2; // AVColorSpace; 2: unspecified
+    bool fullRange = false;
+
+    bool operator==(const Colours&) const = default;
+};
+
 // One decoded picture, borrowed from whoever made it until the call it is passed to returns.
 //
 // Units      pixels; strides in bytes, possibly negative; times 100 ns.
@@ -41,8 +49,7 @@ struct Picture {
     bool interlaced = false;
     bool topFieldFirst = true;
 
-    int colourSpace = 2; // AVColorSpace; 2: unspecified
-    bool fullRange = false;
+    Colours colours;
 
     // Empty: to be shown at once, its time comes with the same picture again.
     std::optional<std::int64_t> start;

@@ -39,6 +39,40 @@ DWORD BufferBytes(const SampleLayout& layout, int width, int height) {
     return static_cast<DWORD>(buffer.Bytes());
 }
 
+// The colours' place in a header's control flags: bit numbers and values of DXVA_ExtendedFormat.
+constexpr int kRangeBit = 12;
+constexpr int kMatrixBit = 15;
+constexpr DWORD kThreeBits = 7;
+constexpr DWORD kFullRange = 1; // 0 to 255
+constexpr DWORD kVideoRange = 2;
+struct MatrixRow {
+    DWORD value;
+    int space; // the first of a value is what is read from it
+};
+constexpr MatrixRow kMatrices[] = {
+    {1, AVCOL_SPC_BT709},     {2, AVCOL_SPC_SMPTE170M},  {2, AVCOL_SPC_BT470BG},  {2, AVCOL_SPC_FCC},
+    {3, AVCOL_SPC_SMPTE240M}, {4, AVCOL_SPC_BT2020_NCL}, {4, AVCOL_SPC_BT2020_CL}};
+
+DWORD ControlFlagsOf(const Colours& colours) {
+    const auto row = std::ranges::find(kMatrices, colours.matrix, &MatrixRow::space);
+    const DWORD matrix = row != std::end(kMatrices) ? row->value : 0;
+    return matrix == 0 && !colours.fullRange
+               ? 0
+               : AMCONTROL_USED | AMCONTROL_COLORINFO_PRESENT | matrix << kMatrixBit |
+                     (colours.fullRange ? kFullRange : kVideoRange) << kRangeBit;
+}
+
+Colours ColoursIn(DWORD controlFlags) {
+    Colours colours;
+    if ((controlFlags & AMCONTROL_USED) != 0 && (controlFlags & AMCONTROL_COLORINFO_PRESENT) != 0) {
+        const auto row =
+            std::ranges::find(kMatrices, controlFlags >> kMatrixBit & kThreeBits, &MatrixRow::value);
+        colours.matrix = row != std::end(kMatrices) ? row->space : colours.matrix;
+        colours.fullRange = (controlFlags >> kRangeBit & kThreeBits) == kFullRange;
+    }
+    return colours;
+}
+
 template <class Header>
 Header FilledHeader(const SampleLayout& layout, int width, int height, std::int64_t duration) {
     Header header{};
@@ -97,6 +131,7 @@ std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<cons
         if (second->dwPictAspectRatioX != 0 && second->dwPictAspectRatioY != 0) {
             read.aspect = Aspect::Reduced(second->dwPictAspectRatioX, second->dwPictAspectRatioY);
         }
+        read.colours = ColoursIn(second->dwControlFlags);
     }
     constexpr int kLargest = 16384; // far above any level; keeps sizes in bytes within a long
     const bool sensible =
@@ -105,7 +140,7 @@ std::optional<PictureType> ReadPictureType(const MediaType& type, std::span<cons
 }
 
 MediaType MakePictureType(const SampleLayout& layout, int width, int height, Aspect aspect,
-                          std::int64_t duration, const GUID& formatType) {
+                          std::int64_t duration, const GUID& formatType, Colours colours) {
     MediaType type(MEDIATYPE_Video, *layout.subtype);
     type.Fields().bFixedSizeSamples = TRUE;
     type.Fields().bTemporalCompression = FALSE;
@@ -114,6 +149,7 @@ MediaType MakePictureType(const SampleLayout& layout, int width, int height, Asp
         auto header = FilledHeader<VIDEOINFOHEADER2>(layout, width, height, duration);
         header.dwPictAspectRatioX = static_cast<DWORD>(aspect.x);
         header.dwPictAspectRatioY = static_cast<DWORD>(aspect.y);
+        header.dwControlFlags = layout.compression != BI_RGB ? ControlFlagsOf(colours) : 0;
         type.SetFormat(formatType, header);
     } else {
         type.SetFormat(formatType, FilledHeader<VIDEOINFOHEADER>(layout, width, height, duration));

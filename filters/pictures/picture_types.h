@@ -27,6 +27,7 @@ const SampleLayout* FindPixelLayout(const GUID& subtype,
 // What a media type of uncompressed video says.
 struct PictureType : PictureBuffer {
     const SampleLayout* layout = nullptr;
+    Colours colours; // of YUV
 };
 
 // Either header (VIDEOINFOHEADER, VIDEOINFOHEADER2); nullopt for what is not one of the layouts.
@@ -34,8 +35,8 @@ std::optional<PictureType> ReadPictureType(const MediaType& type,
                                            std::span<const SampleLayout> layouts = PixelLayouts());
 
 // Units: pixels; duration 100 ns. `formatType` is FORMAT_VideoInfo or FORMAT_VideoInfo2; only the second
-// holds the aspect.
+// holds the aspect and, where the layout is YUV and they are specified, the colours.
 MediaType MakePictureType(const SampleLayout& layout, int width, int height, Aspect aspect,
-                          std::int64_t duration, const GUID& formatType);
+                          std::int64_t duration, const GUID& formatType, Colours colours = {});
 
 } // namespace vistrame

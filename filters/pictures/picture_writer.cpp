@@ -25,10 +25,10 @@ void CopyLines(const std::uint8_t* from, int fromStride, std::uint8_t* to, int t
 
 // Which matrix the picture was made with; standard and high definition differ when it does not say.
 int MatrixOf(const Picture& picture) {
-    if (picture.colourSpace == AVCOL_SPC_UNSPECIFIED) {
+    if (picture.colours.matrix == AVCOL_SPC_UNSPECIFIED) {
         return picture.height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
     }
-    return picture.colourSpace; // swscale counts as the stream does
+    return picture.colours.matrix; // swscale counts as the stream does
 }
 
 } // namespace
@@ -111,8 +111,8 @@ bool PictureWriter::Write(const Picture& picture, const PictureBuffer& target, F
     if (fit == Fit::kLetterbox && picture.aspect != target.aspect) {
         area = FitInto(target, picture.aspect);
     }
-    if (!Prepare({picture.width, picture.height, picture.format, MatrixOf(picture), picture.fullRange ? 1 : 0,
-                  area.width, area.height, target.pixels.format})) {
+    if (!Prepare({picture.width, picture.height, picture.format, MatrixOf(picture),
+                  picture.colours.fullRange ? 1 : 0, area.width, area.height, target.pixels.format})) {
         return false;
     }
     if (area.width != target.width || area.height != target.height) {
