@@ -26,7 +26,7 @@ inline constexpr std::int32_t kVideoTypeHevc = 2;
 // Coding of the audio; any other number: none that a decoder is made for.
 inline constexpr std::int32_t kAudioTypeMpeg = 0; // layers 1 and 2
 inline constexpr std::int32_t kAudioTypeAc3 = 1;
-inline constexpr std::int32_t kAudioTypeLatmAac = 2; // AAC in LATM/LOAS
+inline constexpr std::int32_t kAudioTypeAac = 2; // AAC, framed by LOAS or ADTS: the stream tells
 inline constexpr std::int32_t kAudioTypeEac3 = 3;
 
 } // namespace vistrame

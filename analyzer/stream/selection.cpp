@@ -24,7 +24,8 @@ constexpr std::array kVideoTypes{
 constexpr std::array kAudioTypes{
     TypeRow{Coding::kMpegAudio, kAudioTypeMpeg},
     TypeRow{Coding::kAc3, kAudioTypeAc3},
-    TypeRow{Coding::kAacLatm, kAudioTypeLatmAac},
+    TypeRow{Coding::kAacLatm, kAudioTypeAac},
+    TypeRow{Coding::kAacAdts, kAudioTypeAac},
     TypeRow{Coding::kEac3, kAudioTypeEac3},
 };
 

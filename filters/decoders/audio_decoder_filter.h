@@ -8,8 +8,8 @@
 
 namespace vistrame {
 
-// Decodes an audio elementary stream: MPEG audio, AC-3, E-AC-3 or AAC in LATM (see stream_types.h), to 16-bit
-// PCM of the connected format: 48 kHz stereo by preference, whatever the stream has.
+// Decodes an audio elementary stream: MPEG audio, AC-3, E-AC-3 or AAC (see stream_types.h), to 16-bit PCM of
+// the connected format: 48 kHz stereo by preference, whatever the stream has.
 //
 // Samples hold stretches of the stream cut anywhere; a sample's time is that of the first frame that starts
 // in it. Times of the sound run on from sample to sample and follow the stream's own where those differ

@@ -4,6 +4,7 @@
 
 #include "filters/base/reference_time.h"
 #include "filters/decoders/av_handles.h"
+#include "transport/aac_framing.h"
 
 extern "C" {
 #include <libswresample/swresample.h>
@@ -31,14 +32,15 @@ AVCodecID CodecOf(Coding coding) {
 
 class AvAudioDecoder final : public AudioDecoder {
 public:
-    AvAudioDecoder(Coding coding, SoundSink& sink) : codec_(CodecOf(coding)), sink_(sink) {}
+    AvAudioDecoder(Coding coding, SoundSink& sink) : coding_(coding), sink_(sink) {}
     ~AvAudioDecoder() override {
         swr_free(&resampler_);
         av_channel_layout_uninit(&source_.layout);
     }
 
     bool Open() {
-        const AVCodec* codec = avcodec_find_decoder(codec_);
+        parser_.reset();
+        const AVCodec* codec = avcodec_find_decoder(CodecOf(coding_));
         if (codec == nullptr) {
             return false;
         }
@@ -56,8 +58,12 @@ public:
         av_dict_set(&options, "downmix", "stereo", 0);
         const int opened = avcodec_open2(context_.get(), codec, &options);
         av_dict_free(&options);
+        if (opened < 0) {
+            context_.reset();
+            return false;
+        }
         Flush();
-        return opened >= 0 && parser_ != nullptr;
+        return parser_ != nullptr;
     }
 
     void SetFormat(SoundFormat format) override {
@@ -68,6 +74,7 @@ public:
     }
 
     void Decode(ByteSpan payload, std::optional<std::int64_t> time) override {
+        FollowFraming(payload);
         std::int64_t pts = time.value_or(AV_NOPTS_VALUE);
         while (!payload.empty() && parser_ != nullptr) {
             std::uint8_t* frame = nullptr;
@@ -86,7 +93,10 @@ public:
     }
 
     void Flush() override {
-        parser_.reset(av_parser_init(codec_)); // there is no way to empty one
+        if (context_ == nullptr) {
+            return;
+        }
+        parser_.reset(av_parser_init(CodecOf(coding_))); // there is no way to empty one
         avcodec_flush_buffers(context_.get());
     }
 
@@ -97,6 +107,18 @@ private:
         int format = -1;
         AVChannelLayout layout{};
     };
+
+    // Whoever connects this knows of AAC only that it is AAC.
+    void FollowFraming(ByteSpan payload) {
+        if (coding_ != Coding::kAacLatm && coding_ != Coding::kAacAdts) {
+            return;
+        }
+        const Coding other = coding_ == Coding::kAacLatm ? Coding::kAacAdts : Coding::kAacLatm;
+        if (!HoldsAacFrame(coding_, payload) && HoldsAacFrame(other, payload)) {
+            coding_ = other;
+            (void)Open(); // without memory there is no sound until the framing changes again
+        }
+    }
 
     void DecodeFrame(ByteSpan bytes) {
         buffer_.assign(bytes.begin(), bytes.end());
@@ -159,7 +181,7 @@ private:
         return ready;
     }
 
-    const AVCodecID codec_;
+    Coding coding_; // of AAC: as it is framed now
     SoundSink& sink_;
     SoundFormat format_;
     AvPtr<AVCodecContext> context_;

@@ -23,7 +23,7 @@ inline constexpr CLSID CLSID_VistrameAudioDecoder = {
 //
 // Video      MEDIATYPE_Video and one of the subtypes; any format type.
 // Audio      MEDIATYPE_Audio or no major type, and one of the subtypes; or no subtype and a WAVEFORMATEX
-//            whose tag tells the coding.
+//            whose tag tells the coding. AAC goes by LATM's identifiers, ADTS too: its decoder looks.
 std::optional<Coding> VideoCodingOf(const MediaType& type);
 std::optional<Coding> AudioCodingOf(const MediaType& type);
 // The subtype to offer for a coding; GUID_NULL for one that has none above.

@@ -148,7 +148,7 @@ std::vector<MediaType> AudioPinTypes(ULONG audioType) {
             return AudioTypes(Coding::kMpegAudio, MpegAudioFormat());
         case kAudioTypeAc3:
             return AudioTypes(Coding::kAc3, dolby);
-        case kAudioTypeLatmAac:
+        case kAudioTypeAac:
             return AudioTypes(Coding::kAacLatm, LatmFormat());
         case kAudioTypeEac3:
             return AudioTypes(Coding::kEac3, dolby);

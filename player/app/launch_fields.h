@@ -14,7 +14,7 @@ extern std::uint32_t PipeId;       // field 3: number in the stream pipe's name
 extern std::int32_t
     ClockSource; // field 5: 1 demultiplexer, 2 audio renderer, 3 feed filter, else the graph's own
 extern std::int32_t VideoType; // field 7: 0 MPEG-2, 1 H.264, else HEVC
-extern std::int32_t AudioType; // field 8: 0 MPEG audio, 1 AC-3, 2 AAC in LATM/LOAS, 3 E-AC-3, else none
+extern std::int32_t AudioType; // field 8: 0 MPEG audio, 1 AC-3, 2 AAC, 3 E-AC-3, else none
 
 // The fields that only start-up itself consults.
 struct StartupFields {

@@ -163,7 +163,7 @@ const DecoderRow& FindDecoderRow(std::int32_t videoType, std::uint32_t mpeg2Code
 }
 
 const ClassId& AudioClassOf(const DecoderRow& row, std::int32_t audioType) {
-    return audioType == kAudioTypeLatmAac && row.latmAudio != nullptr ? *row.latmAudio : row.audio.id;
+    return audioType == kAudioTypeAac && row.latmAudio != nullptr ? *row.latmAudio : row.audio.id;
 }
 
 const VideoSearch& VideoSearchFor(std::int32_t videoType) {

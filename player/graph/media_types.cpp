@@ -166,7 +166,7 @@ FixedMediaType PlatformAudioType(std::int32_t audioType, std::uint32_t mpeg2Code
             type.SetFormat(kWaveFormat, BytesOf(DolbyFormat()), sizeof(WAVEFORMATEX));
             return type;
         }
-        case kAudioTypeLatmAac: {
+        case kAudioTypeAac: {
             FixedMediaType type(kAudioType, kLatmAacAudio);
             type.SetFormat(kWaveFormat, BytesOf(LatmFormat()), sizeof(LatmAacFormat));
             return type;

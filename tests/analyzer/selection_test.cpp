@@ -22,13 +22,14 @@ TEST(Selection, StreamsAndCodingFieldsOfAProgramme) {
     const Row rows[] = {
         {"MPEG-2 and MPEG audio", {Of(0x101, kMpeg2Video), Of(0x102, kMpegAudio)}, {}, {0x101, 0x102, 0, 0}},
         {"the first of each that is known",
-         {Of(1, kOther), Of(2, kAacAdts), Of(3, kEac3), Of(4, kAc3), Of(5, kHevc), Of(6, kH264)},
+         {Of(1, kOther), Of(3, kEac3), Of(4, kAc3), Of(5, kHevc), Of(6, kH264)},
          {},
          {5, 3, 2, 3}},
         {"another audio by its PID", {Of(3, kH264), Of(4, kAacLatm), Of(5, kAc3)}, 5, {3, 5, 1, 1}},
         {"an audio that is not there", {Of(3, kH264), Of(4, kAacLatm)}, 5, {}},
         {"video alone", {Of(4, kMpeg1Video)}, {}, {4, kNullPid, 0, 0}},
         {"radio", {Of(5, kAacLatm)}, {}, {kNullPid, 5, 0, 2}},
+        {"AAC in the other frame", {Of(5, kAacAdts)}, {}, {kNullPid, 5, 0, 2}},
         {"data", {Of(6, kOther)}, {}, {}},
     };
     for (const Row& row : rows) {

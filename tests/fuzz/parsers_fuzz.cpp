@@ -1,5 +1,6 @@
 // Single parsers on any bytes, past the checks that keep most damage from them. The first byte chooses.
 #include "tests/fuzz/require.h"
+#include "transport/aac_framing.h"
 #include "transport/access_unit.h"
 #include "transport/pes_assembler.h"
 #include "transport/service_text.h"
@@ -44,8 +45,10 @@ void Pes(ByteSpan bytes) {
 }
 
 template <Coding coding>
-void Picture(ByteSpan bytes) {
+void Stream(ByteSpan bytes) {
     (void)IsRandomAccessPoint(coding, bytes);
+    (void)HoldsAacFrame(Coding::kAacAdts, bytes);
+    (void)HoldsAacFrame(Coding::kAacLatm, bytes);
 }
 
 constexpr void (*kParsers[8])(ByteSpan) = {
@@ -53,9 +56,9 @@ constexpr void (*kParsers[8])(ByteSpan) = {
     Pmt,
     Sdt,
     Pes,
-    Picture<Coding::kMpeg2Video>,
-    Picture<Coding::kH264>,
-    Picture<Coding::kHevc>,
+    Stream<Coding::kMpeg2Video>,
+    Stream<Coding::kH264>,
+    Stream<Coding::kHevc>,
     [](ByteSpan bytes) { Require(IsUtf8(DecodeServiceText(bytes))); },
 };
 

@@ -53,6 +53,8 @@ constexpr std::array kRows{
     Small(1, 3, 0, 1, 1),
     Small(2, 3, 1, 0, 2),
     Small(0, 3, 0, 0, 3),
+    Row{"adts.ts", 1, 1, 2, 0, 1, 0, 1}, // the other frame of AAC, through both demultiplexers
+    Row{"adts.ts", 1, 1, 2, 1, 0, 1, 1},
     Row{"large.ts", 1, 0, 1, 1, 1, 1, 3}, // 576i
     Row{"large.ts", 2, 1, 2, 0, 0, 2, 1}, // 720p
     Row{"large.ts", 3, 1, 0, 1, 1, 0, 3}, // 1080i

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/transport/ts_builder.h"
+#include "transport/aac_framing.h"
 #include "transport/access_unit.h"
 #include "transport/clock.h"
 #include "transport/pes_assembler.h"
@@ -81,6 +82,33 @@ TEST(AccessUnit, RandomAccessPoints) {
             bytes.insert(bytes.end(), unit.begin(), unit.end());
         }
         EXPECT_EQ(IsRandomAccessPoint(row.coding, bytes), row.start) << row.name;
+    }
+}
+
+TEST(AacFraming, OnlyWhatHoldsForAWholeFrameCounts) {
+    using enum Coding;
+    const Bytes loas{0x56, 0xE0, 0x02, 1, 2};                         // two bytes behind the length
+    const Bytes adts{0xFF, 0xF1, 0x4C, 0x80, 0x01, 0x3F, 0xFC, 1, 2}; // nine in all
+    struct Row {
+        const char* name;
+        std::vector<Bytes> parts;
+        bool loas, adts;
+    };
+    const Row rows[] = {
+        {"LOAS", {loas, loas}, true, false},
+        {"ADTS, one frame", {adts}, false, true},
+        {"ADTS behind the rest of a frame", {{9, 0x56, 0xE0}, adts, {0xFF, 0xF9}}, false, true},
+        {"MPEG audio, layer 2", {{0xFF, 0xFD, 0x4C, 0x80, 0x01, 0x3F, 0xFC, 1, 2}}, false, false},
+        {"cut", {Bytes(adts.begin(), adts.begin() + 5)}, false, false},
+        {"nothing follows", {loas, {1, 2, 3}}, false, false},
+    };
+    for (const Row& row : rows) {
+        Bytes bytes;
+        for (const Bytes& part : row.parts) {
+            bytes.insert(bytes.end(), part.begin(), part.end());
+        }
+        EXPECT_EQ(HoldsAacFrame(kAacLatm, bytes), row.loas) << row.name;
+        EXPECT_EQ(HoldsAacFrame(kAacAdts, bytes), row.adts) << row.name;
     }
 }
 

@@ -67,6 +67,7 @@ TEST(AudioDecoder, EveryCodingBecomesTheToneAtItsTime) {
         {"h264_1080i.ts", Audio(MEDIASUBTYPE_DOLBY_AC3), 48'000, 2000},   // 5.1
         {"h264_720p.ts", Audio(kLatm), 48'000, 2000},                     // 44.1 kHz
         {"h264_720p.ts", Audio(kLatm), 44'100, 2000},
+        {"aac_adts.ts", Audio(kLatm), 48'000, 2000}, // as the demultiplexers call any AAC
         {"hevc_1080p.ts", Audio(kDigitalPlus), 48'000, 2000},
     };
     for (const Row& row : rows) {

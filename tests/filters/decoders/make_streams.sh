@@ -40,6 +40,8 @@ stream h264_1080i.ts "$(pictures 1920 1080 50 2),$fields:$hd" "$(tone 48000 5.1 
 stream h264_720p.ts "$(pictures 1280 720 50 2),scale=$hd" "$(tone 44100 stereo 2)" \
     -c:v libx264 -preset superfast -bf 3 -g 50 -x264opts open-gop=1:b-pyramid=normal:colormatrix=bt709 \
     -c:a aac -b:a 128k -mpegts_flags latm
+stream aac_adts.ts "$(pictures 352 288 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
+    -c:v mpeg2video -b:v 1M -c:a aac -b:a 128k
 stream h264_refresh.ts "$(pictures 720 576 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v libx264 -preset superfast -tune zerolatency -x264opts intra-refresh=1:keyint=12 -c:a mp2
 stream hevc_1080p.ts "$(pictures 1920 1080 25 2),scale=$hd" "$(tone 48000 stereo 2)" \
