@@ -162,6 +162,7 @@ private:
         Picture picture;
         std::copy_n(frame_->data, picture.planes.size(), picture.planes.begin());
         std::copy_n(frame_->linesize, picture.strides.size(), picture.strides.begin());
+        picture.counted = frame_.get();
         picture.format = frame_->format;
         picture.width = frame_->width;
         picture.height = frame_->height;

@@ -1,187 +1,195 @@
 #include "filters/decoders/deinterlacer.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
+#include <limits>
 #include <utility>
 
-#include <emmintrin.h>
-
-#include "filters/decoders/av_handles.h"
-
 extern "C" {
-#include <libavutil/pixdesc.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavutil/imgutils.h>
 }
 
 namespace vistrame {
 
 namespace {
 
-// The five lines that one interpolated line depends on, and where it goes.
-struct Lines {
-    const std::uint8_t* above;
-    const std::uint8_t* own;
-    const std::uint8_t* below;
-    const std::uint8_t* previousAbove;
-    const std::uint8_t* previousOwn;
-    const std::uint8_t* previousBelow;
-    std::uint8_t* result;
-};
+constexpr int kAll = std::numeric_limits<int>::max();
+constexpr int kLongestStep = 4; // periods from picture to picture; more is a break
 
-template <class Sample>
-void InterpolateRest(const Lines& lines, std::size_t from, std::size_t count) {
-    const auto at = [](const std::uint8_t* line, std::size_t i) {
-        return static_cast<int>(reinterpret_cast<const Sample*>(line)[i]);
-    };
-    for (std::size_t i = from; i < count; ++i) {
-        const int above = at(lines.above, i);
-        const int own = at(lines.own, i);
-        const int below = at(lines.below, i);
-        const int moved =
-            std::max({std::abs(above - at(lines.previousAbove, i)), std::abs(own - at(lines.previousOwn, i)),
-                      std::abs(below - at(lines.previousBelow, i))});
-        const int between = (above + below + 1) / 2;
-        reinterpret_cast<Sample*>(lines.result)[i] =
-            static_cast<Sample>(std::clamp(between, own - moved, own + moved));
+// A reference to the picture, or a copy of it.
+AvPtr<AVFrame> FrameOf(const Picture& picture) {
+    AvPtr<AVFrame> frame(av_frame_alloc());
+    if (frame == nullptr) {
+        return nullptr;
     }
-}
-
-__m128i Load(const std::uint8_t* bytes) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-}
-__m128i Distance8(__m128i a, __m128i b) {
-    return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
-}
-__m128i Distance16(__m128i a, __m128i b) {
-    return _mm_or_si128(_mm_subs_epu16(a, b), _mm_subs_epu16(b, a));
-}
-
-void Interpolate8(const Lines& lines, std::size_t count) {
-    std::size_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const __m128i above = Load(lines.above + i);
-        const __m128i own = Load(lines.own + i);
-        const __m128i below = Load(lines.below + i);
-        const __m128i moved = _mm_max_epu8(_mm_max_epu8(Distance8(above, Load(lines.previousAbove + i)),
-                                                        Distance8(below, Load(lines.previousBelow + i))),
-                                           Distance8(own, Load(lines.previousOwn + i)));
-        const __m128i between = _mm_avg_epu8(above, below);
-        const __m128i clamped =
-            _mm_max_epu8(_mm_min_epu8(between, _mm_adds_epu8(own, moved)), _mm_subs_epu8(own, moved));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(lines.result + i), clamped);
+    if (picture.counted != nullptr) {
+        if (av_frame_ref(frame.get(), picture.counted) < 0) {
+            return nullptr;
+        }
+    } else {
+        frame->format = picture.format;
+        frame->width = picture.width;
+        frame->height = picture.height;
+        if (av_frame_get_buffer(frame.get(), 0) < 0) {
+            return nullptr;
+        }
+        std::array<const std::uint8_t*, 4> planes = picture.planes;
+        av_image_copy(frame->data, frame->linesize, planes.data(), picture.strides.data(),
+                      static_cast<AVPixelFormat>(picture.format), picture.width, picture.height);
     }
-    InterpolateRest<std::uint8_t>(lines, i, count);
+    frame->interlaced_frame = 1;
+    frame->top_field_first = picture.topFieldFirst ? 1 : 0;
+    frame->repeat_pict = 0; // the filter draws conclusions from it; times are not its business here
+    return frame;
 }
 
-// Samples of up to 15 bits, so that the signed minimum and maximum are right.
-void Interpolate16(const Lines& lines, std::size_t count) {
-    std::size_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-        const std::size_t byte = i * 2;
-        const __m128i above = Load(lines.above + byte);
-        const __m128i own = Load(lines.own + byte);
-        const __m128i below = Load(lines.below + byte);
-        const __m128i moved =
-            _mm_max_epi16(_mm_max_epi16(Distance16(above, Load(lines.previousAbove + byte)),
-                                        Distance16(below, Load(lines.previousBelow + byte))),
-                          Distance16(own, Load(lines.previousOwn + byte)));
-        const __m128i between = _mm_avg_epu16(above, below);
-        const __m128i clamped =
-            _mm_max_epi16(_mm_min_epi16(between, _mm_adds_epi16(own, moved)), _mm_subs_epi16(own, moved));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(lines.result + byte), clamped);
+AVFilterContext* AddFilter(AVFilterGraph* graph, const char* name) {
+    const AVFilter* filter = avfilter_get_by_name(name);
+    return filter != nullptr ? avfilter_graph_alloc_filter(graph, filter, nullptr) : nullptr;
+}
+
+bool InitSource(AVFilterContext* source, const Picture& picture) {
+    AVBufferSrcParameters* parameters = av_buffersrc_parameters_alloc();
+    if (parameters == nullptr) {
+        return false;
     }
-    InterpolateRest<std::uint16_t>(lines, i, count);
+    parameters->format = picture.format;
+    parameters->width = picture.width;
+    parameters->height = picture.height;
+    parameters->time_base = {1, 1};
+    const int set = av_buffersrc_parameters_set(source, parameters);
+    av_free(parameters);
+    return set >= 0 && avfilter_init_str(source, nullptr) >= 0;
 }
 
 } // namespace
 
-// Lays the planes out one after the other; none when the format is not one this works on.
-void Deinterlacer::Describe(const Picture& picture) {
-    if (picture.format == shape_.format && picture.width == shape_.width && picture.height == shape_.height) {
-        return;
+Deinterlacer::Deinterlacer(Sink sink) : sink_(std::move(sink)) {}
+Deinterlacer::~Deinterlacer() = default;
+
+bool Deinterlacer::Open(const Picture& picture, Rate rate) {
+    Reset();
+    graph_.reset(avfilter_graph_alloc());
+    made_.reset(made_ != nullptr ? made_.release() : av_frame_alloc());
+    if (graph_ == nullptr || made_ == nullptr) {
+        return false;
     }
-    // Without memory for the buffers nothing is laid out, and the next picture asks again.
-    shape_ = {};
-    previousValid_ = false;
-    layout_.clear();
-    std::vector<Plane> layout;
-    const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
-    constexpr std::uint64_t kUnfit = AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_PAL;
-    if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0 || (format->flags & kUnfit) != 0 ||
-        format->nb_components != 3 || format->comp[2].plane != 2 || format->comp[0].depth > 15) {
-        shape_ = picture;
-        return;
-    }
-    sampleBytes_ = format->comp[0].depth > 8 ? 2 : 1;
-    std::size_t size = 0;
-    for (int i = 0; i < 3; ++i) {
-        const int across = i == 0 ? 0 : format->log2_chroma_w;
-        const int down = i == 0 ? 0 : format->log2_chroma_h;
-        const int width = -(-picture.width >> across);
-        const int height = -(-picture.height >> down);
-        layout.push_back({width * sampleBytes_, height, size});
-        size += static_cast<std::size_t>(width) * sampleBytes_ * height;
-    }
-    constexpr std::size_t kReadAhead = 64; // what scalers read at once may end behind the last line
-    previous_.resize(size);
-    result_.resize(size + kReadAhead);
-    layout_ = std::move(layout);
-    shape_ = picture;
+    graph_->nb_threads = 1; // threads of its own would have to be made for each graph
+    source_ = AddFilter(graph_.get(), "buffer");
+    result_ = AddFilter(graph_.get(), "buffersink");
+    AVFilterContext* filter = AddFilter(graph_.get(), "bwdif");
+    const char* options = rate == Rate::kFields ? "mode=send_field:deint=all" : "mode=send_frame:deint=all";
+    rate_ = rate;
+    return source_ != nullptr && result_ != nullptr && filter != nullptr && InitSource(source_, picture) &&
+           avfilter_init_str(filter, options) >= 0 && avfilter_init_str(result_, nullptr) >= 0 &&
+           avfilter_link(source_, 0, filter, 0) >= 0 && avfilter_link(filter, 0, result_, 0) >= 0 &&
+           avfilter_graph_config(graph_.get(), nullptr) >= 0;
 }
 
-Picture Deinterlacer::Process(const Picture& picture) {
+void Deinterlacer::Reset() {
+    graph_.reset();
+    last_.reset();
+    held_.reset();
+    fed_ = 0;
+}
+
+bool Deinterlacer::Feed(AvPtr<AVFrame> frame) {
+    if (frame == nullptr) {
+        return false;
+    }
+    frame->pts = fed_++;
+    return av_buffersrc_add_frame(source_, frame.get()) >= 0;
+}
+
+// Gives out what has become of the picture held, at most so many fields. The last one lasts as long as the
+// picture does.
+void Deinterlacer::Collect(const Picture& held, int fields) {
+    const bool halves = rate_ == Rate::kFields && fields > 1;
+    for (int i = 0; i < fields; ++i) {
+        av_frame_unref(made_.get());
+        if (av_buffersink_get_frame(result_, made_.get()) < 0) {
+            break;
+        }
+        Picture picture = held;
+        std::copy_n(made_->data, picture.planes.size(), picture.planes.begin());
+        std::copy_n(made_->linesize, picture.strides.size(), picture.strides.begin());
+        picture.counted = made_.get();
+        picture.interlaced = false;
+        if (halves) {
+            picture.duration /= 2;
+            if (picture.start && i > 0) {
+                *picture.start += picture.duration;
+            }
+        }
+        sink_(picture);
+    }
+    av_frame_unref(made_.get());
+}
+
+bool Deinterlacer::Continues(const Picture& picture, Rate rate) const {
+    if (!held_ || rate != rate_ || picture.format != held_->format || picture.width != held_->width ||
+        picture.height != held_->height) {
+        return false;
+    }
+    const std::int64_t step =
+        picture.start && held_->start ? *picture.start - *held_->start : held_->duration;
+    return step > 0 && step <= kLongestStep * held_->duration;
+}
+
+void Deinterlacer::Push(const Picture& picture, Rate rate) {
+    if (!Continues(picture, picture.interlaced ? rate : rate_)) {
+        Drain();
+        if (picture.interlaced && !Open(picture, rate)) {
+            Reset();
+            sink_(picture); // in a format that the filter does not know
+            return;
+        }
+    }
+    // Forgotten first: should the sink throw, nothing comes out twice.
+    const std::optional<Picture> done = std::exchange(held_, std::nullopt);
+    if (!picture.interlaced) {
+        if (done && Feed(FrameOf(picture))) {
+            Collect(*done, kAll);
+        }
+        Reset();
+        sink_(picture);
+        return;
+    }
+    AvPtr<AVFrame> frame = FrameOf(picture);
+    last_.reset(frame != nullptr ? av_frame_clone(frame.get()) : nullptr);
+    if (last_ == nullptr || !Feed(std::move(frame))) {
+        Reset();
+        return;
+    }
+    held_ = picture;
+    if (done) {
+        Collect(*done, kAll);
+    }
+}
+
+void Deinterlacer::PushAlone(const Picture& picture) {
+    Reset();
     if (picture.interlaced) {
-        Describe(picture);
+        Push(picture, Rate::kPictures);
+        Drain();
+    } else {
+        sink_(picture);
     }
-    if (!picture.interlaced || layout_.empty() || picture.height < 4) {
-        previousValid_ = false;
-        return picture;
-    }
-    Picture result = picture;
-    result.interlaced = false;
-    const int keptParity = picture.topFieldFirst ? 0 : 1;
-    for (std::size_t i = 0; i < layout_.size(); ++i) {
-        const Plane& plane = layout_[i];
-        const auto width = static_cast<std::size_t>(plane.bytesPerLine);
-        const auto source = [&](int y) { return picture.planes[i] + std::ptrdiff_t{y} * picture.strides[i]; };
-        const auto before = [&](int y) { return previous_.data() + plane.offset + width * y; };
-        for (int y = 0; y < plane.lines; ++y) {
-            std::uint8_t* line = result_.data() + plane.offset + width * y;
-            if (y % 2 == keptParity) {
-                std::memcpy(line, source(y), width);
-                continue;
-            }
-            const int above = y > 0 ? y - 1 : 1;
-            const int below = y + 1 < plane.lines ? y + 1 : y - 1;
-            // Without a picture before, everything has moved: the same sum with the neighbours against each
-            // other comes out as their mean.
-            const Lines lines = previousValid_
-                                    ? Lines{source(above), source(y),     source(below), before(above),
-                                            before(y),     before(below), line}
-                                    : Lines{source(above), source(above), source(below), source(below),
-                                            source(below), source(above), line};
-            if (sampleBytes_ == 1) {
-                Interpolate8(lines, width);
-            } else {
-                Interpolate16(lines, width / 2);
-            }
-        }
-        result.planes[i] = result_.data() + plane.offset;
-        result.strides[i] = plane.bytesPerLine;
-    }
-    Keep(picture);
-    return result;
 }
 
-void Deinterlacer::Keep(const Picture& picture) {
-    for (std::size_t i = 0; i < layout_.size(); ++i) {
-        const auto width = static_cast<std::size_t>(layout_[i].bytesPerLine);
-        std::uint8_t* target = previous_.data() + layout_[i].offset;
-        for (int y = 0; y < layout_[i].lines; ++y, target += width) {
-            std::memcpy(target, picture.planes[i] + std::ptrdiff_t{y} * picture.strides[i], width);
+void Deinterlacer::Drain() {
+    const std::optional<Picture> done = std::exchange(held_, std::nullopt);
+    if (done && fed_ == 1) {
+        // Against itself nothing in it moves. The filter makes the first field of all from its own lines
+        // alone, and that is what such a picture is worth.
+        if (Feed(std::move(last_))) {
+            Collect(*done, 1);
         }
+    } else if (done && av_buffersrc_add_frame(source_, nullptr) >= 0) {
+        Collect(*done, kAll);
     }
-    previousValid_ = true;
+    Reset();
 }
 
 } // namespace vistrame

@@ -19,7 +19,11 @@ constexpr REFERENCE_TIME kLongestFreeze = 250 * kUnitsPerMillisecond;
 } // namespace
 
 PictureOutput::PictureOutput(BaseFilter& filter, OutputPin& pin)
-    : filter_(filter), pin_(pin), buffers_(pin), queue_(kBuffers, kBuffers) {}
+    : filter_(filter),
+      pin_(pin),
+      deinterlacer_([this](const Picture& picture) { HandOver(picture); }),
+      buffers_(pin),
+      queue_(kBuffers, kBuffers) {}
 
 std::vector<MediaType> PictureOutput::OfferedTypes() {
     std::vector<MediaType> types;
@@ -46,6 +50,7 @@ void PictureOutput::Connected(const MediaType& type) {
 
 void PictureOutput::Start() {
     deinterlacer_.Reset();
+    fieldRate_.Restart();
     discontinuity_ = true;
     started_ = true;
     skip_ = VideoSkip::kNothing;
@@ -69,8 +74,7 @@ void PictureOutput::WarmUp() {
 
 void PictureOutput::ShowStill() {
     if (const std::optional<Picture>& still = still_.Get(); still && pin_.IsConnected()) {
-        Show(deinterlacer_.Process(*still));
-        deinterlacer_.Reset();
+        deinterlacer_.PushAlone(*still);
         still_.Clear();
     }
 }
@@ -80,10 +84,16 @@ void PictureOutput::Stop() {
     queue_.Stop();
 }
 
+void PictureOutput::Drain() {
+    deinterlacer_.Drain();
+    queue_.WaitIdle();
+}
+
 void PictureOutput::Flush() {
     queue_.Clear();
     queue_.WaitIdle();
     deinterlacer_.Reset();
+    fieldRate_.Restart();
     discontinuity_ = true;
 }
 
@@ -95,10 +105,25 @@ void PictureOutput::OnPicture(const Picture& picture) {
     if (!pin_.IsConnected() || IsTooLate(picture)) {
         return;
     }
-    Show(deinterlacer_.Process(picture));
-    if (!picture.start) {
-        deinterlacer_.Reset(); // the same picture comes again, and nothing in it will have moved
+    if (!picture.start || skip_ != VideoSkip::kNothing) {
+        // Nobody waits for the next one: this one is shown at once, or pictures are being left out.
+        deinterlacer_.PushAlone(picture);
+    } else {
+        deinterlacer_.Push(picture,
+                           fieldRate_.Fields() ? Deinterlacer::Rate::kFields : Deinterlacer::Rate::kPictures);
     }
+}
+
+void PictureOutput::HandOver(const Picture& picture) {
+    REFERENCE_TIME now = 0;
+    if (picture.start && filter_.StreamTime(&now)) {
+        const bool fields = fieldRate_.Fields();
+        fieldRate_.Handed(*picture.start, now);
+        if (fields != fieldRate_.Fields()) {
+            Trace(filter_, ": interlaced pictures at ", fields ? "picture" : "field", " rate from here on");
+        }
+    }
+    Show(picture);
 }
 
 void PictureOutput::KeepStill(const Picture& picture) {

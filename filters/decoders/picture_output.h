@@ -6,15 +6,16 @@
 #include "filters/base/work_queue.h"
 #include "filters/decoders/deinterlacer.h"
 #include "filters/decoders/stored_picture.h"
+#include "filters/pace/field_rate.h"
 #include "filters/pictures/picture_writer.h"
 #include "filters/pictures/renderer_buffers.h"
 #include "filters/decoders/video_decoder.h"
 
 namespace vistrame {
 
-// Brings decoded pictures to the renderer: deinterlaces them, agrees on their size, writes them into the
-// renderer's buffers and hands those over on a thread of its own, so that decoding runs ahead of the picture
-// on the screen.
+// Brings decoded pictures to the renderer: makes progressive ones of the fields of interlaced ones, agrees on
+// their size, writes them into the renderer's buffers and hands those over on a thread of its own, so that
+// decoding runs ahead of the picture on the screen.
 //
 // The pin is connected before the stream is known, as a picture of kConnectWidth x kConnectHeight. When the
 // first picture comes, and whenever size or aspect change, the renderer is asked:
@@ -56,7 +57,7 @@ public:
     // The next picture does not follow the one before.
     void MarkDiscontinuity() { discontinuity_ = true; }
     // Waits until the renderer has everything.
-    void Drain() { queue_.WaitIdle(); }
+    void Drain();
     // Drops what the renderer does not have yet. The renderer must be flushing.
     void Flush();
 
@@ -73,6 +74,7 @@ private:
         bool operator==(const Shape&) const = default;
     };
 
+    void HandOver(const Picture& picture);
     void Show(const Picture& picture);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
@@ -80,7 +82,8 @@ private:
 
     BaseFilter& filter_;
     OutputPin& pin_;
-    Deinterlacer deinterlacer_;
+    Deinterlacer deinterlacer_; // gives its pictures to HandOver
+    FieldRate fieldRate_;
     StoredPicture still_;
     PictureWriter writer_;
     RendererBuffers buffers_;

@@ -25,6 +25,7 @@ void StoredPicture::Store(const Picture& picture) {
     }
     std::uint8_t* planes[4]{};
     Picture stored = picture;
+    stored.counted = nullptr;
     (void)av_image_fill_arrays(planes, stored.strides.data(), bytes_.data(), format, picture.width,
                                picture.height, kAlignment); // the same as a moment ago
     std::copy(std::begin(planes), std::end(planes), stored.planes.begin());

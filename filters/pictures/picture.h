@@ -7,6 +7,8 @@
 
 #include "filters/base/reference_time.h"
 
+struct AVFrame;
+
 namespace vistrame {
 
 // Width to height of the whole picture on the screen.
@@ -40,7 +42,8 @@ struct Colours {
 struct Picture {
     std::array<const std::uint8_t*, 4> planes{};
     std::array<int, 4> strides{};
-    int format = -1; // AVPixelFormat: what the scaler behind PictureWriter knows
+    const AVFrame* counted = nullptr; // what the planes belong to, for whoever keeps them; may be null
+    int format = -1;                  // AVPixelFormat: what the scaler behind PictureWriter knows
     int width = 0;
     int height = 0;
     Aspect aspect;

@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2154
 # FFmpeg's libraries for the companion filters: static, LGPL 2.1 or later parts only (neither --enable-gpl nor
-# --enable-version3), nothing but the decoders the filters offer.
+# --enable-version3), nothing but the decoders the filters offer and the deinterlacer.
 # uses: lib/freetype.sh
 source "$repo/tools/lib/freetype.sh"
 source_package ffmpeg
@@ -16,8 +16,8 @@ cd build
     --cc="$cpu-w64-mingw32-gcc-posix" --cxx="$cpu-w64-mingw32-g++-posix" \
     "${machine[@]}" --target-os=mingw32 --enable-static --disable-shared --disable-debug \
     --disable-everything --disable-programs --disable-doc --disable-network --disable-avformat \
-    --disable-avfilter --disable-avdevice --disable-autodetect --disable-pthreads --enable-w32threads \
-    --enable-decoder="$decoders" --enable-parser="$parsers" --enable-bsf="$bsfs"
+    --disable-avdevice --disable-autodetect --disable-pthreads --enable-w32threads \
+    --enable-decoder="$decoders" --enable-parser="$parsers" --enable-bsf="$bsfs" --enable-filter=bwdif
 grep -q 'FFMPEG_LICENSE "LGPL version 2.1 or later"' config.h || die "FFmpeg's configuration is not LGPL 2.1"
 doing "FFmpeg: compiling, about a minute on two cores"
 make -j"$(nproc)"

@@ -1,5 +1,7 @@
 #include "filters/decoders/deinterlacer.h"
 
+#include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,52 +14,115 @@ namespace vistrame::test {
 
 namespace {
 
-constexpr int kWidth = 70; // neither vectors nor their tails alone
-constexpr int kHeight = 32;
+constexpr int kWidth = 198; // neither vectors nor their tails alone
+constexpr int kHeight = 96;
+constexpr std::int64_t kMs = kUnitsPerMillisecond;
 
-// Planes of one picture: still horizontal lines at the left, a block that moves between the fields at the
-// right.
+// A picture of 50/s: rings, still on the left, moving on the right.
+int Source(int n, int x, int y) {
+    const double right = x >= kWidth / 2 ? x - kWidth * 0.75 + n * 1.5 : x - kWidth / 4;
+    return static_cast<int>(std::lround(128 + 100 * std::cos((right * right + y * y) / 150)));
+}
+
+// Two of them as the fields of one.
 struct Frame {
-    Frame(int bar, int parity) : luma(kWidth * kHeight), chroma(kWidth / 2 * kHeight / 2, std::uint8_t{128}) {
+    Frame(int number, bool topFirst)
+        : luma(kWidth * kHeight), chroma(kWidth / 2 * kHeight / 2, std::uint8_t{128}) {
         for (int y = 0; y < kHeight; ++y) {
-            const int moved = bar + (y % 2 == parity ? 0 : 8);
+            const int n = 2 * number + ((y % 2 == 0) == topFirst ? 0 : 1);
             for (int x = 0; x < kWidth; ++x) {
-                const bool block = x >= moved && x < moved + 8 && y >= 8 && y < 24;
-                const bool line = x < 16 && y % 4 == 3;
-                luma[y * kWidth + x] = block || line ? 200 : 40;
+                luma[y * kWidth + x] = static_cast<std::uint8_t>(Source(n, x, y));
             }
         }
         picture.format = AV_PIX_FMT_YUV420P;
         picture.width = kWidth;
         picture.height = kHeight;
         picture.interlaced = true;
-        picture.topFieldFirst = parity == 0;
+        picture.topFieldFirst = topFirst;
         picture.planes = {luma.data(), chroma.data(), chroma.data()};
         picture.strides = {kWidth, kWidth / 2, kWidth / 2};
+        picture.start = number * 40 * kMs;
     }
     std::vector<std::uint8_t> luma, chroma;
     Picture picture;
 };
 
-} // namespace
+struct Seen {
+    Picture picture;
+    double error = 0;   // mean square, against the source of its moment
+    double doubled = 0; // the same of the field's lines and their means
+};
 
-TEST(Deinterlacer, KeepsStillLinesAndRemovesCombs) {
-    for (const int parity : {0, 1}) {
-        Deinterlacer deinterlacer;
-        for (int i = 0; i < 3; ++i) {
-            const Frame frame(20 + 16 * i, parity);
-            const Picture result = deinterlacer.Process(frame.picture);
-            EXPECT_FALSE(result.interlaced);
-            for (int y = 0; y < kHeight; ++y) {
-                const std::uint8_t* line = result.planes[0] + y * result.strides[0];
-                ASSERT_TRUE(i == 0 || line[3] == (y % 4 == 3 ? 200 : 40)) << "a still line, picture " << i;
-                for (int x = 16; y > 8 && y < 23 && x < kWidth; ++x) {
-                    ASSERT_EQ(line[x], x >= 20 + 16 * i && x < 28 + 16 * i ? 200 : 40)
-                        << "the first field's block alone: " << x << "," << y << " of picture " << i;
-                }
+struct Watched {
+    std::vector<Seen> seen;
+    Deinterlacer deinterlacer{[this](const Picture& picture) {
+        Seen one{picture};
+        const auto n = static_cast<int>(picture.start.value_or(0) / (20 * kMs));
+        for (int y = 2; y < kHeight - 2; ++y) {
+            const bool own = (y % 2 == 0) == (picture.topFieldFirst == (n % 2 == 0));
+            for (int x = 0; x < kWidth; ++x) {
+                const int source = Source(n, x, y);
+                const int mean = own ? source : (Source(n, x, y - 1) + Source(n, x, y + 1) + 1) / 2;
+                one.error += std::pow(picture.planes[0][y * picture.strides[0] + x] - source, 2);
+                one.doubled += std::pow(mean - source, 2);
             }
         }
+        seen.push_back(one);
+    }};
+};
+
+} // namespace
+
+TEST(Deinterlacer, EveryFieldBecomesAPictureMuchNearerToItsSourceThanDoubledLines) {
+    for (const bool topFirst : {true, false}) {
+        Watched run;
+        for (int i = 0; i < 6; ++i) {
+            run.deinterlacer.Push(Frame(i, topFirst).picture, Deinterlacer::Rate::kFields);
+            EXPECT_EQ(run.seen.size(), 2u * i) << "one picture is held";
+        }
+        run.deinterlacer.Drain();
+        ASSERT_EQ(run.seen.size(), 12u);
+        for (int n = 0; n < 12; ++n) {
+            SCOPED_TRACE(n);
+            const Seen& one = run.seen[n];
+            EXPECT_EQ(one.picture.start, n * 20 * kMs);
+            EXPECT_EQ(one.picture.duration, 20 * kMs);
+            EXPECT_FALSE(one.picture.interlaced);
+            // The first and the last have no neighbour on one side.
+            EXPECT_LT(one.error, n > 0 && n < 11 ? one.doubled / 2 : one.doubled * 1.1);
+        }
     }
+}
+
+TEST(Deinterlacer, WhatIsHeldComesOutBeforeWhatItDoesNotBelongTo) {
+    using Rate = Deinterlacer::Rate;
+    const auto starts = [](const Watched& run) {
+        std::vector<std::int64_t> all;
+        for (const Seen& one : run.seen) {
+            all.push_back(one.picture.start.value_or(-kMs) / kMs);
+        }
+        return all;
+    };
+    Watched run;
+    Frame progressive(1, true);
+    progressive.picture.interlaced = false;
+    run.deinterlacer.Push(Frame(0, true).picture, Rate::kFields);
+    run.deinterlacer.Push(progressive.picture, Rate::kFields);
+    EXPECT_EQ(starts(run), (std::vector<std::int64_t>{0, 20, 40})) << "progressive ones at once";
+    EXPECT_EQ(run.seen[2].picture.planes, progressive.picture.planes) << "and untouched";
+    for (int i = 2; i < 5; ++i) {
+        run.deinterlacer.Push(Frame(i, true).picture, i < 3 ? Rate::kFields : Rate::kPictures);
+    }
+    EXPECT_EQ(starts(run), (std::vector<std::int64_t>{0, 20, 40, 80, 120})) << "the rate changes behind 80";
+    run.deinterlacer.Push(Frame(40, true).picture, Rate::kPictures);
+    EXPECT_EQ(run.seen.size(), 6u) << "a break in time";
+    Frame still(41, true);
+    still.picture.start.reset();
+    run.seen.clear();
+    run.deinterlacer.PushAlone(still.picture);
+    EXPECT_EQ(starts(run), (std::vector<std::int64_t>{-1})) << "alone: at once, and what was held is gone";
+    run.deinterlacer.Drain();
+    EXPECT_EQ(run.seen.size(), 1u);
 }
 
 } // namespace vistrame::test

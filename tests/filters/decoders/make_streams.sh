@@ -36,7 +36,7 @@ stream mpeg2_288p.ts "$(pictures 352 288 25 2),scale=$hd" "$(tone 48000 mono 2)"
     -c:v mpeg2video -b:v 1M -bf 0 -g 12 -aspect 4:3 -colorspace bt709 -color_primaries bt709 -color_trc bt709 \
     -c:a mp2 -b:a 96k
 stream h264_1080i.ts "$(pictures 1920 1080 50 2),$fields:$hd" "$(tone 48000 5.1 2)" \
-    -c:v libx264 -preset ultrafast -bf 2 -g 24 -flags +ilme+ildct -x264opts tff=1 -c:a ac3 -b:a 384k
+    -c:v libx264 -preset ultrafast -bf 2 -g 24 -flags +ilme+ildct -top 1 -c:a ac3 -b:a 384k
 stream h264_720p.ts "$(pictures 1280 720 50 2),scale=$hd" "$(tone 44100 stereo 2)" \
     -c:v libx264 -preset superfast -bf 3 -g 50 -x264opts open-gop=1:b-pyramid=normal:colormatrix=bt709 \
     -c:a aac -b:a 128k -mpegts_flags latm
