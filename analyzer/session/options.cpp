@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cstdlib>
 
 #include "analyzer/base/text.h"
 
@@ -61,6 +63,12 @@ bool TakeSeed(Options& options, const std::string& value) {
     return number.has_value();
 }
 
+bool TakeClockPpm(Options& options, const std::string& value) {
+    const char* end = value.data() + value.size();
+    const auto [rest, error] = std::from_chars(value.data(), end, options.clockPpm);
+    return error == std::errc() && rest == end && std::abs(options.clockPpm) <= 100'000;
+}
+
 struct OptionRow {
     std::string_view name;
     std::string_view value; // empty: the option takes none
@@ -87,6 +95,8 @@ constexpr std::array kOptions{
               TakeFlag<&Options::playerLog, true>},
     OptionRow{"--no-loop", "", "send the file once instead of without end", TakeFlag<&Options::loop, false>},
     OptionRow{"--seed", "N", "seed of the random losses and errors (1)", TakeSeed},
+    OptionRow{"--clock-ppm", "N", "the sender's clock runs that many millionths fast; negative: slow (0)",
+              TakeClockPpm},
     OptionRow{"--help", "", "this text", TakeFlag<&Options::help, true>},
 };
 

@@ -24,6 +24,7 @@ struct Options {
     bool loop = true;
     bool stayOpen = false;
     std::uint32_t seed = 1;
+    int clockPpm = 0;
 
     // People look at the window: what goes wrong may be shown in a box.
     bool WindowMode() const { return !list && !help && script.empty(); }

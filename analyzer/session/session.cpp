@@ -25,7 +25,7 @@ Session::Session(const StreamFile& file, const Options& options, Script script, 
       windows_(windows),
       player_(log),
       watch_(windows.area),
-      pump_(file, options.loop, options.seed, [this] { player_.SendDiscontinuity(); }),
+      pump_(file, options.loop, options.seed, options.clockPpm, [this] { player_.SendDiscontinuity(); }),
       thread_([this] { Run(); }) {}
 
 Session::~Session() {

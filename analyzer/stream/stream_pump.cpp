@@ -19,13 +19,19 @@ std::int64_t Ticks() {
 
 } // namespace
 
-StreamPump::StreamPump(const StreamFile& file, bool loop, std::uint32_t seed,
+StreamPump::StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, int clockPpm,
                        std::function<void()> announceSeam)
     : announceSeam_(std::move(announceSeam)),
       origin_(Ticks()),
+      clockPpm_(clockPpm),
       stream_(file, loop),
       faults_(seed),
       thread_([this] { Run(); }) {}
+
+std::int64_t StreamPump::StreamTime() const {
+    const std::int64_t passed = Ticks() - origin_;
+    return passed + passed / 1'000'000 * clockPpm_;
+}
 
 StreamPump::~StreamPump() {
     stop_ = true;
@@ -52,7 +58,7 @@ void StreamPump::Stall() {
 
 void StreamPump::Resume(ResumeAction kind) {
     const std::scoped_lock hold(lock_);
-    stream_.Resume(kind, Ticks() - origin_);
+    stream_.Resume(kind, StreamTime());
 }
 
 bool StreamPump::Seek(double seconds, bool announced) {
@@ -119,7 +125,7 @@ bool StreamPump::Pump() {
         const std::scoped_lock hold(lock_);
         announce = std::exchange(announce_, false);
         if (!announce) { // otherwise the new place's packets wait for their announcement
-            portion = stream_.Due(Ticks() - origin_);
+            portion = stream_.Due(StreamTime());
             faults_.Apply(portion.packets);
             NoteRandomAccess(portion.packets);
             announce = portion.seam;

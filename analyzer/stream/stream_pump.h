@@ -31,9 +31,10 @@ public:
         double lateMsec = 0; // furthest behind the PCR
     };
 
-    // `announceSeam` is called on the pump's thread when the file begins again or an announced seek leaves
+    // The file's clock runs `clockPpm` millionths fast. `announceSeam` is called on the pump's thread when the file begins again or an announced seek leaves
     // for another place, between the last packet before and the first after.
-    StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, std::function<void()> announceSeam);
+    StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, int clockPpm,
+               std::function<void()> announceSeam);
     StreamPump(const StreamPump&) = delete;
     StreamPump& operator=(const StreamPump&) = delete;
     ~StreamPump();
@@ -59,6 +60,7 @@ public:
     std::optional<std::uint64_t> Pcr();
 
 private:
+    std::int64_t StreamTime() const;
     void Run();
     bool Pump();
     // False: no player is connected. Nothing to write only asks for that.
@@ -67,6 +69,7 @@ private:
 
     std::function<void()> announceSeam_;
     const std::int64_t origin_;
+    const int clockPpm_;
 
     std::mutex lock_;
     PacedStream stream_;

@@ -24,6 +24,7 @@ TEST(Options, WrongOnesAreNamed) {
         {"a.ts --set UseVMR9", "NAME=VALUE"},
         {"a.ts --set UseVMR9=yes", "UseVMR9=yes"},
         {"a.ts --set NoSuchThing=1", "NoSuchThing"},
+        {"a.ts --clock-ppm fast", "fast"},
         {"--list", "no stream"},
     };
     for (const auto& [arguments, reason] : rows) {
