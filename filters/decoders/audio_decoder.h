@@ -46,6 +46,8 @@ public:
     virtual ~AudioDecoder() = default;
 
     virtual void SetFormat(SoundFormat format) = 0;
+    // Plays that much faster than nominal, 0.001 being 0.1 %, from the next frame on: fewer samples come out.
+    virtual void SetSpeed(double faster) = 0;
     virtual void Decode(ByteSpan payload, std::optional<std::int64_t> time) = 0;
     // Forgets the frame under way: bytes are missing before what follows, or a new stream begins.
     virtual void Flush() = 0;

@@ -4,6 +4,7 @@
 
 #include <mmreg.h>
 
+#include "filters/base/reference_clock.h"
 #include "filters/base/reference_time.h"
 #include "filters/decoders/stream_types.h"
 
@@ -112,6 +113,7 @@ void AudioDecoderFilter::Restart() {
         decoder_->Flush();
     }
     placement_.Restart();
+    follower_.Restart();
     discontinuity_ = true;
 }
 
@@ -137,11 +139,24 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
     const auto count = static_cast<std::int64_t>(samples.size() / channels);
     if (resumed_.exchange(false)) {
         placement_.Resume();
+        clocksApart_.reset();
+        deviceAhead_ = 0;
+        clockIsDevice_ = ClockIsTheRenderers();
     }
-    REFERENCE_TIME now = 0;
-    const bool running = StreamTime(&now);
-    const SoundPlacement::Placement place =
-        placement_.Place(count, format_.rate, time, running ? std::optional(now) : std::nullopt);
+    REFERENCE_TIME streamTime = 0;
+    auto now = StreamTime(&streamTime) ? std::optional(streamTime) : std::nullopt;
+    const REFERENCE_TIME ahead = DeviceAhead(now);
+    if (time) {
+        *time += ahead;
+    }
+    if (now) {
+        *now += ahead;
+    }
+    const SoundPlacement::Placement place = placement_.Place(count, format_.rate, time, now);
+    if (time) {
+        // Behind is what lies later than its time says.
+        decoder_->SetSpeed(follower_.Update(-place.off, count * kUnitsPerSecond / format_.rate));
+    }
     leftOut_ += place.skipped;
     if (place.skipped == count) {
         return;
@@ -157,13 +172,40 @@ void AudioDecoderFilter::OnSound(std::span<const std::int16_t> samples, std::opt
         (void)Output().DeliverEndFlush();
     }
     discontinuity_ |= place.discontinuity;
-    REFERENCE_TIME start = place.start;
+    REFERENCE_TIME start = place.start - ahead;
     if (place.silence > 0) {
         const std::vector<std::int16_t> silence(static_cast<std::size_t>(place.silence) * channels);
         start = Deliver(silence, start);
     }
     const auto played = samples.subspan(static_cast<std::size_t>(place.skipped) * channels);
     (void)Deliver(played, start); // where it ends is not needed
+}
+
+// A graph's clock that follows the sender lets the stream time run off from the sound device, which runs as
+// the system does. How far it has, unless the device itself is the clock.
+REFERENCE_TIME AudioDecoderFilter::DeviceAhead(std::optional<REFERENCE_TIME> now) {
+    constexpr REFERENCE_TIME kSmoothing = 64; // frames, a second or two: some clocks run in steps
+    if (now && !clockIsDevice_) {
+        const REFERENCE_TIME apart = SystemTime() - *now;
+        clocksApart_ = clocksApart_.value_or(apart);
+        deviceAhead_ += (apart - *clocksApart_ - deviceAhead_) / kSmoothing;
+    }
+    return deviceAhead_;
+}
+
+bool AudioDecoderFilter::ClockIsTheRenderers() const {
+    const ComPtr<IPin> peer = Output().Peer();
+    PIN_INFO info{};
+    ComPtr<IUnknown> renderer;
+    ComPtr<IUnknown> owner;
+    ComPtr<IBaseFilter> clock;
+    if (peer != nullptr && SUCCEEDED(peer->QueryPinInfo(&info)) && info.pFilter != nullptr) {
+        (void)info.pFilter->QueryInterface(IID_PPV_ARGS(&renderer)); // every object answers to this one
+        info.pFilter->Release();
+    }
+    const ComPtr<IReferenceClock> graphs = Clock();
+    return graphs != nullptr && SUCCEEDED(graphs.As(&clock)) && SUCCEEDED(clock.As(&owner)) &&
+           owner == renderer;
 }
 
 // In pieces that fit the buffers. When the last of it ends.

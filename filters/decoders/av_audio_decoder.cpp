@@ -1,5 +1,6 @@
 #include "filters/decoders/audio_decoder.h"
 
+#include <cmath>
 #include <vector>
 
 #include "filters/base/reference_time.h"
@@ -7,6 +8,7 @@
 #include "transport/aac_framing.h"
 
 extern "C" {
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -73,6 +75,8 @@ public:
         }
     }
 
+    void SetSpeed(double faster) override { faster_ = faster; }
+
     void Decode(ByteSpan payload, std::optional<std::int64_t> time) override {
         FollowFraming(payload);
         std::int64_t pts = time.value_or(AV_NOPTS_VALUE);
@@ -138,6 +142,9 @@ private:
         if (!PrepareResampler()) {
             return;
         }
+        // Said anew with each frame, since it holds for a stretch only; this one is long for fine steps.
+        const int stretch = 10 * format_.rate;
+        (void)swr_set_compensation(resampler_, static_cast<int>(std::lround(-faster_ * stretch)), stretch);
         // Samples that the resampler still holds come first, and theirs is the earlier time.
         const std::int64_t held = swr_get_delay(resampler_, kUnitsPerSecond);
         const int room = swr_get_out_samples(resampler_, frame_->nb_samples);
@@ -174,7 +181,8 @@ private:
             av_channel_layout_copy(&source_.layout, &frame_->ch_layout) >= 0 &&
             swr_alloc_set_opts2(&resampler_, &target, AV_SAMPLE_FMT_S16, format_.rate, &source_.layout,
                                 static_cast<AVSampleFormat>(source_.format), source_.rate, 0, nullptr) >= 0 &&
-            swr_init(resampler_) >= 0;
+            // From the start, so that a change of speed does not begin it anew.
+            av_opt_set_int(resampler_, "flags", SWR_FLAG_RESAMPLE, 0) >= 0 && swr_init(resampler_) >= 0;
         if (!ready) {
             swr_free(&resampler_);
         }
@@ -184,6 +192,7 @@ private:
     Coding coding_; // of AAC: as it is framed now
     SoundSink& sink_;
     SoundFormat format_;
+    double faster_ = 0;
     AvPtr<AVCodecContext> context_;
     AvPtr<AVCodecParserContext> parser_;
     AvPtr<AVPacket> packet_;

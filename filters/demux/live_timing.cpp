@@ -1,6 +1,7 @@
 #include "filters/demux/live_timing.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "filters/base/trace.h"
@@ -10,6 +11,7 @@ namespace vistrame {
 void LiveTiming::Start() {
     const std::lock_guard lock(lock_);
     running_ = true;
+    keeper_.Restart();
     offset_.reset();
     delay_.reset();
     settlingSince_.reset();
@@ -80,14 +82,15 @@ void LiveTiming::TrySettled(std::int64_t now) {
     }
     if (offset_) {
         settlingSince_.reset();
-        TraceOffset("settled");
+        Moved("settled");
     }
 }
 
-void LiveTiming::TraceOffset(const char* why) {
+void LiveTiming::Moved(const char* why) {
     ++offsetsChosen_;
+    keeper_.Moved();
     Trace("timing: ", why, ", offset ", MillisecondsFromReference(*offset_), " ms (no. ", offsetsChosen_,
-          ")");
+          "), sender's clock ", std::llround(keeper_.Rate() * 1e6), " ppm");
 }
 
 void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
@@ -105,6 +108,7 @@ void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
         Settle(now);
     } else if (windowLead_ > kLatency + kComfort) {
         *offset_ -= kSlew;
+        keeper_.Moved();
     }
 }
 
@@ -124,7 +128,7 @@ void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t n
         } else if (lead < kMinimumLead) {
             offset_ = candidate;
             windowStart_.reset();
-            TraceOffset("little time left, moved");
+            Moved("little time left, moved");
         } else {
             Watch(lead, now);
         }
@@ -147,11 +151,13 @@ void LiveTiming::ClockArrived(std::int64_t pcr, std::int64_t now, bool jump) {
     const std::int64_t off = delay_ ? delay - *delay_ : 0;
     if (!delay_ || std::abs(off) > kGap) {
         delay_ = delay;
+        keeper_.Moved();
     } else if (jump && std::abs(off) > kSeam) {
         *offset_ -= off;
-        TraceOffset("corrected behind a jump of the clock");
+        Moved("corrected behind a jump of the clock");
     } else {
         *delay_ += off / kSmoothing;
+        *offset_ += keeper_.Correct(delay, now);
     }
 }
 

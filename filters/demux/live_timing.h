@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "filters/base/reference_time.h"
+#include "filters/pace/delay_keeper.h"
 
 namespace vistrame {
 
@@ -26,6 +27,8 @@ namespace vistrame {
 //              anew, since a gap is usually followed by its backlog.
 //            - Always too early: by more than kEarly for a whole window: settle anew (the source ran ahead);
 //              by more than kComfort: move back at 1 % of the speed.
+//            A sender's clock that runs off from the graph's is followed all the time by moving the offset
+//            a little with each PCR (DelayKeeper); none of the above then comes to pass.
 //            A jump of the PCR or its wrap changes next to nothing: the timeline goes on across it. Where
 //            exactly can only be guessed there, from the packets since the last PCR; the arrival of the first
 //            PCR behind the jump tells how far the guess was off, and the offset takes that back.
@@ -85,7 +88,8 @@ private:
     void TrySettled(std::int64_t now);
     void Watch(std::int64_t lead, std::int64_t now);
     void Changed();
-    void TraceOffset(const char* why);
+    // The offset has moved; the delay it makes is the one to keep.
+    void Moved(const char* why);
     std::chrono::milliseconds UntilSettled(std::int64_t now) const;
 
     mutable std::mutex lock_; // guards what follows
@@ -96,7 +100,8 @@ private:
     std::optional<std::int64_t> settlingSince_; // first arrival since settling began
     std::optional<std::int64_t> offset_;
     std::optional<std::int64_t> windowStart_;
-    std::int64_t windowLead_ = 0;       // smallest of the window
+    std::int64_t windowLead_ = 0; // smallest of the window
+    DelayKeeper keeper_;
     std::optional<std::int64_t> delay_; // smoothed over a few PCRs
     unsigned offsetsChosen_ = 0;        // or moved at once; for the trace
 };

@@ -6,7 +6,7 @@
 #include <mmreg.h>
 
 #include "filters/decoders/audio_decoder_filter.h"
-#include "filters/decoders/sound_placement.h"
+#include "filters/pace/sound_placement.h"
 #include "tests/filters/decoders/stream_fixture.h"
 #include "tests/filters/filter_fakes.h"
 

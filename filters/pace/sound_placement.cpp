@@ -1,4 +1,4 @@
-#include "filters/decoders/sound_placement.h"
+#include "filters/pace/sound_placement.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -46,14 +46,16 @@ std::int64_t SoundPlacement::Expected(int rate) const {
 SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
                                                 std::optional<std::int64_t> time,
                                                 std::optional<std::int64_t> now) {
-    if (time && (!base_ || std::abs(*time - Expected(rate)) > kTolerance)) {
+    std::int64_t off = time && base_ ? *time - Expected(rate) : 0;
+    if (time && (!base_ || std::abs(off) > kTolerance)) {
         base_ = time;
         counted_ = 0;
+        off = 0;
     }
     if (!base_) {
         return {.skipped = count}; // nothing tells its time, so it cannot be kept with the picture
     }
-    Placement placement{.start = Expected(rate)};
+    Placement placement{.start = Expected(rate), .off = off};
     counted_ += count;
     const bool longGap = rendered_ && placement.start - *rendered_ > kFilled;
     if (rendered_ && ((now && *rendered_ < *now) || longGap)) {

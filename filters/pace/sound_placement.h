@@ -43,6 +43,7 @@ public:
         bool discontinuity = false;
         bool flush = false;     // the renderer, first
         std::int64_t start = 0; // of what is played, silence included
+        std::int64_t off = 0;   // how much later than here its time says, as long as it is left there
     };
 
     // Forgets everything: the renderer is empty.

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "filters/base/reference_time.h"
-#include "filters/decoders/sound_placement.h"
+#include "filters/pace/sound_placement.h"
 
 namespace vistrame::test {
 namespace {
