@@ -5,7 +5,9 @@
 
 #include "filters/base/reference_time.h"
 #include "filters/decoders/av_handles.h"
+#include "filters/decoders/sound_limiter.h"
 #include "transport/aac_framing.h"
+#include "transport/dual_mono.h"
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -56,8 +58,7 @@ public:
         context_->pkt_timebase = {1, kUnitsPerSecond};
         context_->err_recognition = AV_EF_CRCCHECK; // a damaged frame is concealed rather than heard
         AVDictionary* options = nullptr;
-        // Where the coding says how to mix down: by the stream's own levels.
-        av_dict_set(&options, "downmix", "stereo", 0);
+        av_dict_set(&options, "dual_mono_mode", "main", 0); // AAC's decoder alone knows this
         const int opened = avcodec_open2(context_.get(), codec, &options);
         av_dict_free(&options);
         if (opened < 0) {
@@ -110,6 +111,7 @@ private:
         int rate = 0;
         int format = -1;
         AVChannelLayout layout{};
+        bool dualMono = false;
     };
 
     // Whoever connects this knows of AAC only that it is AAC.
@@ -125,6 +127,7 @@ private:
     }
 
     void DecodeFrame(ByteSpan bytes) {
+        dualMono_ = IsDualMono(coding_, bytes);
         buffer_.assign(bytes.begin(), bytes.end());
         buffer_.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
         packet_->data = buffer_.data();
@@ -152,22 +155,25 @@ private:
             return;
         }
         const auto channels = static_cast<std::size_t>(format_.channels);
-        sound_.resize(static_cast<std::size_t>(room) * channels);
-        auto* target = reinterpret_cast<std::uint8_t*>(sound_.data());
+        mixed_.resize(static_cast<std::size_t>(room) * channels);
+        auto* target = reinterpret_cast<std::uint8_t*>(mixed_.data());
         const int made =
             swr_convert(resampler_, &target, room, const_cast<const std::uint8_t**>(frame_->extended_data),
                         frame_->nb_samples);
         if (made > 0) {
             const bool timed = frame_->pts != AV_NOPTS_VALUE;
-            sink_.OnSound(std::span(sound_).first(static_cast<std::size_t>(made) * channels),
-                          timed ? std::optional<std::int64_t>(frame_->pts - held) : std::nullopt);
+            const auto mixed = std::span(mixed_).first(static_cast<std::size_t>(made) * channels);
+            sound_.resize(mixed.size());
+            limiter_.Apply(mixed, format_.channels, format_.rate, sound_);
+            sink_.OnSound(sound_, timed ? std::optional<std::int64_t>(frame_->pts - held) : std::nullopt);
         }
     }
 
     // Sets the resampler up anew when the frame's format is another than before.
     bool PrepareResampler() {
+        const bool dualMono = dualMono_ && frame_->ch_layout.nb_channels == 2;
         const bool same = resampler_ != nullptr && source_.rate == frame_->sample_rate &&
-                          source_.format == frame_->format &&
+                          source_.format == frame_->format && source_.dualMono == dualMono &&
                           av_channel_layout_compare(&source_.layout, &frame_->ch_layout) == 0;
         if (same) {
             return true;
@@ -175,18 +181,28 @@ private:
         swr_free(&resampler_);
         source_.rate = frame_->sample_rate;
         source_.format = frame_->format;
-        AVChannelLayout target{};
-        av_channel_layout_default(&target, format_.channels);
-        const bool ready =
-            av_channel_layout_copy(&source_.layout, &frame_->ch_layout) >= 0 &&
-            swr_alloc_set_opts2(&resampler_, &target, AV_SAMPLE_FMT_S16, format_.rate, &source_.layout,
-                                static_cast<AVSampleFormat>(source_.format), source_.rate, 0, nullptr) >= 0 &&
-            // From the start, so that a change of speed does not begin it anew.
-            av_opt_set_int(resampler_, "flags", SWR_FLAG_RESAMPLE, 0) >= 0 && swr_init(resampler_) >= 0;
-        if (!ready) {
+        source_.dualMono = dualMono;
+        if (av_channel_layout_copy(&source_.layout, &frame_->ch_layout) < 0 || !OpenResampler()) {
             swr_free(&resampler_);
         }
-        return ready;
+        return resampler_ != nullptr;
+    }
+
+    // Centre and surround are mixed in at the usual 3 dB less and nothing is turned down for it, so that 5.1
+    // is as loud as stereo; the limiter sees to what adds up to too much. Levels that a stream gives for this
+    // are not heeded: encoders fill them in by themselves, and then programmes differ in loudness.
+    bool OpenResampler() {
+        static constexpr int kFirstTwice[] = {0, 0};
+        AVChannelLayout target{};
+        av_channel_layout_default(&target, format_.channels);
+        return swr_alloc_set_opts2(&resampler_, &target, AV_SAMPLE_FMT_FLT, format_.rate, &source_.layout,
+                                   static_cast<AVSampleFormat>(source_.format), source_.rate, 0,
+                                   nullptr) >= 0 &&
+               av_opt_set_int(resampler_, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0) >= 0 &&
+               // From the start, so that a change of speed does not begin it anew.
+               av_opt_set_int(resampler_, "flags", SWR_FLAG_RESAMPLE, 0) >= 0 &&
+               (!source_.dualMono || swr_set_channel_mapping(resampler_, kFirstTwice) >= 0) &&
+               swr_init(resampler_) >= 0;
     }
 
     Coding coding_; // of AAC: as it is framed now
@@ -200,6 +216,9 @@ private:
     std::vector<std::uint8_t> buffer_; // the frame with the padding that libavcodec reads into
     SwrContext* resampler_ = nullptr;
     Source source_;
+    bool dualMono_ = false; // the frame under way
+    std::vector<float> mixed_;
+    SoundLimiter limiter_;
     std::vector<std::int16_t> sound_;
 };
 

@@ -6,6 +6,7 @@
 #include "transport/aac_framing.h"
 #include "transport/access_unit.h"
 #include "transport/clock.h"
+#include "transport/dual_mono.h"
 #include "transport/pes_assembler.h"
 #include "transport/service_text.h"
 
@@ -109,6 +110,28 @@ TEST(AacFraming, OnlyWhatHoldsForAWholeFrameCounts) {
         }
         EXPECT_EQ(HoldsAacFrame(kAacLatm, bytes), row.loas) << row.name;
         EXPECT_EQ(HoldsAacFrame(kAacAdts, bytes), row.adts) << row.name;
+    }
+}
+
+TEST(DualMono, IsSaidByTheFramesHeader) {
+    using enum Coding;
+    struct Row {
+        const char* name;
+        Coding coding;
+        Bytes frame;
+        bool dual;
+    };
+    const Row rows[] = {
+        {"MPEG audio, two channels", kMpegAudio, {0xFF, 0xFD, 0xA4, 0x80, 0, 0, 0}, true},
+        {"MPEG audio, joint stereo", kMpegAudio, {0xFF, 0xFD, 0xA4, 0x40, 0, 0, 0}, false},
+        {"AC-3, 1+1", kAc3, {0x0B, 0x77, 0, 0, 0x14, 0x40, 0x00}, true},
+        {"AC-3, 2/0", kAc3, {0x0B, 0x77, 0, 0, 0x14, 0x40, 0x40}, false},
+        {"E-AC-3, 1+1", kEac3, {0x0B, 0x77, 0, 0, 0x31, 0x80, 0xFF}, true},
+        {"E-AC-3, 2/0", kEac3, {0x0B, 0x77, 0, 0, 0x35, 0x80, 0x00}, false},
+        {"cut", kAc3, {0x0B, 0x77, 0, 0, 0x14}, false},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(IsDualMono(row.coding, row.frame), row.dual) << row.name;
     }
 }
 

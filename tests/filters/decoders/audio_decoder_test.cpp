@@ -1,4 +1,5 @@
 // The audio decoder between a source and a sink.
+#include <cmath>
 #include <cstdlib>
 #include <ranges>
 
@@ -6,6 +7,7 @@
 #include <mmreg.h>
 
 #include "filters/decoders/audio_decoder_filter.h"
+#include "filters/decoders/sound_limiter.h"
 #include "filters/pace/sound_placement.h"
 #include "tests/filters/decoders/stream_fixture.h"
 #include "tests/filters/filter_fakes.h"
@@ -17,6 +19,9 @@ namespace {
 MediaType Audio(const GUID& subtype) {
     return {MEDIATYPE_Audio, subtype};
 }
+
+// Square of the amplitude, dB: half of full scale, in two channels.
+constexpr double kToneLevel = 81.3;
 
 struct Playback : DecoderFixture<AudioDecoderFilter, SinkFilter> {
     // The sink takes this rate only.
@@ -33,23 +38,30 @@ struct Playback : DecoderFixture<AudioDecoderFilter, SinkFilter> {
     }
 };
 
-// The first channel's tone within a second of sound: a pure one crosses zero twice in each period.
-void ExpectTone(const std::vector<SinkFilter::Sample>& samples, int rate) {
+std::vector<std::int16_t> Channel(const std::vector<SinkFilter::Sample>& samples, std::size_t channel) {
     std::vector<std::int16_t> sound;
     for (const SinkFilter::Sample& sample : samples) {
-        for (std::size_t at = 0; at + 1 < sample.data.size(); at += 4) {
+        for (std::size_t at = channel * 2; at + 1 < sample.data.size(); at += 4) {
             sound.push_back(static_cast<std::int16_t>(sample.data[at] | sample.data[at + 1] << 8));
         }
     }
+    return sound;
+}
+
+// The first channel's tone within a second of sound: a pure one crosses zero twice in each period. It is as
+// loud whatever it came as.
+void ExpectTone(const std::vector<SinkFilter::Sample>& samples, int rate) {
+    const std::vector<std::int16_t> sound = Channel(samples, 0);
     const auto begin = static_cast<std::size_t>(rate / 4); // the encoders start from silence
     ASSERT_GT(sound.size(), begin + static_cast<std::size_t>(rate));
-    int crossings = 0, loud = 0;
+    int crossings = 0;
+    double power = 0;
     for (std::size_t i = begin; i < begin + static_cast<std::size_t>(rate); ++i) {
         crossings += (sound[i] < 0) != (sound[i + 1] < 0) ? 1 : 0;
-        loud += std::abs(sound[i]) > 2000 ? 1 : 0;
+        power += 2.0 * sound[i] * sound[i] / rate;
     }
     EXPECT_NEAR(crossings, 880, 4);
-    EXPECT_GT(loud, rate / 2);
+    EXPECT_NEAR(10 * std::log10(power), kToneLevel, 1);
 }
 
 } // namespace
@@ -109,6 +121,58 @@ TEST(AudioDecoder, DamageAndJumpsNeitherStopNorMoveIt) {
     }
     std::erase_if(samples, [](const auto& sample) { return sample.time < 2600 * kMs; });
     ExpectTone(samples, 48'000);
+}
+
+// 5.1, then stereo under the same coding, then 5.1.
+TEST(AudioDecoder, ChannelsMayChangeWithoutAGap) {
+    Playback playback(Audio(MEDIASUBTYPE_DOLBY_AC3));
+    REFERENCE_TIME offset = 0;
+    for (const char* file : {"h264_1080i.ts", "hevc_1080p.ts", "h264_1080i.ts"}) {
+        const std::vector<StreamPiece> pieces = ReadStream(file, false);
+        playback.Send(pieces, offset);
+        offset += 2016 * kMs; // whole frames of 32 ms
+    }
+    const std::vector<std::int16_t> sound = Channel(playback.sink->Samples(), 0);
+    EXPECT_NEAR(static_cast<double>(sound.size()) / 48, offset / kMs, 150);
+    int quiet = 0, longest = 0; // samples
+    for (const std::int16_t sample : sound) {
+        quiet = std::abs(sample) < 500 ? quiet + 1 : 0;
+        longest = std::max(longest, quiet);
+    }
+    EXPECT_LT(longest, 50 * 48);
+}
+
+// Two languages as the channels of one stream: the first is heard, on both sides.
+TEST(AudioDecoder, OfDualMonoTheFirstIsHeardOnBothSides) {
+    std::vector<StreamPiece> pieces = ReadStream("dual_mono.ts", false);
+    Playback playback(Audio(MEDIASUBTYPE_MPEG2_AUDIO));
+    playback.Send(pieces);
+    ExpectTone(playback.sink->Samples(), 48'000);
+    EXPECT_EQ(Channel(playback.sink->Samples(), 0), Channel(playback.sink->Samples(), 1));
+}
+
+// What adds up to more than there is room for is turned down, not cut off.
+TEST(SoundLimiter, KeepsTheShapeOfWhatIsTooLoud) {
+    SoundLimiter limiter;
+    std::vector<float> loud(480);
+    std::vector<std::int16_t> out(loud.size());
+    const auto play = [&](float amplitude) {
+        for (std::size_t i = 0; i < loud.size(); ++i) {
+            loud[i] = amplitude * std::sin(static_cast<float>(i) * 6.2831853F / 48);
+        }
+        limiter.Apply(loud, 1, 48'000, out);
+    };
+    play(0.5F);
+    EXPECT_EQ(out[12], 16'384);
+    play(2);
+    play(2);
+    for (std::size_t i = 0; i < loud.size(); ++i) {
+        ASSERT_NEAR(out[i], loud[i] / 2 * 32'767, 200) << i;
+    }
+    for (int i = 0; i < 400; ++i) {
+        play(0.5F);
+    }
+    EXPECT_NEAR(out[12], 16'384, 100) << "comes back";
 }
 
 } // namespace vistrame::test

@@ -3,7 +3,8 @@
 #
 # Every picture has three columns (red, green, blue) and in its lower quarter a white bar, 32 pixels wide, whose left
 # edge stands at 8 x the number of the source picture: colours, order and time can be read off a decoded picture.
-# Interlaced streams come from twice as many source pictures, one for each field. Every sound is a 440 Hz tone.
+# Interlaced streams come from twice as many source pictures, one for each field. Every sound is a 440 Hz tone, as loud in all
+# of them; of the two languages in one stream it is the first.
 set -eu
 ffmpeg=$1
 folder=$2
@@ -42,6 +43,9 @@ stream h264_720p.ts "$(pictures 1280 720 50 2),scale=$hd" "$(tone 44100 stereo 2
     -c:a aac -b:a 128k -mpegts_flags latm
 stream aac_adts.ts "$(pictures 352 288 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v mpeg2video -b:v 1M -c:a aac -b:a 128k
+stream dual_mono.ts "$(pictures 352 288 25 2),scale=$sd" \
+    "aevalsrc=exprs='sin(2*PI*440*t)/8^0.5|sin(2*PI*1000*t)/8^0.5':s=48000:d=2" \
+    -c:v mpeg2video -b:v 1M -c:a libtwolame -mode dual_channel -b:a 192k
 stream h264_refresh.ts "$(pictures 720 576 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v libx264 -preset superfast -tune zerolatency -x264opts intra-refresh=1:keyint=12 -c:a mp2
 stream hevc_1080p.ts "$(pictures 1920 1080 25 2),scale=$hd" "$(tone 48000 stereo 2)" \
