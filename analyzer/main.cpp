@@ -11,6 +11,7 @@
 #include "analyzer/session/player_settings.h"
 #include "analyzer/ui/console.h"
 #include "analyzer/ui/main_window.h"
+#include "contract/system_dlls.h"
 
 namespace vistrame {
 
@@ -138,13 +139,16 @@ Outcome Run(const Options& options) {
 } // namespace
 
 int Main() {
+    LoadDllsFromSystemOnly();
     const std::vector<std::string> arguments = Arguments();
     const ParsedOptions parsed = ParseOptions(arguments);
     if (parsed.error.empty() && parsed.options.help) {
         PrintHelp();
         return 0;
     }
-    (void)timeBeginPeriod(1); // ms; the pace gets coarser where it is refused
+    if (auto* const begin = SystemFunction<decltype(timeBeginPeriod)>(L"winmm.dll", "timeBeginPeriod")) {
+        (void)begin(1); // ms; the pace gets coarser where it is refused
+    }
     const Outcome result =
         parsed.error.empty() ? Run(parsed.options) : Outcome{ExitCode::kUsage, parsed.error};
     if (!result.reason.empty()) {

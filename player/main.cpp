@@ -13,6 +13,7 @@
 #include "player/graph/audio_volume.h"
 #include "player/window/player_window.h"
 #include "contract/commands.h"
+#include "contract/system_dlls.h"
 
 namespace vistrame {
 namespace {
@@ -35,6 +36,7 @@ void RunMessageLoop() {
 }
 
 int Run(HINSTANCE instance, const char* commandLine) {
+    LoadDllsFromSystemOnly();
     DebugLog("Vistrame Start: %s\r\n", commandLine); // the log cannot be open yet
     ReadSettings();
     WSADATA sockets;
