@@ -45,6 +45,7 @@ int PlayerGraph::BuildGraph(HWND ownerWindow) {
     build.ReleasePins();
     build.EmbedVideoWindow();
     LetGoOfOldOverlays();
+    LetGoOfOldWindows();
 
     built = 1; // stopped; the first Run comes with the audio PID or by command
     return 1;

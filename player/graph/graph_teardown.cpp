@@ -1,11 +1,16 @@
 // How a graph is taken down. The order is fixed: stopped first, emptied, then let go of, and the feed's
 // interface under the lock that the pipe reader delivers under.
 
+#include <utility>
+
 #include "player/graph/feed_lock.h"
 #include "player/graph/player_graph.h"
 
 namespace vistrame {
 namespace {
+
+// Each keeps its emptied graph: two events, and on Windows a thread.
+constexpr std::size_t kWindowsKept = 2;
 
 void RemoveAllFilters(IGraphBuilder& graph) {
     Microsoft::WRL::ComPtr<IEnumFilters> filters;
@@ -24,6 +29,12 @@ void RemoveAllFilters(IGraphBuilder& graph) {
 }
 
 } // namespace
+
+void PlayerGraph::LetGoOfOldWindows() {
+    while (oldWindows_.size() > kWindowsKept) {
+        oldWindows_.pop_front();
+    }
+}
 
 void PlayerGraph::ReleaseGraph() {
     if (control) {
@@ -58,11 +69,13 @@ void PlayerGraph::ReleaseGraph() {
     ClearGraphPointers();
 }
 
-// videoWindow is dropped without a release, and korvixDemux stays: both on purpose.
+// videoWindow is kept without a release, and korvixDemux stays: both on purpose.
 void PlayerGraph::ClearGraphPointers() {
     (void)graph.Detach();
     (void)control.Detach();
-    (void)videoWindow.Detach();
+    if (videoWindow) {
+        oldWindows_.push_back(std::move(videoWindow));
+    }
     (void)audioDecoder.Detach();
     (void)videoDecoder.Detach();
     (void)feedFilter.Detach();

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 
 #include <windows.h>
 #include <dshow.h>
@@ -49,7 +50,7 @@ struct PlayerGraph {
 
     Microsoft::WRL::ComPtr<IGraphBuilder> graph;
     Microsoft::WRL::ComPtr<IMediaControl> control;
-    Microsoft::WRL::ComPtr<IVideoWindow> videoWindow;
+    Microsoft::WRL::ComPtr<IVideoWindow> videoWindow; // kept by teardown for two more graphs
     Microsoft::WRL::ComPtr<IBaseFilter> audioDecoder; // null when the coding needs none
     Microsoft::WRL::ComPtr<IBaseFilter> videoDecoder;
     Microsoft::WRL::ComPtr<IBaseFilter> feedFilter;
@@ -73,6 +74,10 @@ struct PlayerGraph {
 
 private:
     void ClearGraphPointers();
+    // After each successful build: of the windows that teardowns kept, only the two newest stay.
+    void LetGoOfOldWindows();
+
+    std::deque<Microsoft::WRL::ComPtr<IVideoWindow>> oldWindows_; // newest last
 };
 
 // The process's graph, constructed before the entry point.

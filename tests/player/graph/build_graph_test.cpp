@@ -327,6 +327,16 @@ TEST(BuildGraph, ReferencesThroughTwoGraphs) {
         << "only the second graph's volume and statistics are left, beside what its graph could not let go";
 }
 
+// Each would keep its graph, and that its thread, for ever.
+TEST(BuildGraph, OfOldWindowsTheTwoNewestStayOnceALaterBuildHasSucceeded) {
+    BuildFixture fixture;
+    for (int graphs = 1; graphs <= 5; ++graphs) {
+        ASSERT_EQ(fixture.Build(), 1);
+        fixture.player.ReleaseGraph();
+        EXPECT_EQ(std::ranges::count(fixture.platform.References(), "graph 1"), std::min(graphs, 3));
+    }
+}
+
 TEST(BuildGraph, KorvixDemuxLivesUntilTheNextBuild) {
     BuildFixture fixture;
     KorvixCodec = 1;
