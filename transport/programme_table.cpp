@@ -61,7 +61,8 @@ void ProgrammeTable::OnPat(ByteSpan section) {
     std::map<std::uint16_t, Pid> pmtPids;
     for (const auto& [number, part] : pat_.Sections()) {
         for (const PatSection::Entry& entry : part.entries) {
-            if (entry.pmtPid != kPatPid && entry.pmtPid != kSdtPid && entry.pmtPid != kNullPid) {
+            if (entry.pmtPid != kPatPid && entry.pmtPid != kSdtPid && entry.pmtPid != kNullPid &&
+                pmtPids.size() < kMaxProgrammes) {
                 pmtPids.emplace(entry.programme, entry.pmtPid);
             }
         }
@@ -129,6 +130,13 @@ void ProgrammeTable::OnPmt(Pid pid, ByteSpan section) {
 void ProgrammeTable::OnSdt(ByteSpan section) {
     const auto parsed = ParseSdt(section);
     if (!parsed) {
+        return;
+    }
+    std::size_t services = 0;
+    for (const auto& [number, part] : services_.Sections()) {
+        services += number != parsed->header.number ? part.services.size() : 0;
+    }
+    if (services >= kMaxServices) {
         return;
     }
     const bool complete = services_.Complete();

@@ -25,9 +25,13 @@ struct Programme {
 // Threads    none of its own, not thread-safe.
 // Ownership  answers references into itself, good until the next Push() or Reset().
 // Errors     damaged sections are ignored: tables repeat. What counts is the tables' content, not their
-//            version number, so a stream that continues with another one's tables is followed too.
+//            version number, so a stream that continues with another one's tables is followed too. What is
+//            more than any multiplex carries is left out: a made-up table would keep the thread busy.
 class ProgrammeTable {
 public:
+    static constexpr std::size_t kMaxProgrammes = 512;
+    static constexpr std::size_t kMaxServices = 1024; // and the rest of a section
+
     ProgrammeTable();
     ProgrammeTable(const ProgrammeTable&) = delete;
     ProgrammeTable& operator=(const ProgrammeTable&) = delete;

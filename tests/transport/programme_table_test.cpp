@@ -104,5 +104,31 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
     }
 }
 
+// Made-up tables: what is kept of them, and the time it takes, does not grow with them.
+TEST(ProgrammeTable, KeepsNoMoreProgrammesAndNamesThanAMultiplexHas) {
+    TsBuilder builder;
+    for (unsigned section = 0; section < 256; ++section) {
+        Bytes programmes;
+        Bytes services{0, 1, 0xFF};
+        for (unsigned i = 0; i < 250; ++i) {
+            const unsigned number = section * 250 + i + 1;
+            const auto high = static_cast<std::uint8_t>(number >> 8);
+            const auto low = static_cast<std::uint8_t>(number);
+            programmes.insert(programmes.end(), {high, low, 0xE1, low});
+            services.insert(services.end(), {high, low, 0, 0x80, 7, 0x48, 5, 1, 0, 2, 'T', 'V'});
+        }
+        const auto position = static_cast<std::uint8_t>(section);
+        builder.AddSection(kSdtPid, MakeTable(0x42, 1, services, position, 255));
+        builder.AddSection(kPatPid, MakeTable(0, 1, programmes, position, 255));
+    }
+    ProgrammeTable table;
+    for (const TsBuilder::Packet& packet : builder.packets) {
+        (void)table.Push(PacketView(packet));
+    }
+    ASSERT_EQ(table.Programmes().size(), ProgrammeTable::kMaxProgrammes);
+    EXPECT_EQ(table.Programmes().back().name, "TV");
+    EXPECT_FALSE(table.NamesComplete());
+}
+
 } // namespace
 } // namespace vistrame
