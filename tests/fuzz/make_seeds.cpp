@@ -1,5 +1,6 @@
 // Writes the seeds of the fuzzers: good streams and sections, and the jumps and losses that are hard to come
 // by.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -65,15 +66,36 @@ void WriteParserInputs() {
     }
 }
 
+// In filters_fuzz the first byte chooses the part; a byte before each piece says how long it is.
+void WriteFilterInputs() {
+    TsBuilder builder;
+    builder.AddPat({{1, 0x100}});
+    AddProgramme(builder, {.pictures = 3});
+    const Bytes stream = Render(builder.packets);
+    const Bytes unit{0, 0, 1, 9, 0x10, 0, 0,    1, 0x65, 0x88, 0,    0, 1,
+                     0, 0, 8, 0, 0,    1, 0xB3, 0, 0,    1,    0x26, 1, 0x80};
+    for (std::uint8_t part = 0; part < 6; ++part) {
+        const Bytes& bytes = part < 3 ? unit : stream;
+        Bytes input{part};
+        for (std::size_t at = 0; at < bytes.size(); at += 497) { // 31 steps of 16 and one
+            input.push_back(31);
+            input.insert(input.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                         bytes.begin() + static_cast<std::ptrdiff_t>(std::min(at + 497, bytes.size())));
+        }
+        Write("filters_fuzz/" + std::to_string(part), {}, input);
+    }
+}
+
 } // namespace
 
 // usage: transport_seeds DIRECTORY
 int main(int /*count*/, char** arguments) {
-    for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz"}) {
+    for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz", "filters_fuzz"}) {
         std::filesystem::create_directories(std::filesystem::path(arguments[1]) / fuzzer);
     }
     std::filesystem::current_path(arguments[1]);
     WriteStreams();
     WriteParserInputs();
+    WriteFilterInputs();
     return 0;
 }
