@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build test live play format format-check tidy bench fuzz clean
+.PHONY: help setup build test live play format format-check tidy bench fuzz soak clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -44,6 +44,9 @@ bench: ## measure what is claimed to be fast
 
 fuzz: ## SECONDS=60 of every fuzz target
 	@tools/fuzz $(or $(SECONDS),60)
+
+soak: ## MINUTES=20 of random changes of programme, what they take measured
+	@tools/soak $(or $(MINUTES),20)
 
 clean: ## remove this checkout's build folders; the cache outside stays
 	@rm -rf build

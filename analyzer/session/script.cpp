@@ -161,6 +161,7 @@ constexpr std::array kCommands{
                "wait for the first picture, or the player's end", ParseWait},
     CommandRow{"motion", "begin | end NAME", "watch, and log, how evenly pictures follow each other",
                ParseMotion},
+    CommandRow{"count", "", "write into the log what the player holds of the system", ParseBare<CountAction>},
     CommandRow{"mark", "NAME", "write a line into the log", ParseMark},
     CommandRow{"end", "", "end the script", ParseBare<EndAction>},
 };

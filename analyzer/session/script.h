@@ -51,6 +51,7 @@ struct BeginMotionAction {};
 struct EndMotionAction {
     std::string name;
 };
+struct CountAction {};
 struct MarkAction {
     std::string name;
 };
@@ -59,7 +60,7 @@ struct EndAction {};
 using Action =
     std::variant<PlayAction, CommandAction, QuitAction, StallAction, ResumeAction, SeekAction, LoseAction,
                  DamageAction, CloseAction, SizeAction, SettingChange, WaitPictureAction, WaitExitAction,
-                 BeginMotionAction, EndMotionAction, MarkAction, EndAction>;
+                 BeginMotionAction, EndMotionAction, CountAction, MarkAction, EndAction>;
 
 struct ScriptLine {
     int number = 0;     // in the file, from 1

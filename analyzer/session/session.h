@@ -90,6 +90,7 @@ private:
     Outcome On(const WaitExitAction& action);
     Outcome On(const BeginMotionAction&);
     Outcome On(const EndMotionAction& action);
+    Outcome On(const CountAction&);
     Outcome On(const MarkAction& action);
     Outcome On(const EndAction&);
 

@@ -3,6 +3,7 @@
 #include "analyzer/base/patience.h"
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
+#include "analyzer/session/player_counts.h"
 #include "analyzer/session/player_settings.h"
 
 namespace vistrame {
@@ -238,6 +239,11 @@ Outcome Session::On(const EndMotionAction& action) {
     const PictureWatch::Motion motion = watch_.EndMotion();
     log_.Line("motion " + action.name +
               Format(" longest-msec %.0f changes %u", motion.longestMsec, motion.changes));
+    return {};
+}
+
+Outcome Session::On(const CountAction&) {
+    log_.Line("count " + FormatCounts(CountOf(player_.ProcessId())));
     return {};
 }
 

@@ -3,7 +3,6 @@
 // usage: live_probe demo BUILD STREAMS           the demo of `make play`
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //        live_probe timers BUILD STREAMS [ROW]   fade-in and stall watchdog
-//        live_probe changes BUILD STREAMS [ROW]  VISTRAME_CHANGES and VISTRAME_QUITS changes without a pause
 //
 // BUILD is the product's build folder, STREAMS that of make-streams.
 #include <cstdio>
@@ -18,12 +17,11 @@ int main(int count, char** words) {
         std::string_view name;
         Part part;
     };
-    for (const auto& [name, part] :
-         {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"changes", RunChanges}}) {
+    for (const auto& [name, part] : {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}}) {
         if (count >= 4 && name == words[1]) {
             return RunPart(part, std::span(words, static_cast<std::size_t>(count)).subspan(2));
         }
     }
-    std::fputs("usage: live_probe demo|matrix|timers|changes BUILD STREAMS [ROW]\n", stderr);
+    std::fputs("usage: live_probe demo|matrix|timers BUILD STREAMS [ROW]\n", stderr);
     return 2;
 }

@@ -15,7 +15,5 @@ bool RunDemo(const Paths& where, SoundWatch& sound, std::size_t only);
 bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only);
 // The fade-in and the stall watchdog.
 bool RunTimers(const Paths& where, SoundWatch& sound, std::size_t only);
-// Programme changes without a pause, and Quit right behind one.
-bool RunChanges(const Paths& where, SoundWatch& sound, std::size_t only);
 
 } // namespace vistrame::live

@@ -37,8 +37,8 @@ std::optional<ProcessWatch::Look> LookAt(const fs::path& process) {
     constexpr double kPage = 4096.0 / 1048576.0;
     std::istringstream pages(Text(process / "statm"));
     double addresses = 0;
-    double memory = 0;
-    if (!(pages >> addresses >> memory) || memory == 0) {
+    double resident = 0;
+    if (!(pages >> addresses >> resident) || resident == 0) {
         return std::nullopt; // at its end
     }
     return ProcessWatch::Look{Now(),
@@ -46,7 +46,17 @@ std::optional<ProcessWatch::Look> LookAt(const fs::path& process) {
                               Entries(process / "task"),
                               Entries(process / "fd"),
                               addresses * kPage,
-                              memory * kPage};
+                              0};
+}
+
+double Memory(const fs::path& process) {
+    std::istringstream lines(Text(process / "smaps_rollup"));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("Pss:")) {
+            return std::strtod(line.c_str() + 4, nullptr) / 1024;
+        }
+    }
+    return 0;
 }
 
 fs::path Find(const std::string& program) {
@@ -77,14 +87,22 @@ const std::vector<ProcessWatch::Look>& ProcessWatch::Looks() {
 }
 
 void ProcessWatch::Watch(const std::stop_token& stop) {
+    constexpr double kMemoryEvery = 1; // seconds: the kernel walks through all pages for it
     fs::path process;
+    double memory = 0;
+    double memoryTime = 0;
     while (!stop.stop_requested()) {
         if (process.empty()) {
             process = Find(program_);
         }
         if (!process.empty()) {
             if (const auto look = LookAt(process)) {
+                if (look->time - memoryTime >= kMemoryEvery) {
+                    memory = Memory(process);
+                    memoryTime = look->time;
+                }
                 looks_.push_back(*look);
+                looks_.back().memory = memory;
             } else {
                 process.clear();
             }

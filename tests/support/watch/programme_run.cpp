@@ -42,15 +42,19 @@ public:
     explicit LogReader(std::string path) : path_(std::move(path)) {}
 
     void Read() {
-        const std::string text = FileText(path_);
-        for (std::size_t end; (end = text.find('\n', read_)) != std::string::npos; read_ = end + 1) {
+        std::ifstream file(path_, std::ios::binary);
+        file.seekg(static_cast<std::streamoff>(read_));
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        std::size_t begin = 0;
+        for (std::size_t end; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1) {
             char* rest = nullptr;
-            const double time = std::strtod(text.c_str() + read_, &rest);
+            const double time = std::strtod(text.c_str() + begin, &rest);
             const std::size_t from = static_cast<std::size_t>(rest - text.c_str()) + 1;
             const std::size_t to = text.find_last_not_of("\r\n", end) + 1;
             lines_.push_back({time, from < to ? text.substr(from, to - from) : ""});
             offset_ = std::min(offset_, Now() - time);
         }
+        read_ += begin;
     }
 
     std::vector<LogLine> Lines() const {
@@ -84,17 +88,24 @@ std::string Follow(std::future<int> analyzer, LogReader& log, const std::string&
 
 } // namespace
 
-int RunPart(Part part, std::span<char*> words) {
-    const Paths where{words[0], words[1]};
+bool WithFilters(const Paths& where, const std::function<bool()>& work) {
     const std::string filters = where.build + "/filters/vistrame.ax";
     if (RunTool({"register", filters}, "/dev/null", 60) != 0) {
         std::fputs("vistrame.ax cannot be registered\n", stderr);
-        return 1;
+        return false;
     }
-    SoundWatch sound;
-    const bool right = part(where, sound, words.size() > 2 ? std::strtoul(words[2], nullptr, 10) : 0);
+    const bool right = work();
     // The session is at its end, or the next run sees to it.
     (void)RunTool({"register", "/u", filters}, "/dev/null", 60);
+    return right;
+}
+
+int RunPart(Part part, std::span<char*> words) {
+    const Paths where{words[0], words[1]};
+    const bool right = WithFilters(where, [&] {
+        SoundWatch sound;
+        return part(where, sound, words.size() > 2 ? std::strtoul(words[2], nullptr, 10) : 0);
+    });
     return right ? 0 : 1;
 }
 
@@ -110,8 +121,8 @@ std::string ProgrammeRun::Rest(const std::string& begin) const {
     return found == log.end() ? "" : found->text.substr(begin.size());
 }
 
-ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<std::string>& options,
-                       const std::string& script, const std::string& stream, double limit, int colourRow) {
+ProgrammeRun FollowScript(const Paths& where, const std::vector<std::string>& options,
+                          const std::string& script, const std::string& stream, double limit) {
     ProgrammeRun run;
     const char* const session = std::getenv("VISTRAME_SESSION");
     std::string folder = std::string(session != nullptr ? session : "/tmp") + "/live.XXXXXX";
@@ -128,16 +139,22 @@ ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<
     words.insert(words.end(), options.begin(), options.end());
     words.push_back(stream.front() == '/' ? stream : where.streams + "/" + stream);
 
-    const double begin = Now();
-    const ScreenWatch screen(kAreaWidth, kAreaHeight, colourRow);
     LogReader log(folder + "/log");
     const std::string output = folder + "/output";
     run.failure = Follow(std::async(std::launch::async, RunTool, words, output, limit), log, output);
     run.log = log.Lines();
+    std::filesystem::remove_all(folder);
+    return run;
+}
+
+ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<std::string>& options,
+                       const std::string& script, const std::string& stream, double limit, int colourRow) {
+    const double begin = Now();
+    const ScreenWatch screen(kAreaWidth, kAreaHeight, colourRow);
+    ProgrammeRun run = FollowScript(where, options, script, stream, limit);
     run.screen = screen.Changes();
     run.blink = screen.LongestBlink();
     run.sound = sound.Since(begin);
-    std::filesystem::remove_all(folder);
     return run;
 }
 

@@ -40,13 +40,20 @@ struct ProgrammeRun {
     std::string Rest(const std::string& begin) const;
 };
 // The analyzer of the build under test carries out a script, which is ended when it takes longer than
-// `limit`.
+// `limit`. Only its log is read.
+ProgrammeRun FollowScript(const Paths& where, const std::vector<std::string>& options,
+                          const std::string& script, const std::string& stream, double limit);
+// The same, seen and heard.
 ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<std::string>& options,
                        const std::string& script, const std::string& stream, double limit = 60,
                        int colourRow = kAreaHeight / 2);
 
-// Runs a part with the filters of the build under test registered in the session's Wine, listening to its
-// sink. `words`: BUILD STREAMS [ROW]. The program's exit code.
+// Does something with the filters of the build under test registered in the session's Wine. False as well
+// when they cannot be.
+bool WithFilters(const Paths& where, const std::function<bool()>& work);
+
+// Runs a part with them, listening to the session's sink. `words`: BUILD STREAMS [ROW]. The program's exit
+// code.
 using Part = bool (*)(const Paths& where, SoundWatch& sound, std::size_t only);
 int RunPart(Part part, std::span<char*> words);
 

@@ -1,0 +1,35 @@
+// What a soak measured, as files: one row per change, and a picture of each figure's course.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vistrame::live {
+
+// The state of the player's process at the end of one change of programme; -1 where it is not known.
+struct Change {
+    double time = 0;     // seconds since the first change
+    double setPid = 0;   // ms that the command took
+    double picture = -1; // ms to the first picture, where the script waited for it
+    double threads = -1, files = -1;
+    double addresses = -1, memory = -1;       // MB
+    double handles = -1, keys = -1;           // of all kinds but registry keys; registry keys
+    double gdi = -1, user = -1, windows = -1; // objects
+};
+
+struct Figure {
+    const char* name;
+    double Change::*value;
+};
+inline constexpr Figure kFigures[] = {
+    {"SetPid ms", &Change::setPid},  {"first picture ms", &Change::picture}, {"threads", &Change::threads},
+    {"descriptors", &Change::files}, {"addresses MB", &Change::addresses},   {"memory MB", &Change::memory},
+    {"handles", &Change::handles},   {"registry keys", &Change::keys},       {"GDI objects", &Change::gdi},
+    {"USER objects", &Change::user}, {"windows", &Change::windows},
+};
+
+// Two files, PATH.csv and PATH.svg. False: one of them cannot be written.
+bool WriteCourse(const std::string& path, const std::string& title, std::span<const Change> changes);
+
+} // namespace vistrame::live
