@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -30,13 +31,17 @@ public:
     WorkQueue& operator=(const WorkQueue&) = delete;
     ~WorkQueue() { Stop(); }
 
-    void Start(std::function<void(Item&)> handler) {
+    static constexpr std::chrono::milliseconds kIdle{100};
+
+    // `idle` runs on the worker as the handler does, once when kIdle has passed since the last item; again
+    // after as long while it answers false.
+    void Start(std::function<void(Item&)> handler, std::function<bool()> idle = {}) {
         Stop();
         {
             const std::lock_guard lock(lock_);
             running_ = true;
         }
-        worker_.Start([this, handler = std::move(handler)] { Work(handler); });
+        worker_.Start([this, handler = std::move(handler), idle = std::move(idle)] { Work(handler, idle); });
     }
 
     // Drops what waits and joins the worker. Free the handler first if it may be blocked.
@@ -101,10 +106,20 @@ private:
         changed_.notify_all();
     }
 
-    void Work(const std::function<void(Item&)>& handler) {
+    void Work(const std::function<void(Item&)>& handler, const std::function<bool()>& idle) {
         std::unique_lock lock(lock_);
+        bool waitsForIdle = false;
         while (true) {
-            changed_.wait(lock, [this] { return !running_ || !items_.empty(); });
+            const auto something = [this] { return !running_ || !items_.empty(); };
+            while (waitsForIdle && !changed_.wait_for(lock, kIdle, something)) {
+                lock.unlock();
+                (void)Guarded([&] {
+                    waitsForIdle = !idle();
+                    return S_OK;
+                });
+                lock.lock();
+            }
+            changed_.wait(lock, something);
             if (!running_) {
                 return;
             }
@@ -119,6 +134,7 @@ private:
             });
             lock.lock();
             busy_ = false;
+            waitsForIdle = idle != nullptr;
             changed_.notify_all();
         }
     }

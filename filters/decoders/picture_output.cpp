@@ -1,5 +1,6 @@
 #include "filters/decoders/picture_output.h"
 
+#include <mutex>
 #include <utility>
 
 #include "filters/base/reference_time.h"
@@ -55,7 +56,8 @@ void PictureOutput::Start() {
     started_ = true;
     skip_ = VideoSkip::kNothing;
     lastShown_ = -kUnitsPerSecond;
-    queue_.Start([this](ComPtr<IMediaSample>& sample) { (void)pin_.Deliver(sample.Get()); });
+    queue_.Start([this](ComPtr<IMediaSample>& sample) { (void)pin_.Deliver(sample.Get()); },
+                 [this] { return ShowHeld(); });
 }
 
 void PictureOutput::WarmUp() {
@@ -112,6 +114,15 @@ void PictureOutput::OnPicture(const Picture& picture) {
         deinterlacer_.Push(picture,
                            fieldRate_.Fields() ? Deinterlacer::Rate::kFields : Deinterlacer::Rate::kPictures);
     }
+}
+
+// The queue's worker: no picture has come for a while, as with stills. False: somebody brings one now.
+bool PictureOutput::ShowHeld() {
+    const std::unique_lock streaming(filter_.StreamLock(), std::try_to_lock);
+    if (streaming.owns_lock()) {
+        deinterlacer_.Drain();
+    }
+    return streaming.owns_lock();
 }
 
 void PictureOutput::HandOver(const Picture& picture) {

@@ -26,7 +26,8 @@ namespace vistrame {
 //
 // Units      times 100 ns.
 // Threads    Show, Drain, Flush: the streaming thread (stream lock). Start and Stop: the filter's state
-//            changes.
+//            changes. The queue's worker takes the stream lock, if it is free, to show a picture that was
+//            held back for the next one when none comes.
 // Errors     a picture that cannot be delivered is dropped.
 class PictureOutput final : public PictureSink {
 public:
@@ -74,6 +75,7 @@ private:
         bool operator==(const Shape&) const = default;
     };
 
+    bool ShowHeld();
     void HandOver(const Picture& picture);
     void Show(const Picture& picture);
     bool IsTooLate(const Picture& picture);

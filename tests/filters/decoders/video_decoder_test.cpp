@@ -163,6 +163,14 @@ TEST(VideoDecoder, DamageNeitherStopsNorFreezesIt) {
     }
 }
 
+// Fields are made into pictures when the next picture is there; of a still none comes.
+TEST(VideoDecoder, WhatIsHeldForTheNextPictureIsShownWhenNoneComes) {
+    Playback playback(kMpeg2);
+    playback.Send(ReadStream("mpeg2_576i.ts", true));
+    // The decoder itself keeps the last one for reordering.
+    EXPECT_TRUE(playback.sink->Await(kAtOnce + 2 * (75 - 1)));
+}
+
 // The stream changes from 720 x 576, 16:9, to 352 x 288, 4:3, and back.
 TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
     struct Row {
