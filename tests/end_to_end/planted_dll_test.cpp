@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <windows.h>
+// Needs the former.
 #include <tlhelp32.h>
 
 #include "tests/end_to_end/analyzer_run.h"
