@@ -10,8 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <ranges>
 #include <vector>
 
+#include "bench/players/bar_chart.h"
 #include "bench/players/players.h"
 
 namespace vistrame::bench {
@@ -43,8 +45,14 @@ const char* Verdict(bool met) {
     return met ? "met" : "**missed**";
 }
 
+// What the charts show.
+struct Charts {
+    std::vector<Bar> processor;
+    std::vector<Bar> memory;
+};
+
 void Measure(const Row& row, const std::vector<Player>& players, const std::string& streams, int runs,
-             double seconds, std::ofstream& report) {
+             double seconds, std::ofstream& report, Charts& charts) {
     report
         << "\n## " << row.what << "\n\n"
         << "| player | processor, s/s | of the display and Wine's server | memory, MiB | pictures never "
@@ -70,6 +78,8 @@ void Measure(const Row& row, const std::vector<Player>& players, const std::stri
             std::snprintf(text, sizeof text, "| %s | %.3f | %.3f | %.0f | %d of %d | %.1f | %.2f |",
                           player.name.c_str(), processor, Median(all, &Figures::around), memory, lost,
                           Median(all, &Figures::pictures), hold, Median(all, &Figures::firstPicture));
+            charts.processor.push_back({row.what, player.name, processor});
+            charts.memory.push_back({row.what, player.name, memory});
             if (player.process == "vistrame.exe") {
                 char goals[300];
                 std::snprintf(goals, sizeof goals,
@@ -92,11 +102,12 @@ void Measure(const Row& row, const std::vector<Player>& players, const std::stri
 void MeasureCrowd(const std::vector<Player>& players, const std::string& streams, double seconds,
                   std::ofstream& report) {
     const Row& row = kRows[0];
+    constexpr std::size_t kPlayers = 3; // ours, and VLC
     report << "\n## Several players at once, " << row.what
            << "\n\n| player | how many | processor of all, s/s | memory of all, MiB | pictures never seen | "
               "longest "
               "hold, periods |\n| --- | --- | --- | --- | --- | --- |\n";
-    for (const Player& player : players) {
+    for (const Player& player : players | std::views::take(kPlayers)) {
         for (const int copies : {1, 2, 4, 8}) {
             const Figures figures = Play(player, streams + "/" + row.stream, seconds, copies);
             char text[200];
@@ -135,9 +146,14 @@ int main(int count, char** words) {
         std::erase_if(players,
                       [&](const Player& player) { return player.name.find(words[6]) == player.name.npos; });
     }
+    Charts charts;
     for (const Row& row : kRows) {
-        Measure(row, players, words[2], runs, seconds, report);
+        Measure(row, players, words[2], runs, seconds, report, charts);
     }
+    const std::string beside = std::string(words[3]).substr(0, std::string(words[3]).rfind('/') + 1);
+    const bool drawn = WriteBars(beside + "processor.svg", "Processor time of the player, seconds per second",
+                                 charts.processor) &&
+                       WriteBars(beside + "memory.svg", "Memory of the player, MiB (PSS)", charts.memory);
     MeasureCrowd(players, words[2], seconds, report);
-    return report ? 0 : 1;
+    return report && drawn ? 0 : 1;
 }
