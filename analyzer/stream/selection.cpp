@@ -22,10 +22,8 @@ constexpr std::array kVideoTypes{
     TypeRow{Coding::kHevc, kVideoTypeHevc},
 };
 constexpr std::array kAudioTypes{
-    TypeRow{Coding::kMpegAudio, kAudioTypeMpeg},
-    TypeRow{Coding::kAc3, kAudioTypeAc3},
-    TypeRow{Coding::kAacLatm, kAudioTypeAac},
-    TypeRow{Coding::kAacAdts, kAudioTypeAac},
+    TypeRow{Coding::kMpegAudio, kAudioTypeMpeg}, TypeRow{Coding::kAc3, kAudioTypeAc3},
+    TypeRow{Coding::kAacLatm, kAudioTypeAac},    TypeRow{Coding::kAacAdts, kAudioTypeAac},
     TypeRow{Coding::kEac3, kAudioTypeEac3},
 };
 
