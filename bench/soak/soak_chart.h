@@ -14,7 +14,8 @@ struct Change {
     double picture = -1; // ms to the first picture, where the script waited for it
     double threads = -1, files = -1;
     double addresses = -1, memory = -1;       // MB
-    double handles = -1, keys = -1;           // of all kinds but registry keys; registry keys
+    double handles = -1;                      // but for registry keys, and for what Wine leaves of each graph
+    double keys = -1;                         // registry keys
     double gdi = -1, user = -1, windows = -1; // objects
 };
 
