@@ -2,7 +2,8 @@
 // the current one, where anybody's download may lie.
 //
 // What is linked is loaded before any of our code runs, and from the program's folder first unless its name
-// is one of those that the system always takes from its own. What is none of these is found by SystemFunction.
+// is one of those that the system always takes from its own. What is none of these is found by
+// SystemFunction.
 #pragma once
 
 #include <string>

@@ -3,9 +3,9 @@
 //
 // usage: soak BUILD STREAMS FOLDER SECONDS [SEED [ROW...]]
 //
-// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. FOLDER gets a table (CSV)
-// and a chart (SVG) per row; the rows share the SECONDS. The exit code is 1 when something grew, the player ended,
-// did not answer or opened a box, or changes took longer at the end than at the beginning.
+// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. FOLDER gets a table (CSV) and
+// a chart (SVG) per row; the rows share the SECONDS. The exit code is 1 when something grew, the player
+// ended, did not answer or opened a box, or changes took longer at the end than at the beginning.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>

@@ -1,5 +1,5 @@
-// The filters' portable parts on any bytes: what cuts access units, and what keeps the last seconds. The first
-// byte chooses; then come pieces, each behind a byte that says how long it is and what else happens.
+// The filters' portable parts on any bytes: what cuts access units, and what keeps the last seconds. The
+// first byte chooses; then come pieces, each behind a byte that says how long it is and what else happens.
 #include <algorithm>
 #include <numeric>
 

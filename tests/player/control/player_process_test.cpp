@@ -211,8 +211,8 @@ TEST(Player, AGraphThatCannotBeBuiltIsReportedAndEndsIt) {
     EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt);
 }
 
-// Half of the codes are none of the player's. The two that end it, for want of a decoder or by order, are left
-// out.
+// Half of the codes are none of the player's. The two that end it, for want of a decoder or by order, are
+// left out.
 TEST(Player, AnswersAnyCommand) {
     const ParentWindow parent;
     const PipeServer pipe;
