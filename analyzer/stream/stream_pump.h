@@ -31,9 +31,9 @@ public:
         double lateMsec = 0; // furthest behind the PCR
     };
 
-    // The file's clock runs `clockPpm` millionths fast. `announceSeam` is called on the pump's thread when the
-    // file begins again or an announced seek leaves for another place, between the last packet before and the
-    // first after.
+    // The file's clock runs `clockPpm` millionths fast. `announceSeam` is called on the pump's thread when
+    // the file begins again or an announced seek leaves for another place, between the last packet before and
+    // the first after.
     StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, int clockPpm,
                std::function<void()> announceSeam);
     StreamPump(const StreamPump&) = delete;

@@ -30,9 +30,9 @@ struct Figures {
     double hold = 0;  // the longest that one stood, seconds
 };
 
-// Two seconds after the first picture the figures begin; `seconds` later the player is ended. With `copies` of
-// it, one after the other in the same place, the cost is that of all, and the pictures are those of the last,
-// which is on top. Needs a session.
+// Two seconds after the first picture the figures begin; `seconds` later the player is ended. With `copies`
+// of it, one after the other in the same place, the cost is that of all, and the pictures are those of the
+// last, which is on top. Needs a session.
 Figures Play(const Player& player, const std::string& stream, double seconds, int copies = 1);
 
 } // namespace vistrame::bench

@@ -1,5 +1,5 @@
-// How long a change of programme takes in a running player, from `SetPid` to the first picture on the screen and
-// to the first sound, wherever in the group of pictures it falls.
+// How long a change of programme takes in a running player, from `SetPid` to the first picture on the screen
+// and to the first sound, wherever in the group of pictures it falls.
 //
 // usage: programme_changes BUILD STREAMS REPORT [CHANGES]      inside a session; REPORT is appended to
 #include <algorithm>
@@ -22,8 +22,8 @@ struct Stream {
 };
 constexpr Stream kStreams[] = {{"group0.ts", "0.5 s"}, {"group2.ts", "2 s"}, {"group5.ts", "5 s"}};
 
-// Changes between the two programmes, so far apart that they fall everywhere in the group of pictures, and that
-// the second before belongs to a picture that moves.
+// Changes between the two programmes, so far apart that they fall everywhere in the group of pictures, and
+// that the second before belongs to a picture that moves.
 std::string Script(int changes) {
     std::ostringstream lines;
     lines << "0 size 480 270\n+0 play 1\n+0 wait picture 30\n+5 mark settled\n";

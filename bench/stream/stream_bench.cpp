@@ -1,6 +1,6 @@
-// What the way of the stream costs: how fast bytes go through the pipe into the player that has no graph yet, over
-// a bare loop of ReadFile in a process of its own; then into feed filter and demultiplexer without decoders, over
-// the first.
+// What the way of the stream costs: how fast bytes go through the pipe into the player that has no graph yet,
+// over a bare loop of ReadFile in a process of its own; then into feed filter and demultiplexer without
+// decoders, over the first.
 #include <cstdio>
 #include <cstring>
 #include <string>

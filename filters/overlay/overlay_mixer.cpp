@@ -77,8 +77,8 @@ protected:
         const auto picture = ReadPictureType(Type());
         return {.cBuffers = 1, .cbBuffer = picture ? picture->Bytes() : 0, .cbAlign = 1, .cbPrefix = 0};
     }
-    // A graph builder looks for any free input pin, and ours is one; and for the renderer of the highest merit,
-    // which mixes itself and says nothing of its window.
+    // A graph builder looks for any free input pin, and ours is one; and for the renderer of the highest
+    // merit, which mixes itself and says nothing of its window.
     HRESULT CheckPeer(IPin* peer) override {
         PIN_INFO info{};
         if (FAILED(peer->QueryPinInfo(&info))) {
@@ -204,8 +204,8 @@ HRESULT OverlayMixer::Starting() {
     return S_OK;
 }
 
-// The renderer takes the stand-in when the picture is due. While paused it keeps it until the graph runs on, so
-// the picture comes first then.
+// The renderer takes the stand-in when the picture is due. While paused it keeps it until the graph runs on,
+// so the picture comes first then.
 HRESULT OverlayMixer::Paint(IMediaSample* sample) {
     BYTE* pixels = nullptr;
     const auto type = ReadPictureType(input_->Type());

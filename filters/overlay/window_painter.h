@@ -15,8 +15,8 @@ namespace vistrame {
 //
 // Units      pixels.
 // Threads    one at a time.
-// Ownership  borrows the window, which may be gone at any time, and the pixels for the call; keeps one picture
-//            of the window's size.
+// Ownership  borrows the window, which may be gone at any time, and the pixels for the call; keeps one
+//            picture of the window's size.
 // Errors     what cannot be written is not painted.
 class WindowPainter {
 public:

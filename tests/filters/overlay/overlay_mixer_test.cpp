@@ -62,8 +62,9 @@ bool ShowsColumns(HWND window) {
 
 } // namespace
 
-// As the player builds it: the graph finds a renderer with a window by itself, which gets the pictures at their
-// own size from the decoder, whatever the window's size is and becomes, and keeps the last one while paused.
+// As the player builds it: the graph finds a renderer with a window by itself, which gets the pictures at
+// their own size from the decoder, whatever the window's size is and becomes, and keeps the last one while
+// paused.
 TEST(OverlayMixer, PaintsTheWindowOfTheSystemsRenderer) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
     TestGraph graph;
