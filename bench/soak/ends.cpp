@@ -218,7 +218,11 @@ bool Tell(const char* kind, const char* name, const std::vector<Result>& results
     std::size_t right = 0;
     for (const Result& result : results) {
         msecs.push_back(result.msec);
-        right += result.msec >= 0 && result.msec <= limit && result.exitCode == exitCode ? 1 : 0;
+        const bool good = result.msec >= 0 && result.msec <= limit && result.exitCode == exitCode;
+        right += good ? 1 : 0;
+        if (!good) { // -1 ms: the moment never came, or the player was still there after ten seconds
+            std::printf("%s, %s: %.0f ms, exit code 0x%08lX\n", kind, name, result.msec, result.exitCode);
+        }
     }
     std::ranges::sort(msecs);
     std::printf("| %s | %s | %u of %u | %.0f ms | %.0f ms | %.0f ms |%s\n", kind, name,
