@@ -49,7 +49,7 @@ void WindowPainter::Prepare(HWND window, const PictureType& type, const std::uin
 }
 
 void WindowPainter::Show() {
-    const HDC dc = ready_ ? GetDC(window_) : nullptr;
+    auto* const dc = ready_ ? GetDC(window_) : nullptr;
     if (dc == nullptr) {
         return;
     }

@@ -54,7 +54,7 @@ constexpr MatrixRow kMatrices[] = {
     {3, AVCOL_SPC_SMPTE240M}, {4, AVCOL_SPC_BT2020_NCL}, {4, AVCOL_SPC_BT2020_CL}};
 
 DWORD ControlFlagsOf(const Colours& colours) {
-    const auto row = std::ranges::find(kMatrices, colours.matrix, &MatrixRow::space);
+    const auto* const row = std::ranges::find(kMatrices, colours.matrix, &MatrixRow::space);
     const DWORD matrix = row != std::end(kMatrices) ? row->value : 0;
     return matrix == 0 && !colours.fullRange
                ? 0
@@ -65,7 +65,7 @@ DWORD ControlFlagsOf(const Colours& colours) {
 Colours ColoursIn(DWORD controlFlags) {
     Colours colours;
     if ((controlFlags & AMCONTROL_USED) != 0 && (controlFlags & AMCONTROL_COLORINFO_PRESENT) != 0) {
-        const auto row =
+        const auto* const row =
             std::ranges::find(kMatrices, controlFlags >> kMatrixBit & kThreeBits, &MatrixRow::value);
         colours.matrix = row != std::end(kMatrices) ? row->space : colours.matrix;
         colours.fullRange = (controlFlags >> kRangeBit & kThreeBits) == kFullRange;

@@ -37,7 +37,7 @@ void Configure(const ComPtr<IBaseFilter>& decoder, std::span<const FilterParamet
 // Null when nothing was found or the one found cannot be made; no other is tried then, but the next build
 // searches anew.
 ComPtr<IBaseFilter> CreateFound(const std::optional<DecoderCandidate>& found, DecoderSearch& search) {
-    const ComPtr<IBaseFilter> made = found ? Create<IBaseFilter>(found->id) : nullptr;
+    ComPtr<IBaseFilter> made = found ? Create<IBaseFilter>(found->id) : nullptr;
     if (!made) {
         search.Forget();
     }
