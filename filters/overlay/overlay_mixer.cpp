@@ -155,7 +155,7 @@ protected:
         if (!owner_.output_->IsConnected()) {
             return S_OK;
         }
-        return owner_.window_ != nullptr ? owner_.Paint(sample) : owner_.output_->Deliver(sample);
+        return owner_.paints_ ? owner_.Paint(sample) : owner_.output_->Deliver(sample);
     }
     HRESULT OnEndOfStream() override { return owner_.output_->DeliverEndOfStream(); }
     HRESULT OnNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
@@ -198,7 +198,7 @@ HRESULT OverlayMixer::Starting() {
     window_ = nullptr;
     const ComPtr<IPin> renderer = output_->Peer();
     if (const ComPtr<IOverlay> owner = paints_ ? WindowOwner(renderer.Get()) : nullptr) {
-        (void)owner->GetWindowHandle(&window_); // null: the renderer paints
+        (void)owner->GetWindowHandle(&window_); // null: nothing is painted
         HideOwnPictures(renderer.Get());
     }
     return S_OK;
