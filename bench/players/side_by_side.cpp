@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <ranges>
+#include <span>
 #include <vector>
 
 #include "bench/players/bar_chart.h"
@@ -107,7 +107,7 @@ void MeasureCrowd(const std::vector<Player>& players, const std::string& streams
            << "\n\n| player | how many | processor of all, s/s | memory of all, MiB | pictures never seen | "
               "longest "
               "hold, periods |\n| --- | --- | --- | --- | --- | --- |\n";
-    for (const Player& player : players | std::views::take(kPlayers)) {
+    for (const Player& player : std::span(players).first(std::min(kPlayers, players.size()))) {
         for (const int copies : {1, 2, 4, 8}) {
             const Figures figures = Play(player, streams + "/" + row.stream, seconds, copies);
             char text[200];

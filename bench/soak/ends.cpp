@@ -90,8 +90,8 @@ public:
         GetTempPathA(MAX_PATH, folder);
         log_ = std::string(folder) + "ends.log";
         DeleteFileA(log_.c_str());
-        std::string line = '"' + build + "\\analyzer\\vistrame-analyzer.exe\" --player \"" + build +
-                           "\\player\\vistrame.exe\" --log \"" + log_ + "\" " + options;
+        std::string line = '"' + build + R"(\analyzer\vistrame-analyzer.exe" --player ")" + build +
+                           R"(\player\vistrame.exe" --log ")" + log_ + "\" " + options;
         if (!script.empty()) {
             std::ofstream(std::string(folder) + "ends.script") << script;
             line += " --script \"" + std::string(folder) + "ends.script\"";
@@ -240,6 +240,7 @@ int Run(const std::string& build, const std::string& stream, int times, unsigned
     bool right = true;
     for (const Moment& moment : kMoments) {
         std::vector<Result> results;
+        results.reserve(static_cast<std::size_t>(times));
         for (int i = 0; i < times; ++i) {
             results.push_back(KillAt(moment, build, stream, random() % moment.longestMsec));
         }
