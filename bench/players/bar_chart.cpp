@@ -45,11 +45,10 @@ bool WriteBars(const std::string& path, const std::string& title, std::span<cons
     const int height =
         kTop + static_cast<int>(bars.size()) * kBarHeight + static_cast<int>(groups.size()) * kGroupGap;
     std::ofstream file(path);
-    file << Line(
-                "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" "
-                "font-family=\"sans-serif\" "
-                "font-size=\"11\">\n<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
-                kWidth, height)
+    file << Line(R"(<svg xmlns="http://www.w3.org/2000/svg" width="%d" height="%d" )"
+                 R"(font-family="sans-serif" )"
+                 "font-size=\"11\">\n<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n",
+                 kWidth, height)
          << Line("<text x=\"10\" y=\"24\" font-size=\"15\">%s</text>\n", title.c_str());
     int y = kTop;
     for (const std::string& group : groups) {
@@ -61,10 +60,10 @@ bool WriteBars(const std::string& path, const std::string& title, std::span<cons
             }
             const auto name = static_cast<std::size_t>(std::ranges::find(names, bar.name) - names.begin());
             const double length = bar.value / largest * (kWidth - kLeft - kRight);
-            file << Line("<text x=\"%d\" y=\"%d\" text-anchor=\"end\">%s</text>", kLeft - 6, y + 10,
+            file << Line(R"(<text x="%d" y="%d" text-anchor="end">%s</text>)", kLeft - 6, y + 10,
                          bar.name.c_str())
-                 << Line("<rect x=\"%d\" y=\"%d\" width=\"%.1f\" height=\"%d\" fill=\"%s\"/>", kLeft, y,
-                         length, kBarHeight - 3, kColours[name % kColours.size()])
+                 << Line(R"(<rect x="%d" y="%d" width="%.1f" height="%d" fill="%s"/>)", kLeft, y, length,
+                         kBarHeight - 3, kColours[name % kColours.size()])
                  << Line("<text x=\"%.1f\" y=\"%d\">%.3g</text>\n", kLeft + length + 4, y + 10, bar.value);
             y += kBarHeight;
         }

@@ -64,9 +64,9 @@ Times ReadLog(const std::string& path) {
     return times;
 }
 
-std::string Row(const std::string& build, const std::string& streams, const Stream& stream, int renderer,
-                int changes) {
-    const std::string folder = std::getenv("VISTRAME_SESSION");
+// `folder` takes what a run leaves behind.
+std::string Row(const std::string& folder, const std::string& build, const std::string& streams,
+                const Stream& stream, int renderer, int changes) {
     const std::string script = folder + "/changes.script", log = folder + "/changes.log";
     std::ofstream(script) << Script(changes);
     const std::string command = VISTRAME_SOURCE_DIR "/tools/wine " + build +
@@ -96,7 +96,8 @@ std::string Row(const std::string& build, const std::string& streams, const Stre
 
 int main(int count, char** words) {
     using namespace vistrame::bench;
-    if (count < 4 || std::getenv("VISTRAME_SESSION") == nullptr) {
+    const char* const session = std::getenv("VISTRAME_SESSION");
+    if (count < 4 || session == nullptr) {
         std::fputs("usage: programme_changes BUILD STREAMS REPORT [CHANGES]\n", stderr);
         return 2;
     }
@@ -107,7 +108,7 @@ int main(int count, char** words) {
     for (const int renderer : {1, 0}) {
         for (const Stream& stream : kStreams) {
             const std::string row =
-                Row(words[1], words[2], stream, renderer, count > 4 ? std::atoi(words[4]) : 17);
+                Row(session, words[1], words[2], stream, renderer, count > 4 ? std::atoi(words[4]) : 17);
             std::puts(row.c_str());
             std::fflush(stdout);
             report << row << "\n" << std::flush;

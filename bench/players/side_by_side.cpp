@@ -144,7 +144,7 @@ int main(int count, char** words) {
     std::vector<Player> players = Players(words[1]);
     if (count > 6) {
         std::erase_if(players,
-                      [&](const Player& player) { return player.name.find(words[6]) == player.name.npos; });
+                      [&](const Player& player) { return player.name.find(words[6]) == std::string::npos; });
     }
     Charts charts;
     for (const Row& row : kRows) {
