@@ -1,18 +1,13 @@
 #include "bench/players/player_run.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <set>
 #include <span>
 #include <thread>
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include "bench/players/command.h"
 #include "bench/players/process_cost.h"
 #include "tests/support/watch/screen_watch.h"
 
@@ -29,37 +24,6 @@ constexpr double kBetweenStarts = 1.5;
 void Sleep(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
-
-// A shell in a process group of its own.
-class Command {
-public:
-    Command(const std::string& command, const std::string& stream) : process_(fork()) {
-        if (process_ == 0) {
-            setpgid(0, 0);
-            const int nowhere = open("/dev/null", O_RDWR);
-            for (const int to : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-                dup2(nowhere, to);
-            }
-            execl("/bin/bash", "bash", "-c", command.c_str(), "player", stream.c_str(), nullptr);
-            _exit(127);
-        }
-    }
-    Command(const Command&) = delete;
-    Command& operator=(const Command&) = delete;
-    ~Command() {
-        kill(-process_, SIGTERM);
-        const double end = Now() + 5;
-        while (waitpid(process_, nullptr, WNOHANG) == 0) {
-            if (Now() > end) {
-                kill(-process_, SIGKILL);
-            }
-            Sleep(0.02);
-        }
-    }
-
-private:
-    pid_t process_;
-};
 
 // What our environment marks as this session's.
 std::string SessionMark() {

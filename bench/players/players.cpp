@@ -6,7 +6,7 @@ namespace {
 Player Ours(const std::string& build, const std::string& name, const std::string& settings) {
     // The analyzer's window has its picture area there.
     return {name,
-            "printf '0 size 480 270\\n+0 play 1\\n+60 quit\\n' >\"$VISTRAME_SESSION/steady.script\"; "
+            "printf '0 size 480 270\\n+0 play 1\\n+600 quit\\n' >\"$VISTRAME_SESSION/steady.script\"; "
             "exec " VISTRAME_SOURCE_DIR "/tools/wine " +
                 build + "/analyzer/vistrame-analyzer.exe --player " + build +
                 "/player/vistrame.exe --script \"$VISTRAME_SESSION/steady.script\" " + settings + " \"$1\"",

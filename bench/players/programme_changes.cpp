@@ -1,5 +1,5 @@
-// How long a change of programme takes in a running player, from `SetPid` to the first picture on the screen
-// and to the first sound, wherever in the group of pictures it falls.
+// How long a change of programme takes in a running player, from `SetPid`, or the key of another player, to the
+// first picture on the screen, wherever in the group of pictures it falls.
 //
 // usage: programme_changes BUILD STREAMS REPORT [CHANGES]      inside a session; REPORT is appended to
 #include <algorithm>
@@ -9,6 +9,8 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "bench/players/key_changes.h"
 
 namespace vistrame::bench {
 namespace {
@@ -91,6 +93,19 @@ std::string Row(const std::string& folder, const std::string& build, const std::
     return text;
 }
 
+std::string OtherRow(const KeyPlayer& player, const std::string& streams, const Stream& stream, int changes) {
+    const std::vector<double> times = ChangesByKey(player, streams + "/" + stream.file, changes);
+    char text[200];
+    if (times.empty()) {
+        std::snprintf(text, sizeof text, "| %s | %s | | no change seen | |", player.name.c_str(),
+                      stream.what);
+    } else {
+        std::snprintf(text, sizeof text, "| %s | %s | | %.0f (%.0f to %.0f of %zu) | |", player.name.c_str(),
+                      stream.what, times[times.size() / 2], times.front(), times.back(), times.size());
+    }
+    return text;
+}
+
 } // namespace
 } // namespace vistrame::bench
 
@@ -102,16 +117,21 @@ int main(int count, char** words) {
         return 2;
     }
     std::ofstream report(words[3], std::ios::app);
-    report << "\n## A change of programme, milliseconds\n\n| renderer | random-access pictures every | "
+    report << "\n## A change of programme, milliseconds\n\n| player | random-access pictures every | "
               "SetPid answered, "
               "median | first picture, median and range | goal |\n| --- | --- | --- | --- | --- |\n";
-    for (const int renderer : {1, 0}) {
-        for (const Stream& stream : kStreams) {
-            const std::string row =
-                Row(session, words[1], words[2], stream, renderer, count > 4 ? std::atoi(words[4]) : 17);
-            std::puts(row.c_str());
-            std::fflush(stdout);
-            report << row << "\n" << std::flush;
+    const auto tell = [&](const std::string& row) {
+        std::puts(row.c_str());
+        std::fflush(stdout);
+        report << row << "\n" << std::flush;
+    };
+    const int changes = count > 4 ? std::atoi(words[4]) : 17;
+    for (const Stream& stream : kStreams) {
+        for (const int renderer : {1, 0}) {
+            tell(Row(session, words[1], words[2], stream, renderer, changes));
+        }
+        for (const KeyPlayer& player : KeyPlayers()) {
+            tell(OtherRow(player, words[2], stream, std::min(changes, 7)));
         }
     }
     return report ? 0 : 1;

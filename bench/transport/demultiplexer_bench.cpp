@@ -1,7 +1,12 @@
 // How fast the demultiplexer goes through a stream of one programme, both streams selected, over a plain copy
-// of as many bytes in the same run.
+// of as many bytes in the same run. With a file and its PIDs it goes through that once and says nothing, for
+// bench/transport/peers, which times it as a process.
+//
+// usage: demultiplexer_bench [FILE VIDEO-PID AUDIO-PID]
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 
 #include "bench/osd/rounds.h"
 #include "tests/transport/ts_builder.h"
@@ -43,9 +48,27 @@ int Run() {
     return counter.bytes > 0 ? 0 : 1;
 }
 
+int ReadThrough(const char* path, Pid video, Pid audio) {
+    Counter counter;
+    StreamDemultiplexer demultiplexer(counter);
+    demultiplexer.AddStream(video, StreamKind::kElementary);
+    demultiplexer.AddStream(audio, StreamKind::kElementary);
+    std::ifstream file(path, std::ios::binary);
+    Bytes chunk(65'536);
+    while (file.read(reinterpret_cast<char*>(chunk.data()), static_cast<std::streamsize>(chunk.size())) ||
+           file.gcount() > 0) {
+        demultiplexer.Feed(ByteSpan(chunk).first(static_cast<std::size_t>(file.gcount())));
+    }
+    return counter.bytes > 0 ? 0 : 1;
+}
+
 } // namespace
 } // namespace vistrame
 
-int main() {
+int main(int count, char** words) {
+    if (count == 4) {
+        return vistrame::ReadThrough(words[1], static_cast<vistrame::Pid>(std::atoi(words[2])),
+                                     static_cast<vistrame::Pid>(std::atoi(words[3])));
+    }
     return vistrame::Run();
 }

@@ -133,11 +133,12 @@ void StreamPin::ShowKept(Pid pid) const {
     if (FAILED(decoder.As(&sink))) {
         return;
     }
-    if (const auto last = FindLastPicture(KeptStreamOfProcess().Take(), pid, coding_)) {
-        // Without it the screen stays as it is until the next such picture.
-        (void)sink->ShowStill(last->data.data(), static_cast<ULONG>(last->first),
-                              static_cast<ULONG>(last->data.size()));
-    }
+    const auto last = FindLastPicture(KeptStreamOfProcess().Take(), pid, coding_);
+    // Without it the screen stays as it is until the next such picture.
+    const HRESULT shown = last ? sink->ShowStill(last->data.data(), static_cast<ULONG>(last->first),
+                                                 static_cast<ULONG>(last->data.size()))
+                               : S_FALSE;
+    Trace(*this, ": kept picture of ", last ? last->data.size() : 0, " bytes, result ", HexOf(shown));
 }
 
 bool StreamPin::CanBeginWith(const StreamUnit& unit) const {

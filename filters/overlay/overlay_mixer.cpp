@@ -1,6 +1,7 @@
 #include "filters/overlay/overlay_mixer.h"
 
 #include <array>
+#include <chrono>
 
 #include "filters/base/guarded.h"
 #include "filters/decoders/picture_output.h"
@@ -13,6 +14,11 @@ namespace {
 // What the renderer is given for each picture that is painted past it: even numbers, and no more than that.
 constexpr int kStandInWidth = 64;
 constexpr int kStandInHeight = 36;
+
+// The last picture is painted again after as long without a new one: not seen as a gap, and no load.
+constexpr std::chrono::milliseconds kRepaint{100};
+constexpr std::chrono::milliseconds kRepaintAtFirst{20};
+constexpr std::chrono::milliseconds kSettling{500};
 
 MediaType StandInType() {
     return MakePictureType(*FindPixelLayout(MEDIASUBTYPE_RGB32), kStandInWidth, kStandInHeight, Aspect{},
@@ -195,13 +201,41 @@ HRESULT OverlayMixer::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
 }
 
 HRESULT OverlayMixer::Starting() {
-    window_ = nullptr;
+    HWND window = nullptr; // null: nothing is painted
     const ComPtr<IPin> renderer = output_->Peer();
     if (const ComPtr<IOverlay> owner = paints_ ? WindowOwner(renderer.Get()) : nullptr) {
-        (void)owner->GetWindowHandle(&window_); // null: nothing is painted
+        (void)owner->GetWindowHandle(&window);
         HideOwnPictures(renderer.Get());
     }
+    painter_.Begin(window);
+    if (window != nullptr) {
+        painting_ = true;
+        painterThread_.Start([this] { KeepPainted(); });
+    }
     return S_OK;
+}
+
+void OverlayMixer::Stopped() {
+    {
+        const std::lock_guard lock(endLock_);
+        painting_ = false;
+    }
+    ended_.notify_all();
+    painterThread_.Join();
+}
+
+// The worker: often at first, since the window is shown, and so erased, about when the first picture comes.
+void OverlayMixer::KeepPainted() {
+    const auto begun = std::chrono::steady_clock::now();
+    std::unique_lock lock(endLock_);
+    while (painting_) {
+        const bool settled = std::chrono::steady_clock::now() - begun > kSettling;
+        if (!ended_.wait_for(lock, settled ? kRepaint : kRepaintAtFirst, [this] { return !painting_; })) {
+            lock.unlock();
+            painter_.Repaint(settled ? kRepaint : kRepaintAtFirst);
+            lock.lock();
+        }
+    }
 }
 
 // The renderer takes the stand-in when the picture is due. While paused it keeps it until the graph runs on,
@@ -210,7 +244,7 @@ HRESULT OverlayMixer::Paint(IMediaSample* sample) {
     BYTE* pixels = nullptr;
     const auto type = ReadPictureType(input_->Type());
     if (type && SUCCEEDED(sample->GetPointer(&pixels))) {
-        painter_.Prepare(window_, *type, pixels, sample->GetSize());
+        painter_.Prepare(*type, pixels, sample->GetSize());
     }
     if (State() == State_Paused) {
         painter_.Show();

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <condition_variable>
+#include <mutex>
+
 #include "filters/base/base_filter.h"
 #include "filters/base/input_pin.h"
 #include "filters/base/output_pin.h"
+#include "filters/base/worker_thread.h"
 #include "filters/overlay/window_painter.h"
 
 namespace vistrame {
@@ -14,7 +18,8 @@ namespace vistrame {
 // asked for while connecting): pictures come in YUV at their own size, whatever that is and becomes, and are
 // scaled and converted once, to the window's size. The renderer keeps the time: for each picture it gets a
 // small black one of the same times, whose place in its window is outside of it, and when it has taken that,
-// the picture is due. So pausing, flushing and stopping are the renderer's too.
+// the picture is due. So pausing, flushing and stopping are the renderer's too. The renderer's thread erases its
+// window when that is shown or uncovered; a worker here paints the last picture again while no new one comes.
 //
 // The graph's default renderer is one that mixes itself, so this filter refuses that and brings the one with
 // a window along into the graph it joins; whoever renders the output finds it there, without the 0.1 s that a
@@ -39,9 +44,11 @@ private:
     class MixerInput;
     class MixerOutput;
 
-    ~OverlayMixer() override = default;
+    ~OverlayMixer() override { (void)Stop(); }
 
     HRESULT Starting() override;
+    void Stopped() override;
+    void KeepPainted();
     HRESULT AgreeDownstream(const MediaType& type);
     HRESULT Paint(IMediaSample* sample);
     ComPtr<IMemInputPin> RendererInput() const;
@@ -49,8 +56,11 @@ private:
     MixerInput* input_;
     MixerOutput* output_;
     bool paints_ = false;   // connecting, or while there is none
-    HWND window_ = nullptr; // the renderer's, while active and paints_
-    WindowPainter painter_; // stream lock
+    WindowPainter painter_; // its window is the renderer's, while active and paints_
+    std::mutex endLock_;    // guards what follows
+    std::condition_variable ended_;
+    bool painting_ = false;
+    WorkerThread painterThread_;
 };
 
 } // namespace vistrame

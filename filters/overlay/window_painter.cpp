@@ -1,6 +1,7 @@
 #include "filters/overlay/window_painter.h"
 
 #include <algorithm>
+#include <utility>
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -28,11 +29,18 @@ Picture PictureIn(const PictureType& type, const std::uint8_t* pixels) {
 
 } // namespace
 
-void WindowPainter::Prepare(HWND window, const PictureType& type, const std::uint8_t* pixels, long bytes) {
+void WindowPainter::Begin(HWND window) {
+    const std::lock_guard lock(lock_);
     window_ = window;
-    ready_.reset();
+    next_.picture.reset();
+    shown_.picture.reset();
+}
+
+void WindowPainter::Prepare(const PictureType& type, const std::uint8_t* pixels, long bytes) {
+    const std::lock_guard lock(lock_);
+    next_.picture.reset();
     RECT client{};
-    if (bytes < type.Bytes() || GetClientRect(window, &client) == FALSE || client.right <= 0 ||
+    if (bytes < type.Bytes() || GetClientRect(window_, &client) == FALSE || client.right <= 0 ||
         client.bottom <= 0) {
         return;
     }
@@ -41,28 +49,53 @@ void WindowPainter::Prepare(HWND window, const PictureType& type, const std::uin
     target.width = target.stride = client.right;
     target.height = target.lines = client.bottom;
     target.aspect = type.aspect;
-    pixels_.resize(static_cast<std::size_t>(target.Bytes()));
-    if (writer_.Write(PictureIn(type, pixels), target, PictureWriter::Fit::kFill, pixels_.data(),
+    next_.pixels.resize(static_cast<std::size_t>(target.Bytes()));
+    if (writer_.Write(PictureIn(type, pixels), target, PictureWriter::Fit::kFill, next_.pixels.data(),
                       target.Bytes())) {
-        ready_ = target;
+        next_.picture = target;
     }
 }
 
 void WindowPainter::Show() {
-    auto* const dc = ready_ ? GetDC(window_) : nullptr;
+    const std::lock_guard lock(lock_);
+    if (next_.picture) {
+        std::swap(next_, shown_);
+        next_.picture.reset();
+        Paint();
+    }
+}
+
+void WindowPainter::Repaint(std::chrono::milliseconds age) {
+    const std::lock_guard lock(lock_);
+    if (std::chrono::steady_clock::now() - painted_ >= age) {
+        Paint();
+    }
+}
+
+void WindowPainter::Paint() {
+    RECT client{};
+    auto* const dc = shown_.picture && GetClientRect(window_, &client) != FALSE ? GetDC(window_) : nullptr;
     if (dc == nullptr) {
         return;
     }
+    painted_ = std::chrono::steady_clock::now();
+    const PictureBuffer& picture = *shown_.picture;
     BITMAPINFO format{};
     format.bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
-    format.bmiHeader.biWidth = ready_->stride;
-    format.bmiHeader.biHeight = -ready_->lines; // from the top line on
+    format.bmiHeader.biWidth = picture.stride;
+    format.bmiHeader.biHeight = -picture.lines; // from the top line on
     format.bmiHeader.biPlanes = 1;
-    format.bmiHeader.biBitCount = static_cast<WORD>(ready_->pixels.bits);
+    format.bmiHeader.biBitCount = static_cast<WORD>(picture.pixels.bits);
     format.bmiHeader.biCompression = BI_RGB;
-    (void)SetDIBitsToDevice(dc, 0, 0, static_cast<DWORD>(ready_->width), static_cast<DWORD>(ready_->height),
-                            0, 0, 0, static_cast<UINT>(ready_->lines), pixels_.data(), &format,
-                            DIB_RGB_COLORS);
+    if (client.right == picture.width && client.bottom == picture.height) {
+        (void)SetDIBitsToDevice(dc, 0, 0, static_cast<DWORD>(picture.width),
+                                static_cast<DWORD>(picture.height), 0, 0, 0, static_cast<UINT>(picture.lines),
+                                shown_.pixels.data(), &format, DIB_RGB_COLORS);
+    } else {
+        (void)SetStretchBltMode(dc, COLORONCOLOR);
+        (void)StretchDIBits(dc, 0, 0, client.right, client.bottom, 0, 0, picture.width, picture.height,
+                            shown_.pixels.data(), &format, DIB_RGB_COLORS, SRCCOPY);
+    }
     (void)ReleaseDC(window_, dc);
 }
 

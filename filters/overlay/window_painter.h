@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -13,22 +15,38 @@ namespace vistrame {
 // Paints pictures over the whole of a window, which may be another thread's: scaled once, from the decoder's
 // own layout to the window's size.
 //
+// Nobody asks for a picture again when the window has been erased, uncovered or given another size: that is the
+// window's own thread's matter, which knows nothing of them. So whoever has no new picture for it repaints the
+// last one from time to time.
+//
 // Units      pixels.
-// Threads    one at a time.
-// Ownership  borrows the window, which may be gone at any time, and the pixels for the call; keeps one
-//            picture of the window's size.
+// Threads    any; Prepare and Show from one at a time.
+// Ownership  borrows the window, which may be gone at any time, and the pixels for the call; keeps two
+//            pictures of the window's size.
 // Errors     what cannot be written is not painted.
 class WindowPainter {
 public:
+    // What was painted in another window is not painted any more.
+    void Begin(HWND window);
     // Makes a picture ready for the window as it is now. The pixels are a whole buffer as `type` lays it out.
-    void Prepare(HWND window, const PictureType& type, const std::uint8_t* pixels, long bytes);
+    void Prepare(const PictureType& type, const std::uint8_t* pixels, long bytes);
     // Puts what is ready on the screen.
     void Show();
+    // The last one again, when it was painted `age` ago or earlier.
+    void Repaint(std::chrono::milliseconds age);
 
 private:
+    struct Ready {
+        std::optional<PictureBuffer> picture; // how the pixels lie
+        std::vector<std::uint8_t> pixels;
+    };
+    void Paint();
+
+    std::mutex lock_; // guards what follows
     HWND window_ = nullptr;
-    std::optional<PictureBuffer> ready_; // how `pixels_` lie
-    std::vector<std::uint8_t> pixels_;
+    Ready next_;
+    Ready shown_;
+    std::chrono::steady_clock::time_point painted_;
     PictureWriter writer_;
 };
 

@@ -64,7 +64,7 @@ bool ShowsColumns(HWND window) {
 
 // As the player builds it: the graph finds a renderer with a window by itself, which gets the pictures at
 // their own size from the decoder, whatever the window's size is and becomes, and keeps the last one while
-// paused.
+// paused, whatever happens to the window.
 TEST(OverlayMixer, PaintsTheWindowOfTheSystemsRenderer) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
     TestGraph graph;
@@ -102,6 +102,12 @@ TEST(OverlayMixer, PaintsTheWindowOfTheSystemsRenderer) {
     EXPECT_TRUE(playUntilShown());
     graph.Pause();
     EXPECT_TRUE(ShowsColumns(window));
+    // Nothing new comes, and the window's own thread erases it.
+    EXPECT_HRESULT_SUCCEEDED(placed->SetWindowPosition(20, 20, 400, 300));
+    const HDC dc = GetDC(window);
+    EXPECT_TRUE(PatBlt(dc, 0, 0, 400, 300, BLACKNESS));
+    (void)ReleaseDC(window, dc);
+    EXPECT_TRUE(WaitUntil([&] { return ShowsColumns(window); }));
     graph.Stop();
 }
 
