@@ -54,20 +54,15 @@ std::vector<KeyPlayer> KeyPlayers() {
     const std::string live =
         "ffmpeg -v quiet -nostdin -re -stream_loop -1 -i \"$1\" -map 0 -c copy -f mpegts - | ";
     return {
-        {"VLC",
-         live + "unshare --map-user=1000 vlc -I dummy --no-video-title-show --no-video-deco --no-osd "
-                "--avcodec-hw=none --vout=xcb_x11 --video-x=0 --video-y=0 --zoom=0.25 "
-                "--key-program-sid-next=x -",
-         "x"},
         {"mpv",
          live + "mpv --no-config --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border --no-osc "
                 "--osd-level=0 -",
-         "underscore"},
+         "x"},
         {"mpv, low latency",
          live +
              "mpv --no-config --profile=low-latency --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border "
-             "--no-osc --osd-level=0 -",
-         "underscore"},
+             "--no-osc --osd-level=0 --input-conf=<(echo x cycle-values vid 2 1) -",
+         "x"},
         {"ffplay",
          live + "SDL_RENDER_DRIVER=software ffplay -loglevel quiet -noborder -left 0 -top 0 -x 480 -y 270 -",
          "c"},
@@ -76,6 +71,9 @@ std::vector<KeyPlayer> KeyPlayers() {
 
 std::vector<double> ChangesByKey(const KeyPlayer& player, const std::string& stream, int changes) {
     const ScreenWatch screen(ScreenWatch::Place{0, 0}, kWidth, kHeight);
+    for (const double begin = Now(); Shown(screen) >= 0 && Now() - begin < kPatience;) {
+        Sleep(0.1); // until the player before is off the screen
+    }
     const Command command(player.command, stream);
     // Without a window manager the keys go to the window below the pointer.
     const std::string press = "xdotool mousemove 240 200 key " + player.key;

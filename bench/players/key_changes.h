@@ -13,6 +13,7 @@ struct KeyPlayer {
     std::string key; // the next programme, or its video, as xdotool has it
 };
 
+// VLC is not among them: it takes its key for the next programme and goes on as before.
 std::vector<KeyPlayer> KeyPlayers();
 
 // `stream`: of make-streams, with programmes of the colours 1 and 2, sent at its own pace. Milliseconds of each
