@@ -1,6 +1,7 @@
-# vistrame_add_version(TARGET FILE_NAME DESCRIPTION): puts the project's version, and what the file is, into a program or
-# DLL as Windows shows them.
+# vistrame_add_version(TARGET FILE_NAME DESCRIPTION [ICON file] [MANIFEST file]): puts the project's version, what the
+# file is, its icon and what it asks of Windows into a program or DLL.
 function(vistrame_add_version target file_name description)
+  cmake_parse_arguments(arg "" "ICON;MANIFEST" "" ${ARGN})
   get_target_property(type ${target} TYPE)
   set(file_type VFT_DLL)
   if(type STREQUAL EXECUTABLE)
@@ -8,9 +9,21 @@ function(vistrame_add_version target file_name description)
   endif()
   get_filename_component(internal_name ${file_name} NAME_WE)
   set(resource ${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc)
+  set(icon "")
+  set(manifest "")
+  if(arg_ICON)
+    set(icon "1 ICON \"${CMAKE_CURRENT_SOURCE_DIR}/${arg_ICON}\"")
+  endif()
+  if(arg_MANIFEST)
+    # 24 is RT_MANIFEST, 1 the place that a program's own has.
+    set(manifest "1 24 \"${CMAKE_CURRENT_SOURCE_DIR}/${arg_MANIFEST}\"")
+  endif()
   configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${resource} @ONLY)
   add_library(${target}_version OBJECT ${resource})
   # The folder's options are the C++ compiler's; the resource compiler knows none of them.
   set_target_properties(${target}_version PROPERTIES COMPILE_OPTIONS "")
+  foreach(part ${arg_ICON} ${arg_MANIFEST})
+    set_property(SOURCE ${resource} APPEND PROPERTY OBJECT_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${part})
+  endforeach()
   target_link_libraries(${target} PRIVATE ${target}_version)
 endfunction()

@@ -60,8 +60,8 @@ def colour_at(x, y, size):
     return mix(bar, HALO, 0.28 * max(0.0, (y - 0.30) / 0.5))
 
 
-def draw(size):
-    """Rows of (red, green, blue, alpha), top row first."""
+def draw(size, colour_at):
+    """Rows of (red, green, blue, alpha), top row first. colour_at tells a point's colour, or None outside."""
     step = 1 / (size * SAMPLES)
     rows = []
     for row in range(size):
@@ -93,15 +93,17 @@ def bitmap(rows):
     return struct.pack("<IiiHHIIiiII", 40, size, 2 * size, 1, 32, 0, len(colours), 0, 0, 0, 0) + colours + mask
 
 
-def main():
-    images = [png(draw(s)) if s >= 128 else bitmap(draw(s)) for s in SIZES]
+def write_icon(path, colour_at):
+    drawn = [draw(s, colour_at) for s in SIZES]
+    images = [png(d) if s >= 128 else bitmap(d) for s, d in zip(SIZES, drawn)]
     out = struct.pack("<HHH", 0, 1, len(SIZES))
     offset = 6 + 16 * len(SIZES)
     for size, image in zip(SIZES, images):
         out += struct.pack("<BBBBHHII", size % 256, size % 256, 0, 0, 1, 32, len(image), offset)
         offset += len(image)
-    with open(sys.argv[1], "wb") as icon:
+    with open(path, "wb") as icon:
         icon.write(out + b"".join(images))
 
 
-main()
+if __name__ == "__main__":
+    write_icon(sys.argv[1], colour_at)

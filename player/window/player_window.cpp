@@ -17,7 +17,7 @@ constexpr int kWidth = 720; // client area: a standard-definition picture with s
 constexpr int kHeight = 576;
 
 constexpr char kAboutText[] =
-    "Vistrame 1.6\n"
+    "Vistrame " VISTRAME_VERSION "\n"
     "External Directshow TV decoder for the Kestrovane MPEG2/DVB TS analyzer\n"
     "Copyright (c) 2026 Korvix. All rights reserved.";
 
