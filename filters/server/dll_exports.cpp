@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 #include <windows.h>
 #include <olectl.h>
@@ -22,6 +23,16 @@ std::wstring ModulePath() {
     std::array<wchar_t, 32768> path{}; // longest path of the platform
     const DWORD length = GetModuleFileNameW(moduleHandle, path.data(), static_cast<DWORD>(path.size()));
     return length < path.size() ? std::wstring(path.data(), length) : std::wstring();
+}
+
+HRESULT Register(Scope scope) {
+    const std::wstring path = ModulePath();
+    return path.empty() ? SELFREG_E_CLASS : RegisterClasses(Classes(), path, scope);
+}
+
+// As regsvr32 wants to know it.
+HRESULT SelfRegistered(HRESULT result) {
+    return FAILED(result) ? SELFREG_E_CLASS : S_OK;
 }
 
 } // namespace
@@ -51,15 +62,38 @@ HRESULT STDAPICALLTYPE DllCanUnloadNow() {
     return ModuleUse::None() ? S_OK : S_FALSE;
 }
 
+// For everybody, or for the current user where he may not do that.
 HRESULT STDAPICALLTYPE DllRegisterServer() {
-    return Guarded([&] {
-        const std::wstring path = ModulePath();
-        return path.empty() || FAILED(RegisterClasses(Classes(), path)) ? SELFREG_E_CLASS : S_OK;
+    return Guarded([] {
+        const HRESULT result = Register(Scope::Everybody);
+        if (result == E_ACCESSDENIED) {
+            return SelfRegistered(Register(Scope::CurrentUser));
+        }
+        if (SUCCEEDED(result)) {
+            // An older one of his own would come before it.
+            (void)UnregisterClasses(Classes(), Scope::CurrentUser);
+        }
+        return SelfRegistered(result);
     });
 }
 
 HRESULT STDAPICALLTYPE DllUnregisterServer() {
-    return Guarded([] { return FAILED(UnregisterClasses(Classes())) ? SELFREG_E_CLASS : S_OK; });
+    return Guarded([] {
+        const HRESULT own = UnregisterClasses(Classes(), Scope::CurrentUser);
+        const HRESULT everybodys = UnregisterClasses(Classes(), Scope::Everybody);
+        return SelfRegistered(FAILED(own) ? own : everybodys);
+    });
+}
+
+// "regsvr32 /n /i:user vistrame.ax", with /u to take it back: for the current user, whatever he might do.
+HRESULT STDAPICALLTYPE DllInstall(BOOL install, LPCWSTR whom) {
+    return Guarded([&] {
+        if (whom == nullptr || whom != std::wstring_view(L"user")) {
+            return E_INVALIDARG;
+        }
+        return SelfRegistered(install != FALSE ? Register(Scope::CurrentUser)
+                                               : UnregisterClasses(Classes(), Scope::CurrentUser));
+    });
 }
 
 } // extern "C"
