@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build test live play format format-check tidy bench fuzz soak clean
+.PHONY: help setup build package test live play format format-check tidy bench fuzz soak clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -21,6 +21,9 @@ live: ## measure what happens to live streams on the built player (ten minutes)
 build: ## build the product: build/mingw32
 	@tools/setup play
 	@tools/build mingw32
+
+package: ## zip and installer for Windows: build/package
+	@tools/package
 
 setup: ## packages, Wine and libraries, and nothing else
 	@tools/setup
