@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build package test live play format format-check tidy bench fuzz soak clean
+.PHONY: help setup build package test live play format format-check docs-check tidy bench fuzz soak clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -35,6 +35,9 @@ format: ## lay every source out as .clang-format says
 format-check: ## is every source laid out as .clang-format says?
 	@tools/setup check
 	@tools/format-check
+
+docs-check: ## do the documents say what is there?
+	@tools/docs-check
 
 tidy: ## clang-tidy over the product's sources
 	@tools/setup
