@@ -1,5 +1,5 @@
-# vistrame_add_version(TARGET FILE_NAME DESCRIPTION [ICON file] [MANIFEST file]): puts the project's version, what the
-# file is, its icon and what it asks of Windows into a program or DLL.
+# vistrame_add_version(TARGET FILE_NAME DESCRIPTION [ICON file] [MANIFEST file]): puts the project's version,
+# what the file is, its icon and what it asks of Windows into a program or DLL.
 function(vistrame_add_version target file_name description)
   cmake_parse_arguments(arg "" "ICON;MANIFEST" "" ${ARGN})
   get_target_property(type ${target} TYPE)

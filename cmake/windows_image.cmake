@@ -1,11 +1,11 @@
 # How every Windows image of this repository is linked: nothing but the system's DLLs, relocatable and
-# non-executable data, and 4 GB of address space where the system grants it, since each rebuilt graph keeps an 8 MB
-# surface for the life of the process.
-# Without the last definition this compiler's std::recursive_mutex is never destroyed: each that two threads ever wanted
-# at the same time would keep an event until the process ends, some of them for every graph.
+# non-executable data, and 4 GB of address space where the system grants it, since each rebuilt graph keeps an
+# 8 MB surface for the life of the process. Without the last definition this compiler's std::recursive_mutex
+# is never destroyed: each that two threads ever wanted at the same time would keep an event until the process
+# ends, some of them for every graph.
 
-# The oldest Windows the images load on, as its version number: 7. The headers offer nothing newer, and a system that is
-# older says so instead of looking for functions that it lacks.
+# The oldest Windows the images load on, as its version number: 7. The headers offer nothing newer, and a
+# system that is older says so instead of looking for functions that it lacks.
 set(VISTRAME_WINDOWS_MAJOR 6)
 set(VISTRAME_WINDOWS_MINOR 1)
 set(winver 0x0${VISTRAME_WINDOWS_MAJOR}0${VISTRAME_WINDOWS_MINOR})

@@ -1,5 +1,5 @@
-// Message boxes of this thread, read and closed instead of shown: the player's code reports a graph that cannot be built
-// in one, and here nobody may be there to press its button.
+// Message boxes of this thread, read and closed instead of shown: the player's code reports a graph that
+// cannot be built in one, and here nobody may be there to press its button.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// Builds the graph that the player would build, in this process and with the player's own code, feeds it a file, and
-// prints what it looks like while it plays.
+// Builds the graph that the player would build, in this process and with the player's own code, feeds it a
+// file, and prints what it looks like while it plays.
 #include <cstdio>
 #include <fstream>
 

@@ -18,8 +18,8 @@ struct Options {
     std::string dot;           // file for Graphviz; empty: none
 };
 
-// Nothing when the command line is wrong. A setting of the player (--set NAME=NUMBER) is put into its variable at once,
-// over what the registry says, and nowhere else.
+// Nothing when the command line is wrong. A setting of the player (--set NAME=NUMBER) is put into its
+// variable at once, over what the registry says, and nowhere else.
 std::optional<Options> ParseOptions(int count, char** words);
 
 const char* Usage();

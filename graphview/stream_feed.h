@@ -1,5 +1,5 @@
-// A transport-stream file, delivered to the player's graph at the pace of its PCR, as the player's own reader delivers
-// what comes from the pipe.
+// A transport-stream file, delivered to the player's graph at the pace of its PCR, as the player's own reader
+// delivers what comes from the pipe.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,5 @@
-// A class's entry in the category of filters that the filter mapper, and with it automatic choice, looks through.
+// A class's entry in the category of filters that the filter mapper, and with it automatic choice, looks
+// through.
 #pragma once
 
 #include "filters/server/class_keys.h"

@@ -16,10 +16,10 @@ namespace {
 constexpr int kWidth = 720; // client area: a standard-definition picture with square pixels
 constexpr int kHeight = 576;
 
-constexpr char kAboutText[] =
-    "Vistrame " VISTRAME_VERSION "\n"
-    "External Directshow TV decoder for the Kestrovane MPEG2/DVB TS analyzer\n"
-    "Copyright (c) 2026 Korvix. All rights reserved.";
+constexpr char kAboutText[] = "Vistrame " VISTRAME_VERSION
+                              "\n"
+                              "External Directshow TV decoder for the Kestrovane MPEG2/DVB TS analyzer\n"
+                              "Copyright (c) 2026 Korvix. All rights reserved.";
 
 PlayerWindow playerWindow;
 

@@ -117,8 +117,8 @@ private:
 };
 
 // Every class stands where it has to and can be made; rows with pins stand in the filter mapper's category,
-// the makers' filters have none and must not be found by automatic choice. Wine's COM and its mapper look only
-// at what is registered for everybody; should that change, this fails.
+// the makers' filters have none and must not be found by automatic choice. Wine's COM and its mapper look
+// only at what is registered for everybody; should that change, this fails.
 void ExpectRegisteredIn(HKEY scope) {
     const bool everybody = scope == HKEY_LOCAL_MACHINE;
     for (const ClassRow& row : Classes()) {

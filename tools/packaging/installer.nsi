@@ -1,8 +1,8 @@
-; The installer: the files of the package for the user who starts it, under his own folder and in his own part of the
-; registry. It never asks for an administrator. What it defines comes from tools/package.
+; The installer: the files of the package for the user who starts it, under his own folder and in his own part
+; of the registry. It never asks for an administrator. What it defines comes from tools/package.
 ;
-; /S: without windows. Exit code 0: done, 1: ended by the user, 2: not done; then nothing was changed but for a failure to
-; write, which leaves what was written to the next try.
+; /S: without windows. Exit code 0: done, 1: ended by the user, 2: not done; then nothing was changed but for
+; a failure to write, which leaves what was written to the next try.
 
 !define UNINSTALL "Software\Microsoft\Windows\CurrentVersion\Uninstall\Vistrame"
 !define SETTINGS "Software\Korvix\QVRA\Config"
@@ -40,8 +40,8 @@ VIAddVersionKey FileVersion "${VERSION}"
 VIAddVersionKey ProductVersion "${VERSION}"
 VIAddVersionKey LegalCopyright "Copyright (c) 2026 Korvix. All rights reserved."
 
-; A file that a program has loaded cannot be opened for writing. Replacing one program of the three while another runs
-; would leave two versions working together, so nothing is touched until all can be.
+; A file that a program has loaded cannot be opened for writing. Replacing one program of the three while
+; another runs would leave two versions working together, so nothing is touched until all can be.
 !macro NothingRuns un
 Function ${un}NothingRuns
     again:
@@ -71,8 +71,9 @@ FunctionEnd
 !insertmacro NothingRuns ""
 !insertmacro NothingRuns un.
 
-; For this user, unless he may do it for everybody: then he runs elevated, and so may what he starts, which leaves a user's
-; own classes out. $SYSDIR has the regsvr32 of this program's own width, which is the filters' too.
+; For this user, unless he may do it for everybody: then he runs elevated, and so may what he starts, which
+; leaves a user's own classes out. $SYSDIR has the regsvr32 of this program's own width, which is the filters'
+; too.
 !macro Register options
     ExecWait '"$SYSDIR\regsvr32.exe" /s ${options} "$INSTDIR\vistrame.ax"' $0
 !macroend
@@ -114,7 +115,8 @@ Section
     WriteRegDWORD HKCU "${UNINSTALL}" NoModify 1
 SectionEnd
 
-; Only what was installed, and folders only when they are empty: a user may have put files of his own beside it.
+; Only what was installed, and folders only when they are empty: a user may have put files of his own beside
+; it.
 Section Uninstall
     SetShellVarContext current
     Call un.NothingRuns
