@@ -16,6 +16,7 @@ constexpr double kWatched = 5.5;      // seconds of each row, from the first pic
 constexpr double kLipSync = 0.080;    // |sound - picture| at most
 constexpr double kLipSyncAfter = 1.0; // seconds from the first picture on that may be needed for it
 constexpr double kHold = 0.5;         // a picture may stand that long on a machine that does other things too
+constexpr int kLost = 5;              // of some 110 pictures, likewise; a road that loses some loses ten
 
 // What codings look and sound like is known by make-streams.
 struct Row {
@@ -67,6 +68,7 @@ struct Result {
     double lipSyncMiddle = 0, lipSyncWorst = 0;
     std::size_t lipSyncs = 0;
     double hold = 0;
+    int lost = 0;
     double hertz = 0;
 };
 
@@ -85,7 +87,8 @@ void CheckPicture(const Row& row, const ProgrammeRun& run, double begin, double 
         result.wrong += " colour";
     }
     result.hold = LongestHold(run, begin + kLipSyncAfter, end);
-    if (result.hold > kHold) {
+    result.lost = PicturesLost(run, begin + kLipSyncAfter, end);
+    if (result.hold > kHold || result.lost > kLost) {
         result.wrong += " motion";
     }
 }
@@ -159,7 +162,7 @@ Result Play(const Row& row, const Paths& where, SoundWatch& sound) {
 bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
     std::puts(
         "video   audio   demux    renderer clock | first picture, over  sound after | lip sync  worst of | "
-        "held |    tone");
+        "held lost |    tone");
     bool right = true;
     for (const Row& row : kRows) {
         if (only != 0 && &row != &kRows.at((only - 1) % kRows.size())) {
@@ -171,12 +174,13 @@ bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
             return result.wrong;
         });
         std::printf(
-            "%-7s %-7s %-8s %-8s %5d | %10.0f ms %4.0f ms %8.0f ms | %5.0f ms %3.0f ms %2zu | %4.0f | %4.0f "
+            "%-7s %-7s %-8s %-8s %5d | %10.0f ms %4.0f ms %8.0f ms | %5.0f ms %3.0f ms %2zu | %4.0f %4d | "
+            "%4.0f "
             "Hz  %s%s\n",
             kVideoNames[row.video], kAudioNames[row.audio], row.korvix != 0 ? "Korvix" : "platform",
             row.vmr9 != 0 ? "VMR9" : "overlay", row.clock, result.firstPicture * 1000,
             result.overRandomAccess * 1000, result.soundAfterPicture * 1000, result.lipSyncMiddle * 1000,
-            result.lipSyncWorst * 1000, result.lipSyncs, result.hold * 1000, result.hertz,
+            result.lipSyncWorst * 1000, result.lipSyncs, result.hold * 1000, result.lost, result.hertz,
             result.wrong.empty() ? "ok" : "WRONG:", result.wrong.c_str());
         std::fflush(stdout);
         right = right && result.wrong.empty();

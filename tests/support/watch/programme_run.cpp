@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <future>
 #include <iterator>
 
@@ -208,6 +209,16 @@ double LongestHold(const ProgrammeRun& run, double begin, double end) {
         }
     }
     return std::max(longest, end - since);
+}
+
+int PicturesLost(const ProgrammeRun& run, double begin, double end) {
+    std::set<int> seen;
+    for (const auto& [time, look] : run.screen) {
+        if (look.number != -1 && time >= begin && time <= end) {
+            seen.insert(look.number);
+        }
+    }
+    return seen.empty() ? 0 : *seen.rbegin() - *seen.begin() + 1 - static_cast<int>(seen.size());
 }
 
 double Value(const std::string& text, const std::string& key) {

@@ -71,6 +71,8 @@ std::vector<LipSync> LipSyncs(const ProgrammeRun& run, double begin, double end)
 
 // The longest time in which the picture's number did not change, within.
 double LongestHold(const ProgrammeRun& run, double begin, double end);
+// Numbers between the first and the last one seen within that were never seen.
+int PicturesLost(const ProgrammeRun& run, double begin, double end);
 
 // The number behind `key` in a log line; -1 when there is none.
 double Value(const std::string& text, const std::string& key);
