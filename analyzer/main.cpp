@@ -9,6 +9,7 @@
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
 #include "analyzer/session/player_settings.h"
+#include "analyzer/ui/ask_for_file.h"
 #include "analyzer/ui/console.h"
 #include "analyzer/ui/main_window.h"
 #include "contract/system_dlls.h"

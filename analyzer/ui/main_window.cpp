@@ -1,13 +1,10 @@
 #include "analyzer/ui/main_window.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include <commdlg.h>
-
-#include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
+#include "analyzer/ui/ask_for_file.h"
 
 namespace vistrame {
 
@@ -22,8 +19,7 @@ constexpr UINT kTickMsec = 250;
 
 constexpr int kGap = 10;
 constexpr int kLeftWidth = 290;
-constexpr int kButtonWidth = 98;
-constexpr int kButtonHeight = 30;
+constexpr int kOpenWidth = 98;
 constexpr int kStatusHeight = 20;
 // Where the player opens its window; SD television.
 constexpr int kAreaWidth = 720;
@@ -33,19 +29,6 @@ constexpr DWORD kFramed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
 // draws into its window: the picture would be shifted by the frame's size.
 constexpr DWORD kFrameless = WS_POPUP | WS_CLIPCHILDREN;
 
-struct Button {
-    const wchar_t* text;
-    CommandCode command;
-};
-constexpr std::array kButtons{
-    Button{L"Run", CommandCode::Run},
-    Button{L"Stop", CommandCode::Stop},
-    Button{L"Pause", CommandCode::Pause},
-    Button{L"Discontinuity", CommandCode::SendDisc},
-    Button{L"Unmute", CommandCode::UnmuteAudio},
-    Button{L"Quit player", CommandCode::Quit},
-};
-
 HFONT MessageFont() {
     NONCLIENTMETRICSW metrics{};
     metrics.cbSize = sizeof metrics;
@@ -54,20 +37,12 @@ HFONT MessageFont() {
     return CreateFontIndirectW(&metrics.lfMessageFont);
 }
 
-std::string ClockText(std::uint64_t pcr) {
-    const std::uint64_t msec = pcr / (kPcrPerSecond / 1000);
-    const auto part = [](std::uint64_t value) { return static_cast<unsigned>(value); };
-    return Format("%02u:%02u:%02u.%03u", part(msec / 3'600'000), part(msec / 60'000 % 60),
-                  part(msec / 1000 % 60), part(msec % 1000));
-}
-
 } // namespace
 
 MainWindow::MainWindow(const StreamFile& file, const Options& options, EventLog& log)
     : file_(file),
       options_(options),
       log_(log),
-      controlMessage_(RegisterWindowMessageA(kControlMessageName)),
       font_(MessageFont()),
       style_(options.WindowMode() || options.stayOpen ? kFramed : kFrameless) {}
 
@@ -88,40 +63,27 @@ LRESULT CALLBACK MainWindow::Thunk(HWND window, UINT message, WPARAM w, LPARAM l
     return self != nullptr ? self->OnMessage(message, w, l) : DefWindowProcW(window, message, w, l);
 }
 
-LRESULT CALLBACK MainWindow::AreaThunk(HWND window, UINT message, WPARAM w, LPARAM l) {
-    if (message == WM_NCCREATE) {
-        auto* self = static_cast<MainWindow*>(reinterpret_cast<CREATESTRUCTW*>(l)->lpCreateParams);
-        self->area_ = window;
-        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
-    }
-    auto* self = reinterpret_cast<MainWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    return self != nullptr ? self->OnAreaMessage(message, w, l) : DefWindowProcW(window, message, w, l);
-}
-
 bool MainWindow::Create() {
     HINSTANCE instance = GetModuleHandleW(nullptr);
-    const auto own = [instance](WNDPROC procedure, HBRUSH back, const wchar_t* name) {
-        WNDCLASSEXW kind{};
-        kind.cbSize = sizeof kind;
-        kind.lpfnWndProc = procedure;
-        kind.hInstance = instance;
-        kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-        kind.hIcon = LoadIconA(nullptr, IDI_APPLICATION);
-        kind.hbrBackground = back;
-        kind.lpszClassName = name;
-        (void)RegisterClassExW(&kind); // stays registered when another file is opened
-    };
-    own(Thunk, reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1), L"VistrameAnalyzer");
-    own(AreaThunk, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)), L"VistrameAnalyzerArea");
+    WNDCLASSEXW kind{};
+    kind.cbSize = sizeof kind;
+    kind.lpfnWndProc = Thunk;
+    kind.hInstance = instance;
+    kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
+    kind.hIcon = LoadIconA(nullptr, IDI_APPLICATION);
+    kind.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+    kind.lpszClassName = L"VistrameAnalyzer";
+    (void)RegisterClassExW(&kind); // stays registered when another file is opened
     const std::wstring title = FilePath(file_.Path()).filename().wstring() + L" - Vistrame analyzer";
     if (CreateWindowExW(0, L"VistrameAnalyzer", title.c_str(), style_, CW_USEDEFAULT, CW_USEDEFAULT, 800, 600,
-                        nullptr, nullptr, instance, this) == nullptr) {
+                        nullptr, nullptr, instance, this) == nullptr ||
+        !area_.Create(window_)) {
         return false;
     }
     CreateControls();
     SizeArea(kAreaWidth, kAreaHeight);
     (void)ShowWindow(window_, SW_SHOWNORMAL); // answers whether it was shown before
-    return area_ != nullptr && SetTimer(window_, kTick, kTickMsec, nullptr) != 0;
+    return SetTimer(window_, kTick, kTickMsec, nullptr) != 0;
 }
 
 void MainWindow::CreateControls() {
@@ -133,11 +95,8 @@ void MainWindow::CreateControls() {
     };
     list_.Create(window_, kListId, font_, file_);
     settings_.Create(window_, kSettingsId, font_);
-    (void)child(L"VistrameAnalyzerArea", L"", WS_CLIPCHILDREN, 0); // stores its handle itself
     (void)child(L"BUTTON", L"Open...", WS_TABSTOP, kOpenId);
-    for (std::size_t i = 0; i < kButtons.size(); ++i) {
-        (void)child(L"BUTTON", kButtons[i].text, WS_TABSTOP, kFirstButtonId + static_cast<int>(i));
-    }
+    commands_.Create(window_, kFirstButtonId, font_);
     status_ = child(L"STATIC", L"", SS_ENDELLIPSIS | SS_NOPREFIX | SS_CENTERIMAGE, 0);
 }
 
@@ -149,18 +108,15 @@ void MainWindow::Layout() {
     const auto place = [](HWND window, int x, int y, int width, int height) {
         (void)MoveWindow(window, x, y, std::max(width, 0), std::max(height, 0), FALSE); // a lost move shows
     };
-    const int bottom = client.bottom - kStatusHeight - kButtonHeight - 3 * kGap;
+    const int bottom = client.bottom - kStatusHeight - CommandBar::Height() - 3 * kGap;
     const int settingsTop = bottom - SettingsPanel::Height();
     place(list_.Window(), kGap, kGap, kLeftWidth, settingsTop - 2 * kGap);
     settings_.Place(kGap, settingsTop, kLeftWidth);
     const int right = kLeftWidth + 2 * kGap;
-    place(area_, right, kGap, client.right - right - kGap, bottom - kGap);
+    place(area_.Window(), right, kGap, client.right - right - kGap, bottom - kGap);
     const int buttons = bottom + kGap;
-    place(GetDlgItem(window_, kOpenId), kGap, buttons, kButtonWidth, kButtonHeight);
-    for (int i = 0; i < static_cast<int>(kButtons.size()); ++i) {
-        place(GetDlgItem(window_, kFirstButtonId + i), right + i * (kButtonWidth + kGap), buttons,
-              kButtonWidth, kButtonHeight);
-    }
+    place(GetDlgItem(window_, kOpenId), kGap, buttons, kOpenWidth, CommandBar::Height());
+    commands_.Place(right, buttons);
     place(status_, kGap, client.bottom - kStatusHeight - kGap, client.right - 2 * kGap, kStatusHeight);
     Redraw();
     redrawAgain_ = true;
@@ -172,19 +128,10 @@ void MainWindow::Redraw() const {
 }
 
 void MainWindow::SizeArea(int width, int height) {
-    RECT outer{0, 0, width + kLeftWidth + 3 * kGap, height + kButtonHeight + kStatusHeight + 4 * kGap};
+    RECT outer{0, 0, width + kLeftWidth + 3 * kGap, height + CommandBar::Height() + kStatusHeight + 4 * kGap};
     (void)AdjustWindowRect(&outer, style_, FALSE); // at worst the frame eats from the area
     (void)SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
                        SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-// The player's window belongs to another process: it is notified, and not waited for.
-void MainWindow::FitPlayer() const {
-    RECT client{};
-    if (session_ && session_->PlayerWindow() != nullptr && GetClientRect(area_, &client)) {
-        (void)SetWindowPos(session_->PlayerWindow(), nullptr, 0, 0, client.right, client.bottom,
-                           SWP_NOZORDER | SWP_NOACTIVATE | SWP_ASYNCWINDOWPOS);
-    }
 }
 
 void MainWindow::OnCommand(int id, int notification) {
@@ -196,10 +143,8 @@ void MainWindow::OnCommand(int id, int notification) {
         StoreSettings();
     } else if (id == kOpenId) {
         OpenOther();
-    } else if (id >= kFirstButtonId && id < kFirstButtonId + static_cast<int>(kButtons.size())) {
-        const CommandCode command = kButtons[static_cast<std::size_t>(id - kFirstButtonId)].command;
-        session_->Post(command == CommandCode::Quit ? Action(QuitAction())
-                                                    : CommandAction{static_cast<std::uint32_t>(command), 0});
+    } else if (const auto action = commands_.ActionOf(id)) {
+        session_->Post(*action);
     }
 }
 
@@ -242,34 +187,13 @@ void MainWindow::OnTick() {
     if (session_->PlayerWindow() == nullptr && ownBoxes_ == 0) {
         (void)EnableWindow(window_, TRUE); // answers what it was before
     }
+    area_.SetPlayer(session_->PlayerWindow());
     const Session::Status status = session_->Read();
     list_.Show(status.selection ? std::optional(status.selection->programme) : std::nullopt);
-    ShowStatus(status);
+    (void)SetWindowTextW(status_, Widen(statusLine_.Text(status, file_.Seconds())).c_str()); // only shown
     if (const auto notice = session_->TakeNotice()) {
         Tell(*notice, L"Vistrame analyzer");
     }
-}
-
-void MainWindow::ShowStatus(const Session::Status& status) {
-    const double now = EventLog::Now();
-    if (now - sentAt_ > 950) { // about a second, so that the rate can be read
-        bitsPerSecond_ =
-            static_cast<double>(status.counts.sent - sentBefore_) * kPacketSize * 8e3 / (now - sentAt_);
-        sentBefore_ = status.counts.sent;
-        sentAt_ = now;
-    }
-    std::string text =
-        Format("%.2f Mbit/s      PCR %s      %.1f of %.1f s      %llu packets sent", bitsPerSecond_ / 1e6,
-               status.pcr ? ClockText(*status.pcr).c_str() : "--", status.fileSeconds, file_.Seconds(),
-               static_cast<unsigned long long>(status.counts.sent));
-    if (status.counts.lost + status.counts.damaged > 0) {
-        text += Format(", %llu lost, %llu damaged", static_cast<unsigned long long>(status.counts.lost),
-                       static_cast<unsigned long long>(status.counts.damaged));
-    }
-    if (!status.last.empty()) {
-        text += "      " + status.last;
-    }
-    (void)SetWindowTextW(status_, Widen(text).c_str()); // only shown
 }
 
 void MainWindow::OnEnded() {
@@ -316,27 +240,19 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
     }
 }
 
-LRESULT MainWindow::OnAreaMessage(UINT message, WPARAM w, LPARAM l) {
-    if (message == controlMessage_ && w == 0) {
-        if (session_) {
-            session_->OnAnnounced(reinterpret_cast<HWND>(l));
-            FitPlayer();
-        }
-        return 0;
+void MainWindow::OnAnnounced(HWND player) {
+    if (session_) {
+        session_->OnAnnounced(player);
+        area_.SetPlayer(player);
     }
-    if (message == WM_SIZE) {
-        FitPlayer();
-        return 0;
-    }
-    return DefWindowProcW(area_, message, w, l);
 }
 
 Outcome MainWindow::Run(Script script) {
     if (!Create()) {
         return {ExitCode::kUsage, "the window cannot be made: " + ErrorText(GetLastError())};
     }
-    session_ =
-        std::make_unique<Session>(file_, options_, std::move(script), log_, Session::Windows{window_, area_});
+    session_ = std::make_unique<Session>(file_, options_, std::move(script), log_,
+                                         Session::Windows{window_, area_.Window()});
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (!IsDialogMessageW(window_, &message)) {
@@ -346,18 +262,6 @@ Outcome MainWindow::Run(Script script) {
     }
     session_.reset();
     return result_;
-}
-
-std::string AskForFile(HWND owner) {
-    wchar_t path[1024] = L"";
-    OPENFILENAMEW ask{};
-    ask.lStructSize = sizeof ask;
-    ask.hwndOwner = owner;
-    ask.lpstrFilter = L"Transport streams\0*.ts;*.m2ts;*.mts;*.trp;*.mpg\0All files\0*.*\0";
-    ask.lpstrFile = path;
-    ask.nMaxFile = 1024;
-    ask.Flags = OFN_FILEMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
-    return GetOpenFileNameW(&ask) ? Narrow(path) : std::string();
 }
 
 } // namespace vistrame

@@ -5,8 +5,11 @@
 #include <windows.h>
 
 #include "analyzer/session/session.h"
+#include "analyzer/ui/command_bar.h"
+#include "analyzer/ui/player_area.h"
 #include "analyzer/ui/programme_list.h"
 #include "analyzer/ui/settings_panel.h"
+#include "analyzer/ui/status_line.h"
 
 namespace vistrame {
 
@@ -33,9 +36,7 @@ public:
 
 private:
     static LRESULT CALLBACK Thunk(HWND window, UINT message, WPARAM w, LPARAM l);
-    static LRESULT CALLBACK AreaThunk(HWND window, UINT message, WPARAM w, LPARAM l);
     LRESULT OnMessage(UINT message, WPARAM w, LPARAM l);
-    LRESULT OnAreaMessage(UINT message, WPARAM w, LPARAM l);
 
     bool Create();
     void CreateControls();
@@ -45,8 +46,7 @@ private:
     void OnTick();
     void OnEnded();
     void SizeArea(int width, int height);
-    void FitPlayer() const;
-    void ShowStatus(const Session::Status& status);
+    void OnAnnounced(HWND player);
     void StoreSettings();
     void OpenOther();
     void Tell(const std::string& text, const wchar_t* title);
@@ -54,28 +54,21 @@ private:
     const StreamFile& file_;
     const Options& options_;
     EventLog& log_;
-    const UINT controlMessage_;
     HFONT font_;
     const DWORD style_; // of the window; no frame when only a script looks at it
     HWND window_ = nullptr;
-    HWND area_ = nullptr;
     HWND status_ = nullptr;
+    PlayerArea area_{[this](HWND player) { OnAnnounced(player); }};
     ProgrammeList list_;
     SettingsPanel settings_;
+    CommandBar commands_;
+    StatusLine statusLine_;
     std::unique_ptr<Session> session_;
     ReportFacts facts_;
     Outcome result_;
     std::string nextFile_;
     int ownBoxes_ = 0;         // open now; each keeps this window disabled
     bool redrawAgain_ = false; // at the next tick
-
-    // For the bit rate shown: the mean of about a second.
-    std::uint64_t sentBefore_ = 0;
-    double sentAt_ = 0;
-    double bitsPerSecond_ = 0;
 };
-
-// Asks for a transport-stream file; empty when the user gives up.
-std::string AskForFile(HWND owner);
 
 } // namespace vistrame
