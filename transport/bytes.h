@@ -13,7 +13,8 @@ using ByteSpan = std::span<const std::uint8_t>;
 
 inline constexpr std::size_t kPidCount = 0x2000;
 inline constexpr Pid kPatPid = 0x0000;
-inline constexpr Pid kSdtPid = 0x0011; // shared with the bouquet table, which has another table id
+inline constexpr Pid kPsipPid = 0x1FFB; // ATSC tables, the channel table among them
+inline constexpr Pid kSdtPid = 0x0011;  // shared with the bouquet table, which has another table id
 
 // Big-endian fields, as every table and header of a transport stream has them. The caller checks the bounds.
 constexpr std::uint16_t ReadBig16(ByteSpan bytes, std::size_t at) {

@@ -19,19 +19,23 @@ void ProgrammeTable::Collection<Section>::Add(const Section& section) {
 
 ProgrammeTable::ProgrammeTable()
     : patAssembler_([this](ByteSpan section) { OnPat(section); }),
-      sdtAssembler_([this](ByteSpan section) { OnSdt(section); }) {
+      sdtAssembler_([this](ByteSpan section) { OnSdt(section); }),
+      vctAssembler_([this](ByteSpan section) { OnVct(section); }) {
     Reset();
 }
 
 void ProgrammeTable::Reset() {
     patAssembler_.Reset();
     sdtAssembler_.Reset();
+    vctAssembler_.Reset();
     pmtAssemblers_.clear();
     wanted_.reset();
     wanted_.set(kPatPid);
     wanted_.set(kSdtPid);
+    wanted_.set(kPsipPid);
     pat_ = {};
     services_ = {};
+    channels_ = {};
     programmes_.clear();
     patSeen_ = false;
 }
@@ -43,6 +47,8 @@ bool ProgrammeTable::Push(const PacketView& packet) {
         patAssembler_.Push(packet);
     } else if (pid == kSdtPid) {
         sdtAssembler_.Push(packet);
+    } else if (pid == kPsipPid) {
+        vctAssembler_.Push(packet);
     } else if (const auto pmt = pmtAssemblers_.find(pid); pmt != pmtAssemblers_.end() && pmt->second) {
         pmt->second->Push(packet);
     }
@@ -61,8 +67,8 @@ void ProgrammeTable::OnPat(ByteSpan section) {
     std::map<std::uint16_t, Pid> pmtPids;
     for (const auto& [number, part] : pat_.Sections()) {
         for (const PatSection::Entry& entry : part.entries) {
-            if (entry.pmtPid != kPatPid && entry.pmtPid != kSdtPid && entry.pmtPid != kNullPid &&
-                pmtPids.size() < kMaxProgrammes) {
+            if (entry.pmtPid != kPatPid && entry.pmtPid != kSdtPid && entry.pmtPid != kPsipPid &&
+                entry.pmtPid != kNullPid && pmtPids.size() < kMaxProgrammes) {
                 pmtPids.emplace(entry.programme, entry.pmtPid);
             }
         }
@@ -142,6 +148,22 @@ void ProgrammeTable::OnSdt(ByteSpan section) {
     const bool complete = services_.Complete();
     services_.Add(*parsed);
     changed_ = changed_ || services_.Complete() != complete;
+    AdoptNames();
+}
+
+void ProgrammeTable::OnVct(ByteSpan section) {
+    const auto parsed = ParseVct(section);
+    std::size_t channels = 0;
+    for (const auto& [number, part] : channels_.Sections()) {
+        channels += part.channels.size();
+    }
+    if (parsed && channels < kMaxServices) {
+        channels_.Add(*parsed);
+        AdoptNames();
+    }
+}
+
+void ProgrammeTable::AdoptNames() {
     for (Programme& programme : programmes_) {
         std::string name = NameOf(programme.number);
         if (!name.empty() && name != programme.name) {
@@ -156,6 +178,12 @@ std::string ProgrammeTable::NameOf(std::uint16_t programme) const {
         const auto service = std::ranges::find(part.services, programme, &SdtSection::Service::programme);
         if (service != part.services.end()) {
             return service->name;
+        }
+    }
+    for (const auto& [number, part] : channels_.Sections()) {
+        const auto channel = std::ranges::find(part.channels, programme, &SdtSection::Service::programme);
+        if (channel != part.channels.end()) {
+            return channel->name;
         }
     }
     return {};

@@ -13,11 +13,13 @@ namespace vistrame {
 
 struct Programme {
     std::uint16_t number = 0;
-    std::string name; // of the service table, UTF-8; empty when it says none
+    std::string name; // of the service table, otherwise the channel table; UTF-8, empty when neither says one
     Pid pmtPid = kNullPid;
     Pid pcrPid = kNullPid; // kNullPid: none, or the PMT is not in yet
     std::vector<ElementaryStream> streams;
     bool mapped = false; // the PMT is in
+
+    bool operator==(const Programme&) const = default;
 };
 
 // The programmes of a stream, kept up to date from its packets.
@@ -76,15 +78,19 @@ private:
     void OnPat(ByteSpan section);
     void OnPmt(Pid pid, ByteSpan section);
     void OnSdt(ByteSpan section);
+    void OnVct(ByteSpan section);
+    void AdoptNames();
     void AdoptProgrammes(const std::map<std::uint16_t, Pid>& pmtPids);
     std::string NameOf(std::uint16_t programme) const;
 
     SectionAssembler patAssembler_;
     SectionAssembler sdtAssembler_;
+    SectionAssembler vctAssembler_;
     std::map<Pid, std::unique_ptr<SectionAssembler>> pmtAssemblers_;
     std::bitset<kPidCount> wanted_;
     Collection<PatSection> pat_;
     Collection<SdtSection> services_;
+    Collection<VctSection> channels_;
     std::vector<Programme> programmes_;
     bool patSeen_ = false;
     bool changed_ = false;

@@ -33,7 +33,8 @@ struct ElementaryStream {
     Pid pid = kNullPid;
     std::uint8_t streamType = 0;
     Coding coding = Coding::kOther;
-    std::string language; // three letters of ISO 639-2 as transmitted, or empty
+    std::string language;          // three letters of ISO 639-2 as transmitted, or empty
+    bool audioDescription = false; // the sound tells what the picture shows, for those who do not see it
 
     bool operator==(const ElementaryStream&) const = default;
 };
@@ -53,9 +54,16 @@ struct SdtSection {
     std::vector<Service> services;
 };
 
+// ATSC virtual channels, terrestrial or cable.
+struct VctSection {
+    SectionHeader header;
+    std::vector<SdtSection::Service> channels; // "7.1 NAME"; those without a programme here are left out
+};
+
 std::optional<PatSection> ParsePat(ByteSpan section);
 std::optional<PmtSection> ParsePmt(ByteSpan section);
 // The actual transport stream's only.
 std::optional<SdtSection> ParseSdt(ByteSpan section);
+std::optional<VctSection> ParseVct(ByteSpan section);
 
 } // namespace vistrame

@@ -8,6 +8,7 @@
 #include "transport/clock.h"
 #include "transport/dual_mono.h"
 #include "transport/pes_assembler.h"
+#include "transport/picture_shape.h"
 #include "transport/service_text.h"
 
 namespace vistrame {
@@ -151,6 +152,37 @@ TEST(ServiceText, BecomesUtf8) {
     };
     for (const Row& row : rows) {
         EXPECT_EQ(DecodeServiceText(Bytes(row.text.begin(), row.text.end())), row.utf8) << row.name;
+    }
+}
+
+// Headers as encoders wrote them, and cut short.
+TEST(PictureShape, OfEachCoding) {
+    const Bytes h264{0,    0,    1, 0x67, 0x64, 0, 0x1E, 0xAC, 0xD9, 0x40, 0xB4, 0x12, 0x6F, 0xFC, 0x01, 0, 0,
+                     0xB4, 0x40, 0, 0,    3,    0, 0x40, 0,    0,    0x0C, 0x83, 0xC5, 0x8B, 0x65, 0x80};
+    const Bytes interlaced{0,    0, 1, 0x67, 0x64, 0,    0x28, 0xAC, 0xD9, 0x40, 0x78, 0x04, 0x4F, 0xDE, 0x02,
+                           0x20, 0, 0, 3,    0,    0x20, 0,    0,    6,    0x43, 0xE2, 0xC5, 0xB2, 0xC0};
+    const Bytes hevc{0, 0, 1, 0x42, 1,    1, 2,    0x20, 0,    0,    3,    0,    0x90, 0,    0,    3,   0,
+                     0, 3, 0, 0x78, 0xA0, 3, 0xC0, 0x80, 0x10, 0xE4, 0xD9, 0x65, 0x66, 0x92, 0x4C, 0xAF};
+    const Bytes mpeg2{0xFF, 0, 0, 1, 0xB3, 0x2D, 2, 0x40, 0x33, 0xFF};
+    struct Row {
+        Coding coding;
+        const Bytes& header;
+        PictureShape shape;
+    };
+    const Row rows[] = {
+        {Coding::kH264, h264, {720, 576, 16.0 / 9}},
+        {Coding::kH264, interlaced, {1920, 1080, 16.0 / 9}},
+        {Coding::kHevc, hevc, {1920, 1080, 16.0 / 9}},
+        {Coding::kMpeg2Video, mpeg2, {720, 576, 16.0 / 9}},
+    };
+    for (const Row& row : rows) {
+        const auto found = FindPictureShape(row.coding, row.header);
+        ASSERT_TRUE(found.has_value()) << CodingName(row.coding);
+        EXPECT_EQ(found->width, row.shape.width);
+        EXPECT_EQ(found->height, row.shape.height);
+        EXPECT_NEAR(found->aspect, row.shape.aspect, 0.001);
+        EXPECT_FALSE(FindPictureShape(Coding::kMpegAudio, row.header).has_value());
+        EXPECT_FALSE(FindPictureShape(row.coding, ByteSpan(row.header).first(8)).has_value());
     }
 }
 

@@ -19,7 +19,8 @@ std::string Describe(const ProgrammeTable& table) {
              << programme.pcrPid << ":";
         for (const ElementaryStream& stream : programme.streams) {
             text << ' ' << stream.pid << ' ' << CodingName(stream.coding)
-                 << (stream.language.empty() ? "" : " ") << stream.language << ';';
+                 << (stream.language.empty() ? "" : " ") << stream.language
+                 << (stream.audioDescription ? " described" : "") << ';';
         }
         text << '\n';
     }
@@ -37,9 +38,9 @@ TEST(ProgrammeScanner, FindsProgrammesInAStream) {
     EXPECT_FALSE(scanner.Complete());
     builder.packets.clear();
     std::vector<TsBuilder::Stream> streams{
-        {0x11, 0x03, {0x0A, 4, 'e', 'n', 'g', 0}},
+        {0x11, 0x03, {0x0A, 4, 'e', 'n', 'g', 3}},
         {0x12, 0x06, {0x0A, 4, 'd', 'e', 'u', 0, 0x7A, 1, 0}},
-        {0x13, 0x06, {0x05, 4, 'A', 'C', '-', '3'}},
+        {0x13, 0x06, {0x05, 4, 'A', 'C', '-', '3', 0x7F, 2, 6, 0x84}},
         {0x14, 0x06, {0x05, 4, 'E', 'A', 'C', '3'}},
         {0x15, 0x06, {0x05, 4, 'E', 'A', 'C', '3', 0x6A, 1, 0}}, // the descriptor counts more
         {0x16, 0x06, {0x6A, 9, 0}},                              // does not fit
@@ -54,7 +55,8 @@ TEST(ProgrammeScanner, FindsProgrammesInAStream) {
     EXPECT_TRUE(scanner.Complete());
     EXPECT_EQ(
         Describe(scanner.Table()),
-        "1 'First' pmt 100 pcr 101: 11 MPEG audio eng; 12 E-AC-3 deu; 13 AC-3; 14 E-AC-3; 15 AC-3; 16 other; "
+        "1 'First' pmt 100 pcr 101: 11 MPEG audio eng described; 12 E-AC-3 deu; 13 AC-3 described; 14 "
+        "E-AC-3; 15 AC-3; 16 other; "
         "17 other; 101 MPEG-1 video; 102 MPEG-2 video; 124 HEVC; 104 MPEG audio; 10f AAC ADTS; 111 AAC LATM; "
         "181 AC-3; "
         "187 E-AC-3;\n"
@@ -78,6 +80,8 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
     const Bytes pmt = MakeTable(2, 1, {0xE1, 0x11, 0xF0, 0, 0x1B, 0xE1, 0x11, 0xF0, 0});
     Bytes patBoth = MakeTable(0, 1, {0, 5, 0xE5, 0x00}, 1, 1, 0xC3);
     std::ranges::copy(MakeTable(0, 1, {0, 1, 0xE1, 0x00}, 0, 1, 0xC3), std::back_inserter(patBoth));
+    Bytes channel{0, 1, 0, 'T', 0, 'V', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x1C, 0x02, 4, 0, 0, 0, 0, 0, 1};
+    channel.insert(channel.end(), {0, 1, 0x0D, 0xC2, 0, 9, 0xFC, 0});
     const Row rows[] = {
         {"PMT with other PIDs", 0x100, pmt, after},
         {"PMT with a wrong CRC", 0x100, pmt, before, 17, 0x04}, // in the stream type
@@ -88,6 +92,8 @@ TEST(ProgrammeTable, FollowsChangesAndIgnoresDamage) {
          before + "2 '' pmt 200 pcr 1fff:\n"},
         {"programme moved", 0, MakeTable(0, 1, {0, 1, 0xE3, 0}), "1 '' pmt 300 pcr 1fff:\n"},
         {"programme gone", 0, MakeTable(0, 1, {}), ""},
+        {"ATSC channel", 0x1FFB, MakeTable(0xC8, 1, channel),
+         "1 '7.2 TV' pmt 100 pcr 101: 101 MPEG-2 video;\n"},
         {"PAT in two sections", 0, patBoth, before + "5 '' pmt 500 pcr 1fff:\n"},
     };
     for (const Row& row : rows) {
