@@ -81,6 +81,8 @@ constexpr std::array kOptions{
     OptionRow{"--list-fields", "", "the same for programs: a line per programme, fields between tabs",
               TakeListFields},
     OptionRow{"--play", "N", "choose programme N at once", TakePlay},
+    OptionRow{"--audio-language", "CODE", "of several audios the one in this language (deu, eng, ...)",
+              TakeText<&Options::audioLanguage>},
     OptionRow{"--script", "FILE", "carry out the commands of FILE, then end", TakeText<&Options::script>},
     OptionRow{"--stay-open", "", "keep the window when the script has ended",
               TakeFlag<&Options::stayOpen, true>},

@@ -17,6 +17,7 @@ struct Options {
     std::string log;
     std::string report;
     std::string player;
+    std::string audioLanguage; // ISO 639, as the stream says it
     std::string stream;
     std::vector<SettingChange> settings;
     int clockSource = 0;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "analyzer/base/text.h"
+#include "analyzer/measure/programme_state.h"
 #include "analyzer/session/player_box.h"
 
 namespace vistrame {
@@ -25,7 +26,15 @@ Session::Session(const StreamFile& file, const Options& options, Script script, 
       windows_(windows),
       player_(log),
       watch_(windows.area),
-      pump_(file, options.loop, options.seed, options.clockPpm, [this] { player_.SendDiscontinuity(); }),
+      pump_(file,
+            {.loop = options.loop,
+             .seed = options.seed,
+             .clockPpm = options.clockPpm,
+             .waitsForPlayer = !options.WindowMode()},
+            {.announceSeam = [this] { player_.SendDiscontinuity(); },
+             .sent = [this](auto packets) { monitor_.Push(packets, EventLog::Now()); },
+             .broken = [this] { monitor_.Break(); }}),
+      language_(options.audioLanguage),
       thread_([this] { Run(); }) {}
 
 Session::~Session() {
@@ -163,6 +172,10 @@ Outcome Session::WaitUntil(double msec) {
         if (Outcome unasked = CheckPlayer(); !unasked.Ok()) {
             return unasked;
         }
+        if (Outcome followed = FollowTables(); !followed.Ok()) {
+            return followed;
+        }
+        NoteState();
         std::optional<Action> wish;
         {
             std::unique_lock hold(lock_);
@@ -190,6 +203,70 @@ Outcome Session::WaitUntil(double msec) {
 Outcome Session::CheckPlayer() {
     const auto exitCode = playerThere_ ? player_.WaitExit(0) : std::nullopt;
     return exitCode ? PlayerEnded(*exitCode, "by itself") : Outcome();
+}
+
+std::optional<Programme> Session::FindProgramme(std::uint16_t number) {
+    auto programme = monitor_.Mapped(number);
+    if (const Programme* const known = programme ? nullptr : file_.Find(number)) {
+        programme = *known; // not sent yet, or not any more
+    }
+    return programme;
+}
+
+Outcome Session::FollowTables() {
+    const std::uint64_t revision = monitor_.Revision();
+    std::optional<Selection> selection;
+    {
+        const std::scoped_lock hold(lock_);
+        selection = selection_;
+    }
+    if (!playerThere_ || !selection || std::exchange(followed_, revision) == revision) {
+        return {};
+    }
+    const auto programme = monitor_.Mapped(selection->programme);
+    if (!programme) {
+        return {}; // nothing that could be played instead
+    }
+    // The chosen audio as long as it is there, otherwise one in its language.
+    const auto same = SelectStreams(*programme, selection->audioPid);
+    const auto wanted = same ? same : SelectStreams(*programme, std::nullopt, language_);
+    if (!wanted || *wanted == *selection) {
+        return {};
+    }
+    log_.Line(Format("tables programme %u changed", programme->number));
+    PlayAction again{.programme = programme->number, .audioPid = {}};
+    if (wanted->audioPid != kNullPid) {
+        again.audioPid = wanted->audioPid;
+    }
+    return Execute(again);
+}
+
+// The state of the programme that plays, into the log when it changes.
+void Session::NoteState() {
+    constexpr double kStateMsec = 200;
+    const double now = EventLog::Now();
+    if (now - stateAt_ < kStateMsec) {
+        return;
+    }
+    stateAt_ = now;
+    std::optional<Selection> selection;
+    {
+        const std::scoped_lock hold(lock_);
+        selection = selection_;
+    }
+    const MultiplexReading reading = selection ? monitor_.Read(now) : MultiplexReading();
+    if (!reading.tables) {
+        return;
+    }
+    const auto found = std::ranges::find_if(reading.programmes, [&](const ProgrammeReading& each) {
+        return each.programme.number == selection->programme;
+    });
+    std::string state = found != reading.programmes.end() ? ProgrammeState(*found) : "gone";
+    state = state.substr(0, state.find(" for ")); // how long is not another state
+    if (state != state_) {
+        log_.Line(Format("state programme %u ", selection->programme) + (state.empty() ? "good" : state));
+        state_ = state;
+    }
 }
 
 void Session::NotePicture() {

@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 
+#include "analyzer/measure/multiplex_monitor.h"
 #include "analyzer/session/options.h"
 #include "analyzer/session/picture_watch.h"
 #include "analyzer/session/player_process.h"
@@ -58,6 +59,9 @@ public:
 
     HWND PlayerWindow() const { return player_.Window(); }
     Status Read();
+    // What is sent, measured now.
+    MultiplexReading Measure() { return monitor_.Read(EventLog::Now()); }
+    void SetLoop(bool loop) { pump_.SetLoop(loop); }
     std::optional<std::string> TakeNotice();
     const Outcome& Result() const { return result_; }
     ReportFacts Facts();
@@ -70,6 +74,10 @@ private:
     // answer.
     Outcome WaitUntil(double msec);
     Outcome CheckPlayer();
+    // The tables may say otherwise now than when the programme was chosen.
+    Outcome FollowTables();
+    void NoteState();
+    std::optional<Programme> FindProgramme(std::uint16_t number);
     void NotePicture();
     bool Ending();
     void Note(std::string last);
@@ -108,6 +116,7 @@ private:
     const Windows windows_;
     PlayerProcess player_;
     PictureWatch watch_;
+    MultiplexMonitor monitor_;
     StreamPump pump_;
 
     // Session's thread only.
@@ -115,6 +124,10 @@ private:
     std::uint32_t playersStarted_ = 0;
     Pid mappedAudio_ = kNullPid; // what the player mapped last
     double selectedAt_ = 0;
+    std::uint64_t followed_ = 0; // revision of the tables
+    std::string language_;       // of the audio that the user chose
+    double stateAt_ = 0;         // when the state was looked at
+    std::string state_;          // last logged
     bool scriptEnded_ = false;
     Outcome result_;
 

@@ -1,5 +1,7 @@
 #include "analyzer/session/session.h"
 
+#include <algorithm>
+
 #include "analyzer/base/patience.h"
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
@@ -53,15 +55,19 @@ Outcome Session::StartPlayer(const Selection& selection) {
 }
 
 Outcome Session::On(const PlayAction& action) {
-    const Programme* const programme = file_.Find(action.programme);
-    if (programme == nullptr) {
+    const auto programme = FindProgramme(action.programme);
+    if (!programme) {
         return {ExitCode::kProgramme,
                 Format("programme %u does not exist in ", action.programme) + file_.Path()};
     }
-    const auto selection = SelectStreams(*programme, action.audioPid);
+    const auto selection = SelectStreams(*programme, action.audioPid, language_);
     if (!selection) {
         return {ExitCode::kProgramme,
                 Format("programme %u has nothing that the player can play", action.programme)};
+    }
+    if (const auto audio = std::ranges::find(programme->streams, selection->audioPid, &ElementaryStream::pid);
+        action.audioPid && audio != programme->streams.end()) {
+        language_ = audio->language;
     }
     if (playerThere_ && selection_ && !selection_->SamePlayer(*selection)) {
         if (Outcome quit = QuitPlayer(); !quit.Ok()) {

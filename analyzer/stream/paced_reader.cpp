@@ -1,6 +1,7 @@
 #include "analyzer/stream/paced_reader.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "analyzer/base/utf8.h"
 
@@ -16,7 +17,8 @@ constexpr std::size_t kLongest = kPacketSize * 11'155;
 } // namespace
 
 PacedReader::PacedReader(const StreamFile& file)
-    : clockPid_(file.ClockPid()),
+    : source_(file),
+      clockPid_(file.ClockPid()),
       file_(FilePath(file.Path()), std::ios::binary),
       chunk_(kChunk),
       meter_(kPcrPerSecond / file.PacketsPerSecond()) {}
@@ -74,11 +76,12 @@ bool PacedReader::Read(Stretch& stretch) {
     stretch.pcr.reset();
     if (!references_.empty() && references_.front().at == 0) {
         stretch.pcr = references_.front().pcr;
-        if (fileTicks_ == 0) {
-            (void)meter_.OnPcr(*stretch.pcr, 0, true); // the file begins with it; nothing came before
+        if (fresh_) {
+            (void)meter_.OnPcr(*stretch.pcr, 0, true);
         }
         references_.pop_front();
     }
+    fresh_ = false;
     if (!references_.empty()) {
         const Reference& next = references_.front(); // ends this stretch
         const std::int64_t handedOn = meter_.Estimate(sinceReference_);
@@ -108,13 +111,65 @@ void PacedReader::Rewind() {
     meter_.Break();
     sinceReference_ = 0;
     fileTicks_ = 0;
+    fresh_ = true;
+}
+
+void PacedReader::LandAt(std::uint64_t packet) {
+    Rewind();
+    file_.seekg(static_cast<std::streamoff>(packet * source_.Stride()));
+    for (std::size_t read = 0; references_.empty() && read < kLongest && Fill(); read += kChunk) {
+    }
+    const double ticksPerPacket = kPcrPerSecond / source_.PacketsPerSecond();
+    fileTicks_ = std::llround(static_cast<double>(packet) * ticksPerPacket);
+}
+
+std::optional<std::int64_t> PacedReader::LandedTicks() const {
+    if (references_.empty() || !source_.FirstPcr()) {
+        return std::nullopt;
+    }
+    std::int64_t ticks = PcrDifference(references_.front().pcr, *source_.FirstPcr());
+    // The clock wraps every 26.5 hours; the mean rate says which of its rounds this is.
+    ticks += std::llround(static_cast<double>(fileTicks_ - ticks) / kPcrWrap) * kPcrWrap;
+    return ticks - meter_.Estimate(references_.front().at / kPacketSize);
+}
+
+// Lands where the clock says so, or a little before. False: it does not lead there.
+bool PacedReader::FindPlace(std::int64_t ticks) {
+    constexpr int kTries = 6;
+    constexpr std::int64_t kShort = kPcrPerSecond; // that much is read on rather than looked for again
+    double packetsPerTick = source_.PacketsPerSecond() / kPcrPerSecond;
+    const double wanted = static_cast<double>(std::max<std::int64_t>(ticks - kShort / 4, 0));
+    double at = wanted * packetsPerTick;
+    std::optional<std::pair<double, double>> before; // a place that was tried and its time
+    for (int i = 0; i < kTries; ++i) {
+        at = std::clamp(at, 0.0, source_.Seconds() * source_.PacketsPerSecond());
+        LandAt(static_cast<std::uint64_t>(at));
+        const auto landed = LandedTicks();
+        if (!landed) {
+            return false;
+        }
+        if ((*landed <= ticks && *landed > ticks - kShort) || (at < 1 && *landed >= ticks)) {
+            fileTicks_ = std::max<std::int64_t>(*landed, 0);
+            return true;
+        }
+        const auto here = static_cast<double>(*landed);
+        if (before && (at - before->first) * (here - before->second) > 0) {
+            packetsPerTick = (at - before->first) / (here - before->second);
+        }
+        before = {at, here};
+        at += (wanted - here) * packetsPerTick;
+    }
+    return false;
 }
 
 bool PacedReader::Seek(double seconds) {
-    Rewind();
+    const std::int64_t ticks = std::llround(seconds * kPcrPerSecond);
+    if (!FindPlace(ticks)) {
+        LandAt(static_cast<std::uint64_t>(seconds * source_.PacketsPerSecond()));
+    }
     Stretch stretch;
     while (Read(stretch)) {
-        if (static_cast<double>(fileTicks_) / kPcrPerSecond > seconds) {
+        if (fileTicks_ > ticks) {
             found_ = std::move(stretch);
             return true;
         }

@@ -23,7 +23,7 @@ struct Stretch {
 // Reads a file as stretches, each with the time it takes by the PCRs.
 //
 // Threads    none of its own, not thread-safe.
-// Ownership  owns the open file.
+// Ownership  owns the open file; borrows what is known of it for its own life.
 // Errors     a file that cannot be read any more has ended.
 class PacedReader {
 public:
@@ -34,7 +34,8 @@ public:
     // From the file's beginning again.
     void Rewind();
     // The next stretch is the first that ends after this time of the file; false: there is none, and the
-    // reader stands at the end.
+    // reader stands at the end. Reads some megabytes, wherever the place is: it is found by the mean rate and
+    // then by the PCRs there. In a file whose clock jumps in between the mean rate alone has to do.
     bool Seek(double seconds);
 
 private:
@@ -49,8 +50,15 @@ private:
     // everything that is pending, at most kLongest.
     std::size_t FindEnd();
     bool Fill();
+    // The next packets are those behind so many; reads until a PCR is among them, as far as one can be
+    // expected.
+    void LandAt(std::uint64_t packet);
+    // Where the reader has landed, by the first PCR there; nothing when there is none.
+    std::optional<std::int64_t> LandedTicks() const;
+    bool FindPlace(std::int64_t ticks);
     void OnPacket(const PacketView& packet);
 
+    const StreamFile& source_;
     Pid clockPid_;
     std::ifstream file_;
     std::vector<std::uint8_t> chunk_;
@@ -59,6 +67,7 @@ private:
     std::deque<Reference> references_; // PCRs in pending_
     std::uint64_t sinceReference_ = 0; // packets already handed on since the last PCR
     std::int64_t fileTicks_ = 0;       // 27 MHz, where pending_ begins
+    bool fresh_ = true;                // nothing was read before pending_
     std::optional<Stretch> found_;     // by Seek, not handed on yet
     PacketCutter cutter_{[this](const PacketView& packet) { OnPacket(packet); }};
 };

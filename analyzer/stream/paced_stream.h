@@ -32,6 +32,11 @@ public:
     // The file was sent once and is not repeated.
     bool Ended() const { return ended_; }
 
+    void SetLoop(bool loop) {
+        loop_ = loop;
+        ended_ = ended_ && !loop;
+    }
+
     // The stream's time goes on while nothing is sent.
     void Stall() { stalled_ = true; }
     void Resume(ResumeAction kind, std::int64_t now);

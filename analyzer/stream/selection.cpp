@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "analyzer/base/text.h"
 #include "contract/launch_line.h"
@@ -27,27 +28,55 @@ constexpr std::array kAudioTypes{
     TypeRow{Coding::kEac3, kAudioTypeEac3},
 };
 
-// The first stream whose coding is in the table, under the PID that is wanted if one is.
 template <typename Table>
-bool Pick(const Programme& programme, const Table& table, std::optional<Pid> wanted, Pid& pid, int& type) {
-    for (const ElementaryStream& stream : programme.streams) {
-        const auto* const row = std::ranges::find(table, stream.coding, &TypeRow::coding);
-        if (row != table.end() && stream.pid == wanted.value_or(stream.pid)) {
-            pid = stream.pid;
-            type = row->type;
-            return true;
+const TypeRow* Find(const Table& table, Coding coding) {
+    const auto* const row = std::ranges::find(table, coding, &TypeRow::coding);
+    return row != table.end() ? &*row : nullptr;
+}
+
+// Null: none fits.
+const ElementaryStream* PickAudio(const std::vector<ElementaryStream>& audios, std::optional<Pid> pid,
+                                  std::string_view language) {
+    const ElementaryStream* best = nullptr;
+    int bestRank = -1;
+    for (const ElementaryStream& audio : audios) {
+        const bool spoken = !language.empty() && audio.language == language;
+        const int rank = (spoken ? 2 : 0) + (audio.audioDescription ? 0 : 1);
+        if (audio.pid == pid.value_or(audio.pid) && rank > bestRank) {
+            best = &audio;
+            bestRank = rank;
         }
     }
-    return false;
+    return best;
 }
 
 } // namespace
 
-std::optional<Selection> SelectStreams(const Programme& programme, std::optional<Pid> audioPid) {
+std::vector<ElementaryStream> PlayableAudio(const Programme& programme) {
+    std::vector<ElementaryStream> audios;
+    std::ranges::copy_if(programme.streams, std::back_inserter(audios), [](const ElementaryStream& stream) {
+        return Find(kAudioTypes, stream.coding) != nullptr;
+    });
+    return audios;
+}
+
+std::optional<Selection> SelectStreams(const Programme& programme, std::optional<Pid> audioPid,
+                                       std::string_view language) {
     Selection selection{.programme = programme.number};
-    const bool video = Pick(programme, kVideoTypes, std::nullopt, selection.videoPid, selection.videoType);
-    const bool audio = Pick(programme, kAudioTypes, audioPid, selection.audioPid, selection.audioType);
-    if ((!video && !audio) || (!audio && audioPid)) {
+    const auto video = std::ranges::find_if(programme.streams, [](const ElementaryStream& stream) {
+        return Find(kVideoTypes, stream.coding) != nullptr;
+    });
+    if (video != programme.streams.end()) {
+        selection.videoPid = video->pid;
+        selection.videoType = Find(kVideoTypes, video->coding)->type;
+    }
+    const auto audios = PlayableAudio(programme);
+    const ElementaryStream* const audio = PickAudio(audios, audioPid, language);
+    if (audio != nullptr) {
+        selection.audioPid = audio->pid;
+        selection.audioType = Find(kAudioTypes, audio->coding)->type;
+    }
+    if ((video == programme.streams.end() || audioPid) && audio == nullptr) {
         return std::nullopt;
     }
     return selection;
@@ -61,7 +90,8 @@ std::string DescribeStream(const ElementaryStream& stream) {
     } else {
         text += CodingName(stream.coding);
     }
-    return stream.language.empty() ? text : text + " " + stream.language;
+    text += stream.language.empty() ? "" : " " + stream.language;
+    return stream.audioDescription ? text + ", audio description" : text;
 }
 
 std::string ProgrammeTitle(const Programme& programme) {

@@ -1,6 +1,7 @@
 #include "analyzer/stream/stream_file.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <map>
 
@@ -25,8 +26,14 @@ constexpr double kDefaultPacketsPerSecond = 6'000'000.0 / 8 / kPacketSize;
 struct ClockProbe {
     PaceMeter meter{0};
     std::uint64_t lastPacket = 0;
+    std::optional<std::uint64_t> first;
+    std::uint64_t firstPacket = 0;
 
     void OnPcr(std::uint64_t pcr, std::uint64_t packet, bool discontinuity) {
+        if (!first) {
+            first = pcr;
+            firstPacket = packet;
+        }
         (void)meter.OnPcr(pcr, packet - lastPacket, discontinuity); // only the mean is of interest
         lastPacket = packet;
     }
@@ -39,12 +46,19 @@ public:
     void Feed(ByteSpan chunk) { cutter_.Feed(chunk); }
     void Finish() { cutter_.Flush(); }
 
-    const ProgrammeTable& Table() const { return table_; }
+    bool Complete() const { return table_.Complete(); }
+    std::vector<Programme> Programmes() const {
+        std::vector<Programme> programmes;
+        for (const auto& [number, programme] : programmes_) {
+            programmes.push_back(programme);
+        }
+        return programmes;
+    }
     const PacketCutter& Cutter() const { return cutter_; }
 
     // Of the first programme that has a clock, otherwise of any PID that carries one.
     Pid ClockPid() const {
-        for (const Programme& programme : table_.Programmes()) {
+        for (const auto& [number, programme] : programmes_) {
             const auto probe = probes_.find(programme.pcrPid);
             if (probe != probes_.end() && probe->second.Tells()) {
                 return programme.pcrPid;
@@ -59,6 +73,15 @@ public:
         return probe != probes_.end() ? kPcrPerSecond / probe->second.meter.MeanTicksPerPacket()
                                       : kDefaultPacketsPerSecond;
     }
+    std::optional<std::uint64_t> FirstPcr() const {
+        const auto probe = probes_.find(ClockPid());
+        if (probe == probes_.end()) {
+            return std::nullopt;
+        }
+        const double before =
+            static_cast<double>(probe->second.firstPacket) * kPcrPerSecond / PacketsPerSecond();
+        return (*probe->second.first + kPcrWrap - std::llround(before) % kPcrWrap) % kPcrWrap;
+    }
 
 private:
     void OnPacket(const PacketView& packet) {
@@ -66,10 +89,23 @@ private:
             probes_[packet.PacketId()].OnPcr(*pcr, packets_, packet.DiscontinuityIndicator());
         }
         ++packets_;
-        (void)table_.Push(packet); // the whole table is read at the end
+        if (table_.Push(packet)) {
+            KeepFirst();
+        }
+    }
+    void KeepFirst() {
+        for (const Programme& programme : table_.Programmes()) {
+            Programme& kept = programmes_.try_emplace(programme.number, programme).first->second;
+            if (!kept.mapped) {
+                kept = programme;
+            } else if (kept.name.empty()) {
+                kept.name = programme.name; // names come later than maps
+            }
+        }
     }
 
     ProgrammeTable table_;
+    std::map<std::uint16_t, Programme> programmes_;
     std::map<Pid, ClockProbe> probes_;
     std::uint64_t packets_ = 0;
     PacketCutter cutter_{[this](const PacketView& packet) { OnPacket(packet); }};
@@ -87,8 +123,7 @@ Outcome StreamFile::Open(const std::string& path) {
     }
     Scan scan;
     std::vector<std::uint8_t> chunk(kChunk);
-    for (std::uint64_t read = 0; read < (scan.Table().Complete() ? kScanWanted : kScanAtMost);
-         read += kChunk) {
+    for (std::uint64_t read = 0; read < (scan.Complete() ? kScanWanted : kScanAtMost); read += kChunk) {
         file.read(reinterpret_cast<char*>(chunk.data()), static_cast<std::streamsize>(chunk.size()));
         scan.Feed(ByteSpan(chunk).first(static_cast<std::size_t>(file.gcount())));
         if (!file) {
@@ -101,15 +136,16 @@ Outcome StreamFile::Open(const std::string& path) {
     if (cutter.Packets() == 0 || cutter.DroppedBytes() > cutter.Packets() * kPacketSize) {
         return fail("no transport stream");
     }
-    if (scan.Table().Programmes().empty()) {
+    if (scan.Programmes().empty()) {
         return fail("no programme in it (no program association table was found)");
     }
     path_ = path;
-    programmes_ = scan.Table().Programmes();
+    programmes_ = scan.Programmes();
+    firstPcr_ = scan.FirstPcr();
     clockPid_ = scan.ClockPid();
     packetsPerSecond_ = scan.PacketsPerSecond();
-    const auto stride = static_cast<double>(std::max(cutter.Stride(), kPacketSize));
-    seconds_ = static_cast<double>(size) / stride / packetsPerSecond_;
+    stride_ = std::max(cutter.Stride(), kPacketSize);
+    seconds_ = static_cast<double>(size) / static_cast<double>(stride_) / packetsPerSecond_;
     return {};
 }
 

@@ -10,6 +10,9 @@ namespace vistrame {
 
 // What a transport-stream file holds: its programmes and the clock it is paced by, read from its beginning.
 //
+// Of tables that change the first counts: it is what the stream begins with. Programmes that come later are
+// among the others.
+//
 // Units      seconds and packets of kPacketSize, whatever the distance of packets in the file.
 // Threads    none of its own; constant once opened.
 // Errors     Open tells a missing file and one that is no transport stream or holds no programme.
@@ -28,6 +31,11 @@ public:
     double PacketsPerSecond() const { return packetsPerSecond_; }
     // Of the whole file, by its size.
     double Seconds() const { return seconds_; }
+    // Distance of packets in the file.
+    std::size_t Stride() const { return stride_; }
+    // What the clock would have said in front of the first packet, 27 MHz, modulo its wrap; nothing without a
+    // clock.
+    std::optional<std::uint64_t> FirstPcr() const { return firstPcr_; }
 
 private:
     std::string path_;
@@ -35,6 +43,8 @@ private:
     Pid clockPid_ = kNullPid;
     double packetsPerSecond_ = 0;
     double seconds_ = 0;
+    std::size_t stride_ = kPacketSize;
+    std::optional<std::uint64_t> firstPcr_;
 };
 
 // The table of --list, each line ended by '\n'.

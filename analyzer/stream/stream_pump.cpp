@@ -19,18 +19,17 @@ std::int64_t Ticks() {
 
 } // namespace
 
-StreamPump::StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, int clockPpm,
-                       std::function<void()> announceSeam)
-    : announceSeam_(std::move(announceSeam)),
+StreamPump::StreamPump(const StreamFile& file, Manner manner, Watchers watchers)
+    : manner_(manner),
+      watchers_(std::move(watchers)),
       origin_(Ticks()),
-      clockPpm_(clockPpm),
-      stream_(file, loop),
-      faults_(seed),
+      stream_(file, manner.loop),
+      faults_(manner.seed),
       thread_([this] { Run(); }) {}
 
 std::int64_t StreamPump::StreamTime() const {
     const std::int64_t passed = Ticks() - origin_;
-    return passed + passed / 1'000'000 * clockPpm_;
+    return passed + passed / 1'000'000 * manner_.clockPpm;
 }
 
 StreamPump::~StreamPump() {
@@ -51,6 +50,11 @@ void StreamPump::ClosePipe() {
     pipe_.Close();
 }
 
+void StreamPump::SetLoop(bool loop) {
+    const std::scoped_lock hold(lock_);
+    stream_.SetLoop(loop);
+}
+
 void StreamPump::Stall() {
     const std::scoped_lock hold(lock_);
     stream_.Stall();
@@ -64,6 +68,7 @@ void StreamPump::Resume(ResumeAction kind) {
 bool StreamPump::Seek(double seconds, bool announced) {
     const std::scoped_lock hold(lock_);
     announce_ = announced;
+    broken_ = true;
     return stream_.Seek(seconds);
 }
 
@@ -121,9 +126,11 @@ bool StreamPump::Pump() {
     PacedStream::Portion portion;
     bool announce = false;
     bool hurries = false;
+    bool broken = false;
     {
         const std::scoped_lock hold(lock_);
         announce = std::exchange(announce_, false);
+        broken = std::exchange(broken_, false);
         if (!announce) { // otherwise the new place's packets wait for their announcement
             portion = stream_.Due(StreamTime());
             faults_.Apply(portion.packets);
@@ -133,13 +140,22 @@ bool StreamPump::Pump() {
         }
         hurries = stream_.Hurries();
     }
+    if (broken) {
+        watchers_.broken();
+    }
+    if (!portion.packets.empty()) {
+        watchers_.sent(portion.packets);
+    }
+    if (portion.seam) {
+        watchers_.broken();
+    }
     if (Write(portion.packets)) {
         const std::scoped_lock hold(lock_);
         sent_ += portion.packets.size() / kPacketSize;
     }
     if (announce) {
         std::this_thread::sleep_for(kBeforeSeam);
-        announceSeam_();
+        watchers_.announceSeam();
     }
     return hurries || announce;
 }
@@ -152,7 +168,7 @@ bool StreamPump::Write(std::span<const std::uint8_t> packets) {
 void StreamPump::Run() {
     // The pace only gets less even when this is refused.
     (void)SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
-    bool begun = false;
+    bool begun = !manner_.waitsForPlayer;
     while (!stop_) {
         begun = begun || Write({});
         if (!begun || !Pump()) {

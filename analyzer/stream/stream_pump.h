@@ -14,8 +14,8 @@ namespace vistrame {
 
 // Sends the file through the pipe in real time.
 //
-// The stream's time begins when the first player connects and goes on from then, also while no player is
-// there: what is due then is lost, as with any live stream.
+// Once the stream's time has begun it goes on, also while no player is there: what is due then is lost, as
+// with any live stream.
 //
 // Threads    one of its own, which paces and writes; the operations are for one other thread, the readings
 //            for any. lock_ guards the stream and the faults and is never held while the pipe is waited for;
@@ -31,11 +31,24 @@ public:
         double lateMsec = 0; // furthest behind the PCR
     };
 
-    // The file's clock runs `clockPpm` millionths fast. `announceSeam` is called on the pump's thread when
-    // the file begins again or an announced seek leaves for another place, between the last packet before and
-    // the first after.
-    StreamPump(const StreamFile& file, bool loop, std::uint32_t seed, int clockPpm,
-               std::function<void()> announceSeam);
+    // Called on the pump's thread.
+    struct Watchers {
+        // The file begins again or an announced seek leaves for another place: between the last packet before
+        // and the first after.
+        std::function<void()> announceSeam;
+        // What is sent, or would be if a player were there.
+        std::function<void(std::span<const std::uint8_t> packets)> sent;
+        // What is sent next does not continue what was sent before, announced or not.
+        std::function<void()> broken;
+    };
+    struct Manner {
+        bool loop = true;
+        std::uint32_t seed = 1;     // of losses and damages
+        int clockPpm = 0;           // the file's clock runs so many millionths fast
+        bool waitsForPlayer = true; // the stream's time begins with the first player, otherwise at once
+    };
+
+    StreamPump(const StreamFile& file, Manner manner, Watchers watchers);
     StreamPump(const StreamPump&) = delete;
     StreamPump& operator=(const StreamPump&) = delete;
     ~StreamPump();
@@ -44,6 +57,7 @@ public:
     bool OpenPipe(std::uint32_t pipeId);
     void ClosePipe();
 
+    void SetLoop(bool loop);
     void Stall();
     void Resume(ResumeAction kind);
     // False: no such time in the file.
@@ -68,14 +82,15 @@ private:
     bool Write(std::span<const std::uint8_t> packets);
     void NoteRandomAccess(std::span<const std::uint8_t> packets);
 
-    std::function<void()> announceSeam_;
+    const Manner manner_;
+    const Watchers watchers_;
     const std::int64_t origin_;
-    const int clockPpm_;
 
     std::mutex lock_;
     PacedStream stream_;
     PacketFaults faults_;
     bool announce_ = false; // an announced seek waits for its announcement
+    bool broken_ = false;   // by a seek
     Pid watchedPid_ = kNullPid;
     std::vector<double> randomAccess_;
     std::uint64_t sent_ = 0;

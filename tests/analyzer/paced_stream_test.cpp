@@ -31,7 +31,12 @@ TsBuilder NumberedStream(int intervals, std::int64_t firstPcr = 0) {
 struct Player {
     explicit Player(const TsBuilder& builder, bool loop = false, std::size_t stride = kPacketSize)
         : written(Render(builder.packets, stride)) {
-        EXPECT_TRUE(file.Open(written.Path()).Ok());
+        Open(written.Path(), loop);
+    }
+    explicit Player(const std::string& path) : written({}) { Open(path, false); }
+
+    void Open(const std::string& path, bool loop) {
+        EXPECT_TRUE(file.Open(path).Ok());
         stream.emplace(file, loop);
     }
 
@@ -195,6 +200,30 @@ TEST(PacedStream, SeeksByTheTimeOfTheFile) {
     player.numbers.clear();
     player.PlayFor(100 * kMsec);
     EXPECT_EQ(player.numbers.at(0), 0);
+}
+
+// 10 GB, nearly all of them a hole: half a minute's worth of megabytes at the beginning, and 5 s in the middle
+// whose clock is 3 s late by the mean rate.
+TEST(PacedStream, SeeksInAHugeFileWithoutReadingIt) {
+    constexpr std::int64_t kMiddle = 50'000; // seconds by the mean rate
+    const Bytes head = Render(NumberedStream(500).packets);
+    const Bytes middle = Render(NumberedStream(250, (kMiddle - 3) * kPcrPerSecond).packets);
+    Bytes begin;
+    while (begin.size() < (std::size_t{16} << 20)) {
+        begin.insert(begin.end(), head.begin(), head.end());
+    }
+    const TemporaryStream written(begin);
+    std::filesystem::resize_file(written.Path(), 10'000'000'000);
+    std::fstream file(written.Path(), std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(kMiddle * static_cast<std::streamoff>(kPacketsPerSecond) * std::streamoff{kPacketSize});
+    file.write(reinterpret_cast<const char*>(middle.data()), static_cast<std::streamsize>(middle.size()));
+    file.close();
+    Player player(written.Path());
+    EXPECT_TRUE(player.stream->Seek(kMiddle));
+    player.PlayFor(100 * kMsec);
+    EXPECT_NEAR(player.numbers.at(0), 1350, 18);
+    EXPECT_NEAR(player.stream->FileSeconds(), kMiddle + 0.1, 0.05);
+    EXPECT_FALSE(player.stream->Seek(200'000));
 }
 
 } // namespace

@@ -32,6 +32,14 @@ TEST(Selection, StreamsAndCodingFieldsOfAProgramme) {
         {"AAC in the other frame", {Of(5, kAacAdts)}, {}, {kNullPid, 5, 0, 2}},
         {"data", {Of(6, kOther)}, {}, {}},
     };
+    Programme several;
+    several.streams = {Of(2, kMpegAudio), Of(3, kAc3), Of(4, kMpegAudio)};
+    several.streams[0].audioDescription = true;
+    several.streams[0].language = several.streams[2].language = "deu";
+    EXPECT_EQ(SelectStreams(several, {}, "")->audioPid, 3) << "no audio description unasked";
+    EXPECT_EQ(SelectStreams(several, {}, "deu")->audioPid, 4);
+    several.streams.pop_back();
+    EXPECT_EQ(SelectStreams(several, {}, "deu")->audioPid, 2);
     for (const Row& row : rows) {
         Programme programme;
         programme.streams = row.streams;
