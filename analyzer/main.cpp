@@ -9,9 +9,12 @@
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
 #include "analyzer/session/player_settings.h"
+#include "analyzer/source/address.h"
+#include "analyzer/source/network_source.h"
 #include "analyzer/ui/ask_for_file.h"
 #include "analyzer/ui/console.h"
 #include "analyzer/ui/main_window.h"
+#include "analyzer/ui/remembered.h"
 #include "contract/system_dlls.h"
 
 namespace vistrame {
@@ -88,7 +91,12 @@ void Tell(const Options& options, const Outcome& outcome) {
 Outcome Show(const Options& options, const std::string& path, const Script& script, EventLog& log,
              std::string& next) {
     StreamFile file;
-    if (Outcome opened = file.Open(path); !opened.Ok()) {
+    std::shared_ptr<LiveSource> source;
+    Outcome opened = IsLive(path) ? OpenLiveSource(path, source) : file.Open(path);
+    if (opened.Ok() && source) {
+        opened = file.OpenLive(path, std::move(source));
+    }
+    if (!opened.Ok()) {
         return opened;
     }
     if (options.list) {
@@ -102,6 +110,9 @@ Outcome Show(const Options& options, const std::string& path, const Script& scri
              Format(" programmes %u seconds %.3f bitrate %.0f",
                     static_cast<unsigned>(file.Programmes().size()), file.Seconds(),
                     file.PacketsPerSecond() * kPacketSize * 8));
+    if (options.WindowMode()) {
+        RememberFile(path);
+    }
     MainWindow window(file, options, log);
     Outcome outcome = window.Run(script);
     next = window.NextFile();
@@ -128,10 +139,19 @@ Outcome Run(const Options& options) {
         return prepared;
     }
     std::string path = options.stream.empty() ? AskForFile(nullptr) : options.stream;
+    Options further = options;
     Outcome outcome;
+    std::string shown; // the last that could be opened
     while (!path.empty()) {
         std::string next;
-        outcome = Show(options, path, script, log, next);
+        outcome = Show(further, path, script, log, next);
+        if (outcome.code == ExitCode::kStream && !shown.empty()) {
+            Tell(options, outcome); // of one that was chosen in the window, which stays with the former
+            next = shown;
+        } else {
+            shown = path;
+        }
+        further.play.reset(); // it was one of the first stream's
         path = next;
     }
     return outcome;

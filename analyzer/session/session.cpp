@@ -6,6 +6,7 @@
 #include "analyzer/base/text.h"
 #include "analyzer/measure/programme_state.h"
 #include "analyzer/session/player_box.h"
+#include "analyzer/session/player_end.h"
 
 namespace vistrame {
 
@@ -35,6 +36,7 @@ Session::Session(const StreamFile& file, const Options& options, Script script, 
              .sent = [this](auto packets) { monitor_.Push(packets, EventLog::Now()); },
              .broken = [this] { monitor_.Break(); }}),
       language_(options.audioLanguage),
+      launch_{.clockSource = options.clockSource, .log = options.playerLog},
       thread_([this] { Run(); }) {}
 
 Session::~Session() {
@@ -44,6 +46,11 @@ Session::~Session() {
 
 void Session::Post(Action action) {
     const std::scoped_lock hold(lock_);
+    const bool newest =
+        std::holds_alternative<PlayAction>(action) || std::holds_alternative<SeekAction>(action);
+    if (newest && !wishes_.empty() && wishes_.back().index() == action.index()) {
+        wishes_.pop_back(); // whoever holds an arrow key down wants to be where he lets go
+    }
     wishes_.push_back(std::move(action));
     wake_.notify_all();
 }
@@ -73,6 +80,7 @@ void Session::LookForBox() {
         log_.Line("player box \"" + *text + "\"");
     }
     box_ = text.value_or("");
+    lastBox_ = text ? *text : lastBox_;
     if (text && !options_.script.empty()) {
         DismissPlayerBox(player_.ProcessId());
     }
@@ -83,14 +91,23 @@ Session::Status Session::Read() {
                   .counts = pump_.Count(),
                   .fileSeconds = pump_.FileSeconds(),
                   .pcr = pump_.Pcr(),
-                  .last = {}};
+                  .last = {},
+                  .pictureMsec = {}};
     const std::scoped_lock hold(lock_);
     status.selection = selection_;
     status.last = last_;
+    if (!facts_.selections.empty()) {
+        status.pictureMsec = facts_.selections.back().pictureMsec;
+    }
     return status;
 }
 
-std::optional<std::string> Session::TakeNotice() {
+void Session::SetLaunch(const Launch& launch) {
+    const std::scoped_lock hold(lock_);
+    launch_ = launch;
+}
+
+std::optional<Session::Notice> Session::TakeNotice() {
     const std::scoped_lock hold(lock_);
     return std::exchange(notice_, std::nullopt);
 }
@@ -159,7 +176,12 @@ void Session::RunWindow() {
         if (!failed.Ok()) {
             result_ = failed;
             const std::scoped_lock hold(lock_);
-            notice_ = failed.reason;
+            const bool ended = failed.code == ExitCode::kPlayerEnd || failed.code == ExitCode::kPlayerStart;
+            notice_ = {.what = failed.reason, .meaning = {}, .playerEnded = ended};
+            if (ended) {
+                notice_->meaning = ExplainPlayerEnd(
+                    failed.code == ExitCode::kPlayerEnd ? facts_.playerExit : std::nullopt, lastBox_);
+            }
             (void)PostMessageA(windows_.main, kNewsMessage, 0, 0); // the timer looks as well
         }
         failed = WaitUntil(kForEver);

@@ -37,12 +37,25 @@ public:
         HWND area = nullptr; // parent of the player's window
     };
 
+    // What the player is started with besides its codings.
+    struct Launch {
+        int clockSource = 0; // as the launch line numbers them
+        bool log = false;
+    };
+    // What a user has to know; `meaning` is its cause and cure.
+    struct Notice {
+        std::string what;
+        std::string meaning;
+        bool playerEnded = false;
+    };
+
     struct Status {
         std::optional<Selection> selection;
         StreamPump::Counts counts;
         double fileSeconds = 0;
         std::optional<std::uint64_t> pcr;
-        std::string last; // what was done last
+        std::string last;                  // what was done last
+        std::optional<double> pictureMsec; // of the last selection
     };
 
     Session(const StreamFile& file, const Options& options, Script script, EventLog& log, Windows windows);
@@ -50,6 +63,7 @@ public:
     Session& operator=(const Session&) = delete;
     ~Session();
 
+    // A choice of a programme or a place takes the place of one that still waits.
     void Post(Action action);
     // Ends script and player; kEndedMessage follows.
     void End();
@@ -62,7 +76,9 @@ public:
     // What is sent, measured now.
     MultiplexReading Measure() { return monitor_.Read(EventLog::Now()); }
     void SetLoop(bool loop) { pump_.SetLoop(loop); }
-    std::optional<std::string> TakeNotice();
+    std::optional<Notice> TakeNotice();
+    // Of the next player that is started.
+    void SetLaunch(const Launch& launch);
     const Outcome& Result() const { return result_; }
     ReportFacts Facts();
 
@@ -137,8 +153,10 @@ private:
     bool ending_ = false;
     std::optional<Selection> selection_;
     std::string last_;
-    std::optional<std::string> notice_;
-    std::string box_; // text last logged
+    std::optional<Notice> notice_;
+    std::string box_;     // text last logged
+    std::string lastBox_; // of the player that runs or ran last
+    Launch launch_;
     ReportFacts facts_;
 
     std::thread thread_; // last: it uses everything above

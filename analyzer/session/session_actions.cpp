@@ -37,11 +37,17 @@ Outcome Session::StartPlayer(const Selection& selection) {
     if (!pump_.OpenPipe(pipeId)) {
         return {ExitCode::kPlayerStart, "the stream pipe cannot be made: " + ErrorText(GetLastError())};
     }
+    Launch launch;
+    {
+        const std::scoped_lock hold(lock_);
+        launch = launch_;
+        lastBox_.clear();
+    }
     Outcome started = player_.Start(
         PlayerPath(), {.parentWindow = static_cast<std::uint32_t>(reinterpret_cast<UINT_PTR>(windows_.area)),
                        .pipeId = pipeId,
-                       .clockSource = options_.clockSource,
-                       .log = options_.playerLog,
+                       .clockSource = launch.clockSource,
+                       .log = launch.log,
                        .videoType = selection.videoType,
                        .audioType = selection.audioType});
     if (!started.Ok()) {

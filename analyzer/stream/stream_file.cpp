@@ -1,9 +1,12 @@
 #include "analyzer/stream/stream_file.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <fstream>
 #include <map>
+#include <thread>
+#include <utility>
 
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
@@ -146,6 +149,30 @@ Outcome StreamFile::Open(const std::string& path) {
     packetsPerSecond_ = scan.PacketsPerSecond();
     stride_ = std::max(cutter.Stride(), kPacketSize);
     seconds_ = static_cast<double>(size) / static_cast<double>(stride_) / packetsPerSecond_;
+    return {};
+}
+
+Outcome StreamFile::OpenLive(const std::string& name, std::shared_ptr<LiveSource> source) {
+    using namespace std::chrono_literals;
+    constexpr auto kAtLeast = 600ms; // names come later than the rest
+    constexpr auto kAtMost = 5s;
+    Scan scan;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto passed = [begin] { return std::chrono::steady_clock::now() - begin; };
+    while ((passed() < kAtLeast || !scan.Complete()) && passed() < kAtMost && !source->Ended()) {
+        std::this_thread::sleep_for(20ms);
+        scan.Feed(source->Take());
+    }
+    if (scan.Programmes().empty()) {
+        return {ExitCode::kStream,
+                name + (scan.Cutter().Packets() == 0 ? ": no transport stream arrives there"
+                                                     : ": no programme in it so far")};
+    }
+    path_ = name;
+    live_ = std::move(source);
+    programmes_ = scan.Programmes();
+    clockPid_ = scan.ClockPid();
+    packetsPerSecond_ = scan.PacketsPerSecond();
     return {};
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "analyzer/base/outcome.h"
+#include "analyzer/source/live_source.h"
 #include "transport/programme_table.h"
 
 namespace vistrame {
@@ -19,6 +21,11 @@ namespace vistrame {
 class StreamFile {
 public:
     Outcome Open(const std::string& path);
+    // A stream that arrives now instead of a file. Watches it until its tables are known, some seconds at
+    // most.
+    Outcome OpenLive(const std::string& name, std::shared_ptr<LiveSource> source);
+    // Null: it is a file.
+    LiveSource* Live() const { return live_.get(); }
 
     const std::string& Path() const { return path_; }
     const std::vector<Programme>& Programmes() const { return programmes_; }
@@ -29,7 +36,7 @@ public:
     Pid ClockPid() const { return clockPid_; }
     // Mean over what was read.
     double PacketsPerSecond() const { return packetsPerSecond_; }
-    // Of the whole file, by its size.
+    // Of the whole file, by its size; 0 of a live stream.
     double Seconds() const { return seconds_; }
     // Distance of packets in the file.
     std::size_t Stride() const { return stride_; }
@@ -39,6 +46,7 @@ public:
 
 private:
     std::string path_;
+    std::shared_ptr<LiveSource> live_;
     std::vector<Programme> programmes_;
     Pid clockPid_ = kNullPid;
     double packetsPerSecond_ = 0;

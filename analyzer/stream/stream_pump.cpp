@@ -23,6 +23,7 @@ StreamPump::StreamPump(const StreamFile& file, Manner manner, Watchers watchers)
     : manner_(manner),
       watchers_(std::move(watchers)),
       origin_(Ticks()),
+      live_(file.Live()),
       stream_(file, manner.loop),
       faults_(manner.seed),
       thread_([this] { Run(); }) {}
@@ -67,6 +68,9 @@ void StreamPump::Resume(ResumeAction kind) {
 
 bool StreamPump::Seek(double seconds, bool announced) {
     const std::scoped_lock hold(lock_);
+    if (live_ != nullptr) {
+        return false; // what was sent is gone
+    }
     announce_ = announced;
     broken_ = true;
     return stream_.Seek(seconds);
@@ -132,7 +136,11 @@ bool StreamPump::Pump() {
         announce = std::exchange(announce_, false);
         broken = std::exchange(broken_, false);
         if (!announce) { // otherwise the new place's packets wait for their announcement
-            portion = stream_.Due(StreamTime());
+            if (live_ != nullptr) {
+                portion.packets = live_->Take();
+            } else {
+                portion = stream_.Due(StreamTime());
+            }
             faults_.Apply(portion.packets);
             NoteRandomAccess(portion.packets);
             announce = portion.seam;
@@ -168,7 +176,7 @@ bool StreamPump::Write(std::span<const std::uint8_t> packets) {
 void StreamPump::Run() {
     // The pace only gets less even when this is refused.
     (void)SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
-    bool begun = !manner_.waitsForPlayer;
+    bool begun = !manner_.waitsForPlayer || live_ != nullptr;
     while (!stop_) {
         begun = begun || Write({});
         if (!begun || !Pump()) {

@@ -87,6 +87,7 @@ private:
     const std::int64_t origin_;
 
     std::mutex lock_;
+    LiveSource* const live_; // null: the file below is sent
     PacedStream stream_;
     PacketFaults faults_;
     bool announce_ = false; // an announced seek waits for its announcement

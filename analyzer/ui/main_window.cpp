@@ -3,39 +3,26 @@
 #include <algorithm>
 #include <utility>
 
+#include <windows.h>
+// Needs the former.
+#include <commctrl.h>
+#include <shellapi.h>
+#include <shlobj.h>
+
+#include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
 #include "analyzer/ui/ask_for_file.h"
+#include "analyzer/ui/png_file.h"
+#include "analyzer/ui/remembered.h"
+#include "analyzer/ui/scale.h"
 
 namespace vistrame {
 
 namespace {
 
-constexpr int kListId = 100;
-constexpr int kSettingsId = 101;
-constexpr int kOpenId = 102;
-constexpr int kFirstButtonId = 110;
-constexpr UINT_PTR kTick = 1;
-constexpr UINT kTickMsec = 250;
-
-constexpr int kGap = 10;
-constexpr int kLeftWidth = 290;
-constexpr int kOpenWidth = 98;
-constexpr int kStatusHeight = 20;
-// Where the player opens its window; SD television.
-constexpr int kAreaWidth = 720;
-constexpr int kAreaHeight = 576;
-constexpr DWORD kFramed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
-// Wine without a window manager draws the frame itself and then forgets it when the player, another process,
-// draws into its window: the picture would be shifted by the frame's size.
-constexpr DWORD kFrameless = WS_POPUP | WS_CLIPCHILDREN;
-
-HFONT MessageFont() {
-    NONCLIENTMETRICSW metrics{};
-    metrics.cbSize = sizeof metrics;
-    // Zeroed metrics make the default font.
-    (void)SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
-    return CreateFontIndirectW(&metrics.lfMessageFont);
-}
+constexpr int kAudioId = 101;
+constexpr int kLoopId = 102;
+constexpr UINT kDpiChanged = 0x02E0; // WM_DPICHANGED, of Windows 8.1
 
 } // namespace
 
@@ -43,14 +30,19 @@ MainWindow::MainWindow(const StreamFile& file, const Options& options, EventLog&
     : file_(file),
       options_(options),
       log_(log),
-      font_(MessageFont()),
-      style_(options.WindowMode() || options.stayOpen ? kFramed : kFrameless) {}
+      forPeople_(options.WindowMode() || options.stayOpen),
+      settings_({.clockSource = options.clockSource, .log = options.playerLog},
+                [this](const Session::Launch& launch) { ApplySettings(launch); }),
+      fit_(options.WindowMode() ? PlayerArea::Fit::kShape : PlayerArea::Fit::kFill),
+      wanted_(options.play) {}
 
 MainWindow::~MainWindow() {
     if (window_ != nullptr) {
         (void)DestroyWindow(window_); // goes with the process otherwise
     }
-    (void)DeleteObject(font_);
+    for (HFONT font : {font_, bold_}) {
+        (void)DeleteObject(font); // null when the window was never made
+    }
 }
 
 LRESULT CALLBACK MainWindow::Thunk(HWND window, UINT message, WPARAM w, LPARAM l) {
@@ -63,115 +55,112 @@ LRESULT CALLBACK MainWindow::Thunk(HWND window, UINT message, WPARAM w, LPARAM l
     return self != nullptr ? self->OnMessage(message, w, l) : DefWindowProcW(window, message, w, l);
 }
 
-bool MainWindow::Create() {
-    HINSTANCE instance = GetModuleHandleW(nullptr);
-    WNDCLASSEXW kind{};
-    kind.cbSize = sizeof kind;
-    kind.lpfnWndProc = Thunk;
-    kind.hInstance = instance;
-    kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    kind.hIcon = LoadIconA(nullptr, IDI_APPLICATION);
-    kind.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
-    kind.lpszClassName = L"VistrameAnalyzer";
-    (void)RegisterClassExW(&kind); // stays registered when another file is opened
-    const std::wstring title = FilePath(file_.Path()).filename().wstring() + L" - Vistrame analyzer";
-    if (CreateWindowExW(0, L"VistrameAnalyzer", title.c_str(), style_, CW_USEDEFAULT, CW_USEDEFAULT, 800, 600,
-                        nullptr, nullptr, instance, this) == nullptr ||
-        !area_.Create(window_)) {
-        return false;
-    }
-    CreateControls();
-    SizeArea(kAreaWidth, kAreaHeight);
-    (void)ShowWindow(window_, SW_SHOWNORMAL); // answers whether it was shown before
-    return SetTimer(window_, kTick, kTickMsec, nullptr) != 0;
-}
-
-void MainWindow::CreateControls() {
-    const auto child = [this](const wchar_t* kind, const wchar_t* text, DWORD style, int id) {
-        HWND made = CreateWindowExW(0, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, window_,
-                                    reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, this);
-        (void)SendMessageW(made, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE); // answers nothing
-        return made;
-    };
-    list_.Create(window_, kListId, font_, file_);
-    settings_.Create(window_, kSettingsId, font_);
-    (void)child(L"BUTTON", L"Open...", WS_TABSTOP, kOpenId);
-    commands_.Create(window_, kFirstButtonId, font_);
-    status_ = child(L"STATIC", L"", SS_ENDELLIPSIS | SS_NOPREFIX | SS_CENTERIMAGE, 0);
-}
-
-void MainWindow::Layout() {
-    RECT client{};
-    if (status_ == nullptr || !GetClientRect(window_, &client)) {
-        return;
-    }
-    const auto place = [](HWND window, int x, int y, int width, int height) {
-        (void)MoveWindow(window, x, y, std::max(width, 0), std::max(height, 0), FALSE); // a lost move shows
-    };
-    const int bottom = client.bottom - kStatusHeight - CommandBar::Height() - 3 * kGap;
-    const int settingsTop = bottom - SettingsPanel::Height();
-    place(list_.Window(), kGap, kGap, kLeftWidth, settingsTop - 2 * kGap);
-    settings_.Place(kGap, settingsTop, kLeftWidth);
-    const int right = kLeftWidth + 2 * kGap;
-    place(area_.Window(), right, kGap, client.right - right - kGap, bottom - kGap);
-    const int buttons = bottom + kGap;
-    place(GetDlgItem(window_, kOpenId), kGap, buttons, kOpenWidth, CommandBar::Height());
-    commands_.Place(right, buttons);
-    place(status_, kGap, client.bottom - kStatusHeight - kGap, client.right - 2 * kGap, kStatusHeight);
-    Redraw();
-    redrawAgain_ = true;
-}
-
-void MainWindow::Redraw() const {
-    // A loss shows.
-    (void)RedrawWindow(window_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-}
-
-void MainWindow::SizeArea(int width, int height) {
-    RECT outer{0, 0, width + kLeftWidth + 3 * kGap, height + CommandBar::Height() + kStatusHeight + 4 * kGap};
-    (void)AdjustWindowRect(&outer, style_, FALSE); // at worst the frame eats from the area
-    (void)SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
-                       SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
 void MainWindow::OnCommand(int id, int notification) {
-    if (id == kListId && notification == LBN_SELCHANGE) {
-        if (const auto programme = list_.Chosen()) {
-            session_->Post(PlayAction{.programme = *programme, .audioPid = {}});
-        }
-    } else if (id == kSettingsId) {
-        StoreSettings();
-    } else if (id == kOpenId) {
-        OpenOther();
-    } else if (const auto action = commands_.ActionOf(id)) {
+    if (id == kAudioId && notification == CBN_SELCHANGE && wanted_) {
+        session_->Post(PlayAction{.programme = *wanted_, .audioPid = audio_.Chosen()});
+    } else if (id == kLoopId) {
+        session_->SetLoop(position_.Loop());
+    } else if (id == kSettings) {
+        settings_.Open(window_);
+    } else if (id == kOpen) {
+        OpenByDialog(AskForFile);
+    } else if (id == kOpenAddress) {
+        OpenByDialog(AskForAddress);
+    } else if (id == kMenu) {
+        ShowMenu();
+    } else if (id == kAgain) {
+        StartAgain();
+    } else if (id == IDCLOSE) {
+        notice_.Say(L"", L"", false);
+        Layout();
+    } else if (id == kFullScreen || (id == IDCANCEL && fullScreen_)) {
+        SwitchFullScreen();
+    } else if (id == kScreenshot) {
+        SaveScreenshot();
+    } else if (id == kFitShape || id == kFitWhole || id == kFitFill) {
+        SetFit(id == kFitShape   ? PlayerArea::Fit::kShape
+               : id == kFitWhole ? PlayerArea::Fit::kWholeMultiple
+                                 : PlayerArea::Fit::kFill);
+    } else if (const auto action = ActionOf(id, overlayStep_)) {
         session_->Post(*action);
     }
 }
 
+void MainWindow::Choose(std::uint16_t programme) {
+    wanted_ = programme;
+    if (session_) {
+        session_->Post(PlayAction{.programme = programme, .audioPid = {}});
+    }
+}
+
+void MainWindow::StartAgain() {
+    notice_.Say(L"", L"", false);
+    Layout();
+    if (wanted_) {
+        Choose(*wanted_);
+    }
+}
+
 // The player reads its settings when it starts, so the one that runs is replaced.
-void MainWindow::StoreSettings() {
-    if (const std::string wrong = settings_.Store(); !wrong.empty()) {
-        Tell(wrong, L"Settings");
-        return;
-    }
-    if (const auto selection = session_->Read().selection) {
+void MainWindow::ApplySettings(const Session::Launch& launch) {
+    session_->SetLaunch(launch);
+    if (session_->Read().selection) {
         session_->Post(QuitAction());
-        session_->Post(PlayAction{.programme = selection->programme, .audioPid = {}});
     }
+    StartAgain();
 }
 
-void MainWindow::Tell(const std::string& text, const wchar_t* title) {
-    ++ownBoxes_;
-    (void)MessageBoxW(window_, Widen(text).c_str(), title, MB_ICONEXCLAMATION); // there is nothing to choose
-    --ownBoxes_;
+void MainWindow::SetFit(PlayerArea::Fit fit) {
+    fit_ = fit;
+    area_.SetFit(fit);
 }
 
-void MainWindow::OpenOther() {
-    ++ownBoxes_;
-    nextFile_ = AskForFile(window_);
-    --ownBoxes_;
+void MainWindow::SaveScreenshot() {
+    wchar_t folder[MAX_PATH] = L"";
+    (void)SHGetFolderPathW(nullptr, CSIDL_MYPICTURES, nullptr, SHGFP_TYPE_CURRENT, folder);
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    const std::string path = Narrow(folder) + "\\" +
+                             Format("Vistrame %04u-%02u-%02u %02u.%02u.%02u.png", now.wYear, now.wMonth,
+                                    now.wDay, now.wHour, now.wMinute, now.wSecond);
+    const std::string wrong = SaveScreenAsPng(area_.PictureOnScreen(), Widen(path));
+    said_ = wrong.empty() ? "saved " + path : path + ": " + wrong;
+    log_.Line("screenshot " + (wrong.empty() ? path : "failed: " + wrong));
+}
+
+void MainWindow::OpenOther(const std::string& path) {
+    nextFile_ = path;
     if (!nextFile_.empty()) {
         session_->End();
+    }
+}
+
+void MainWindow::OpenByDialog(std::string (*ask)(HWND owner)) {
+    ++ownBoxes_;
+    const std::string path = ask(window_);
+    --ownBoxes_;
+    OpenOther(path);
+}
+
+void MainWindow::OnDrop(WPARAM drop) {
+    auto* const files = reinterpret_cast<HDROP>(drop);
+    wchar_t path[1024];
+    if (DragQueryFileW(files, 0, path, 1024) != 0) { // of several the first
+        OpenOther(Narrow(path));
+    }
+    DragFinish(files);
+}
+
+void MainWindow::ShowMenu() {
+    RECT button{};
+    (void)GetWindowRect(GetDlgItem(window_, kMenu), &button); // the corner at worst
+    const std::vector<std::string> recent = RecentFiles();
+    const int chosen = ChooseFromMenu(window_, button, recent, fit_);
+    const auto file = static_cast<std::size_t>(chosen - kFirstRecent);
+    if (chosen >= kFirstRecent && file < recent.size()) {
+        OpenOther(recent[file]);
+    } else if (chosen != 0) {
+        OnCommand(chosen, 0);
     }
 }
 
@@ -188,17 +177,72 @@ void MainWindow::OnTick() {
         (void)EnableWindow(window_, TRUE); // answers what it was before
     }
     area_.SetPlayer(session_->PlayerWindow());
+    list_.OnTick();
     const Session::Status status = session_->Read();
-    list_.Show(status.selection ? std::optional(status.selection->programme) : std::nullopt);
-    (void)SetWindowTextW(status_, Widen(statusLine_.Text(status, file_.Seconds())).c_str()); // only shown
+    const MultiplexReading reading = session_->Measure();
+    list_.Show(file_.Programmes(), reading);
+    list_.Mark(status.selection ? std::optional(status.selection->programme) : std::nullopt);
+    ShowProgramme(status, reading);
+    measures_.Show(reading, status);
+    position_.SetPosition(status.fileSeconds);
+    std::wstring text = list_.Typed();
+    if (text.empty()) {
+        Session::Status shown = status;
+        shown.last = said_.empty() ? status.last : said_;
+        text = Widen(statusLine_.Text(shown, file_.Seconds()));
+    }
+    (void)SetWindowTextW(status_, text.c_str()); // only shown
     if (const auto notice = session_->TakeNotice()) {
-        Tell(*notice, L"Vistrame analyzer");
+        OnNotice(*notice);
+    }
+}
+
+void MainWindow::ShowProgramme(const Session::Status& status, const MultiplexReading& reading) {
+    if (!status.selection) {
+        audio_.Show({}, kNullPid);
+        return;
+    }
+    const std::uint16_t number = status.selection->programme;
+    const auto live = std::ranges::find_if(reading.programmes, [number](const ProgrammeReading& each) {
+        return each.programme.number == number;
+    });
+    if (live != reading.programmes.end()) {
+        area_.SetShape(live->shape);
+    }
+    const bool mapped = live != reading.programmes.end() && live->programme.mapped;
+    const Programme* const programme = mapped ? &live->programme : file_.Find(number);
+    audio_.Show(programme != nullptr ? PlayableAudio(*programme) : std::vector<ElementaryStream>(),
+                status.selection->audioPid);
+}
+
+void MainWindow::OnNotice(const Session::Notice& notice) {
+    notice_.Say(Widen(notice.what), Widen(notice.meaning), notice.playerEnded && wanted_.has_value());
+    if (fullScreen_) {
+        SwitchFullScreen();
+    }
+    Layout();
+}
+
+void MainWindow::OnAnnounced(HWND player) {
+    if (session_) {
+        session_->OnAnnounced(player);
+        area_.SetPlayer(player);
     }
 }
 
 void MainWindow::OnEnded() {
     result_ = session_->Result();
     facts_ = session_->Facts();
+    if (options_.WindowMode()) {
+        if (fullScreen_) {
+            SwitchFullScreen();
+        }
+        WINDOWPLACEMENT placement{};
+        placement.length = sizeof placement;
+        if (GetWindowPlacement(window_, &placement)) {
+            RememberPlacement(placement);
+        }
+    }
     PostQuitMessage(0);
 }
 
@@ -212,12 +256,23 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
                 OnCommand(LOWORD(w), HIWORD(w));
             }
             return 0;
-        case WM_MEASUREITEM:
-            list_.Measure(*reinterpret_cast<MEASUREITEMSTRUCT*>(l));
-            return TRUE;
-        case WM_DRAWITEM:
-            list_.Draw(*reinterpret_cast<const DRAWITEMSTRUCT*>(l));
-            return TRUE;
+        case WM_NOTIFY:
+            if (const auto& notice = *reinterpret_cast<const NMHDR*>(l); notice.hwndFrom == list_.Window()) {
+                list_.OnNotify(notice);
+            }
+            return 0;
+        case WM_HSCROLL:
+            if (const auto seconds = position_.OnScroll(reinterpret_cast<HWND>(l), LOWORD(w));
+                seconds && session_) {
+                session_->Post(SeekAction{.seconds = *seconds, .announced = true});
+            }
+            return 0;
+        case WM_DROPFILES:
+            OnDrop(w);
+            return 0;
+        case kDpiChanged:
+            OnDpi(*reinterpret_cast<const RECT*>(l));
+            return 0;
         case WM_TIMER:
         case Session::kNewsMessage:
             OnTick();
@@ -232,34 +287,54 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
             session_->End(); // its message ends the loop, after the player's end
             return 0;
         case WM_GETMINMAXINFO:
-            reinterpret_cast<MINMAXINFO*>(l)->ptMinTrackSize = {kLeftWidth + 400,
-                                                                SettingsPanel::Height() + 220};
+            reinterpret_cast<MINMAXINFO*>(l)->ptMinTrackSize = {Scaled(window_, 690), Scaled(window_, 500)};
             return 0;
         default:
             return DefWindowProcW(window_, message, w, l);
     }
 }
 
-void MainWindow::OnAnnounced(HWND player) {
-    if (session_) {
-        session_->OnAnnounced(player);
-        area_.SetPlayer(player);
+// Digits zap from the list and in full screen, where the arrow keys have no list to go to either.
+bool MainWindow::OnKey(const MSG& message) {
+    if (message.message != WM_KEYDOWN || (!fullScreen_ && message.hwnd != list_.Window()) ||
+        GetKeyState(VK_CONTROL) < 0) {
+        return false;
     }
+    const WPARAM key = message.wParam;
+    if (key >= '0' && key <= '9') {
+        list_.OnDigit(static_cast<int>(key - '0'));
+        return true;
+    }
+    if (key >= VK_NUMPAD0 && key <= VK_NUMPAD9) {
+        list_.OnDigit(static_cast<int>(key - VK_NUMPAD0));
+        return true;
+    }
+    if (fullScreen_ && key >= VK_PRIOR && key <= VK_DOWN) { // page, home, end and arrow keys
+        (void)SendMessageW(list_.Window(), WM_KEYDOWN, key, message.lParam);
+        return true;
+    }
+    return false;
 }
 
 Outcome MainWindow::Run(Script script) {
     if (!Create()) {
         return {ExitCode::kUsage, "the window cannot be made: " + ErrorText(GetLastError())};
     }
+    area_.SetFit(fit_);
     session_ = std::make_unique<Session>(file_, options_, std::move(script), log_,
                                          Session::Windows{window_, area_.Window()});
+    HACCEL keys = MakeKeys();
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (!IsDialogMessageW(window_, &message)) {
-            (void)TranslateMessage(&message); // answers whether it was a key
-            (void)DispatchMessageW(&message); // the handler's result, of no use here
+        if (TranslateAcceleratorW(window_, keys, &message) || OnKey(message) ||
+            (settings_.Window() != nullptr && IsDialogMessageW(settings_.Window(), &message)) ||
+            IsDialogMessageW(window_, &message)) {
+            continue;
         }
+        (void)TranslateMessage(&message); // answers whether it was a key
+        (void)DispatchMessageW(&message); // the handler's result, of no use here
     }
+    (void)DestroyAcceleratorTable(keys); // goes with the process otherwise
     session_.reset();
     return result_;
 }

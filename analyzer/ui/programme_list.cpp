@@ -1,113 +1,191 @@
 #include "analyzer/ui/programme_list.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
+#include <windows.h>
+// Needs the former.
+#include <commctrl.h>
+
+#include "analyzer/base/event_log.h"
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
+#include "analyzer/measure/programme_state.h"
 #include "analyzer/stream/selection.h"
+#include "analyzer/ui/scale.h"
 
 namespace vistrame {
 
 namespace {
 
-constexpr int kLineHeight = 17;
-constexpr int kMargin = 7;
-constexpr COLORREF kPlaying = RGB(0x1F, 0x6F, 0xB5);
-constexpr COLORREF kPlayingBack = RGB(0xDC, 0xEB, 0xF8);
-constexpr COLORREF kLine = RGB(0xE2, 0xE4, 0xE8);
+constexpr double kDigitMsec = 1200; // between two digits of a number
+
+struct Column {
+    const wchar_t* title;
+    int width;
+    int format;
+};
+constexpr std::array kTitles{
+    Column{L"Programme", 104, LVCFMT_LEFT}, Column{L"No.", 44, LVCFMT_RIGHT},
+    Column{L"Mbit/s", 48, LVCFMT_RIGHT},    Column{L"State", 84, LVCFMT_LEFT},
+    Column{L"Codings", 150, LVCFMT_LEFT},   Column{L"PIDs", 170, LVCFMT_LEFT},
+};
+
+std::string Codings(const Programme& programme) {
+    std::string text;
+    for (const ElementaryStream& stream : programme.streams) {
+        if (stream.coding != Coding::kOther) {
+            text += (text.empty() ? "" : ", ") + std::string(CodingName(stream.coding));
+            text += stream.language.empty() ? "" : " " + stream.language;
+            text += stream.audioDescription ? " (description)" : "";
+        }
+    }
+    return text;
+}
+
+std::string Pids(const Programme& programme) {
+    std::string text;
+    for (const ElementaryStream& stream : programme.streams) {
+        text += Format("0x%04X ", stream.pid);
+    }
+    return text + Format("map 0x%04X clock 0x%04X", programme.pmtPid, programme.pcrPid);
+}
 
 } // namespace
 
-ProgrammeList::~ProgrammeList() {
-    if (bold_ != nullptr) {
-        (void)DeleteObject(bold_); // nobody draws with it any more
+void ProgrammeList::Create(HWND parent, int id, HFONT font) {
+    window_ = MakeChild(parent, WC_LISTVIEWW, L"Programmes",
+                        WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS, id, font);
+    (void)SendMessageW(window_, LVM_SETEXTENDEDLISTVIEWSTYLE, 0, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    for (std::size_t i = 0; i < kTitles.size(); ++i) {
+        LVCOLUMNW column{};
+        column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
+        column.fmt = kTitles[i].format;
+        column.cx = Scaled(window_, kTitles[i].width);
+        column.pszText = const_cast<wchar_t*>(kTitles[i].title); // only read
+        (void)SendMessageW(window_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
     }
 }
 
-void ProgrammeList::Create(HWND parent, int id, HFONT font, const StreamFile& file) {
-    font_ = font;
-    LOGFONTW look{};
-    (void)GetObjectW(font, sizeof look, &look); // zeroed it makes the default font
-    look.lfWeight = FW_BOLD;
-    bold_ = CreateFontIndirectW(&look);
-    for (const Programme& programme : file.Programmes()) {
-        Row row{.number = programme.number,
-                .title = Widen(Format("%u   ", programme.number) + ProgrammeTitle(programme)),
-                .streams = {}};
-        for (const ElementaryStream& stream : programme.streams) {
-            row.streams.push_back(Widen(DescribeStream(stream)));
+std::vector<ProgrammeList::Row> ProgrammeList::RowsOf(const std::vector<Programme>& known,
+                                                      const MultiplexReading& reading) const {
+    std::vector<Row> rows;
+    const auto add = [&rows](const Programme& programme, const std::string& rate, const std::string& state) {
+        rows.push_back(
+            {.number = programme.number,
+             .cells = {Widen(ProgrammeTitle(programme)), Widen(Format("%u", programme.number)), Widen(rate),
+                       Widen(state), Widen(Codings(programme)), Widen(Pids(programme))}});
+    };
+    for (const ProgrammeReading& each : reading.programmes) {
+        add(each.programme, Format("%.2f", each.bitsPerSecond / 1e6), ProgrammeState(each));
+    }
+    for (const Programme& programme : known) {
+        if (std::ranges::find(rows, programme.number, &Row::number) == rows.end()) {
+            add(programme, "", reading.tables ? "not sent now" : "");
         }
-        row.streams.push_back(Widen(Format("map 0x%04X, clock 0x%04X", programme.pmtPid, programme.pcrPid)));
-        rows_.push_back(std::move(row));
     }
-    window_ = CreateWindowExW(0, L"LISTBOX", L"",
-                              WS_CHILD | WS_VISIBLE | WS_BORDER | WS_VSCROLL | WS_TABSTOP | LBS_NOTIFY |
-                                  LBS_OWNERDRAWVARIABLE | LBS_NOINTEGRALHEIGHT,
-                              0, 0, 0, 0, parent, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr,
-                              nullptr);
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-        (void)SendMessageW(window_, LB_ADDSTRING, 0, static_cast<LPARAM>(i)); // the row's number is its data
+    std::ranges::sort(rows, {}, &Row::number);
+    return rows;
+}
+
+void ProgrammeList::Show(const std::vector<Programme>& known, const MultiplexReading& reading) {
+    Fill(RowsOf(known, reading));
+}
+
+void ProgrammeList::Fill(std::vector<Row> rows) {
+    const bool same = std::ranges::equal(rows, rows_, {}, &Row::number, &Row::number);
+    filling_ = true;
+    if (!same) {
+        (void)SendMessageW(window_, LVM_DELETEALLITEMS, 0, 0);
+    }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        LVITEMW item{};
+        item.iItem = static_cast<int>(i);
+        item.pszText = rows[i].cells[0].data();
+        if (!same) {
+            item.mask = LVIF_TEXT;
+            (void)SendMessageW(window_, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+        }
+        for (std::size_t column = 0; column < kColumns; ++column) {
+            if (!same || rows[i].cells[column] != rows_[i].cells[column]) {
+                item.iSubItem = static_cast<int>(column);
+                item.pszText = rows[i].cells[column].data();
+                (void)SendMessageW(window_, LVM_SETITEMTEXTW, i, reinterpret_cast<LPARAM>(&item));
+            }
+        }
+    }
+    rows_ = std::move(rows);
+    filling_ = false;
+    if (!same && marked_) {
+        Select(*marked_);
     }
 }
 
-std::optional<std::uint16_t> ProgrammeList::Chosen() const {
-    const auto at = static_cast<std::size_t>(SendMessageW(window_, LB_GETCURSEL, 0, 0));
-    return at < rows_.size() ? std::optional(rows_[at].number) : std::nullopt;
-}
-
-void ProgrammeList::Show(std::optional<std::uint16_t> programme) {
-    if (programme == shown_) {
+void ProgrammeList::Select(std::uint16_t number) {
+    const auto row = std::ranges::find(rows_, number, &Row::number);
+    if (row == rows_.end()) {
         return;
     }
-    shown_ = programme;
-    const auto row = std::ranges::find(rows_, programme.value_or(0), &Row::number);
-    const auto at = programme && row != rows_.end() ? row - rows_.begin() : std::ptrdiff_t{-1};
-    (void)SendMessageW(window_, LB_SETCURSEL, static_cast<WPARAM>(at), 0); // -1: no selection
-    (void)InvalidateRect(window_, nullptr, TRUE);
+    const auto at = static_cast<WPARAM>(row - rows_.begin());
+    LVITEMW item{};
+    item.stateMask = item.state = LVIS_SELECTED | LVIS_FOCUSED;
+    filling_ = true;
+    (void)SendMessageW(window_, LVM_SETITEMSTATE, at, reinterpret_cast<LPARAM>(&item));
+    (void)SendMessageW(window_, LVM_ENSUREVISIBLE, at, FALSE);
+    filling_ = false;
 }
 
-void ProgrammeList::Measure(MEASUREITEMSTRUCT& item) const {
-    const std::size_t lines = item.itemData < rows_.size() ? rows_[item.itemData].streams.size() + 1 : 1;
-    item.itemHeight = static_cast<UINT>(static_cast<int>(lines) * kLineHeight + 2 * kMargin);
+void ProgrammeList::Mark(std::optional<std::uint16_t> programme) {
+    if (std::exchange(marked_, programme) != programme && programme) {
+        Select(*programme);
+    }
 }
 
-void ProgrammeList::Draw(const DRAWITEMSTRUCT& item) const {
-    if (item.itemData >= rows_.size()) {
-        return;
+void ProgrammeList::Zap(std::uint16_t number) {
+    if (std::ranges::find(rows_, number, &Row::number) != rows_.end()) {
+        chosen_(number);
     }
-    const Row& row = rows_[item.itemData];
-    const bool playing = row.number == shown_;
-    HDC device = item.hDC;
-    RECT area = item.rcItem;
-    HBRUSH back = CreateSolidBrush(playing ? kPlayingBack : GetSysColor(COLOR_WINDOW));
-    (void)FillRect(device, &area, back); // drawing that fails shows
-    (void)DeleteObject(back);
-    RECT line{area.left, area.bottom - 1, area.right, area.bottom};
-    HBRUSH rule = CreateSolidBrush(kLine);
-    (void)FillRect(device, &line, rule);
-    (void)DeleteObject(rule);
-    if (playing) {
-        RECT bar{area.left, area.top, area.left + 4, area.bottom - 1};
-        HBRUSH mark = CreateSolidBrush(kPlaying);
-        (void)FillRect(device, &bar, mark);
-        (void)DeleteObject(mark);
+}
+
+void ProgrammeList::OnNotify(const NMHDR& notice) {
+    if (notice.code == LVN_ITEMCHANGED) {
+        const auto& change = reinterpret_cast<const NMLISTVIEW&>(notice);
+        const bool selected =
+            (change.uNewState & LVIS_SELECTED) != 0 && (change.uOldState & LVIS_SELECTED) == 0;
+        if (!filling_ && selected && static_cast<std::size_t>(change.iItem) < rows_.size()) {
+            chosen_(rows_[static_cast<std::size_t>(change.iItem)].number);
+        }
+    } else if (notice.code == LVN_ITEMACTIVATE) { // double click, Enter
+        const auto at = static_cast<std::size_t>(reinterpret_cast<const NMITEMACTIVATE&>(notice).iItem);
+        if (at < rows_.size()) {
+            chosen_(rows_[at].number);
+        }
     }
-    (void)SetBkMode(device, TRANSPARENT);
-    HGDIOBJ old = SelectObject(device, bold_);
-    (void)SetTextColor(device, playing ? kPlaying : GetSysColor(COLOR_WINDOWTEXT));
-    const int left = area.left + 12;
-    int top = area.top + kMargin;
-    (void)TextOutW(device, left, top, row.title.c_str(), static_cast<int>(row.title.size()));
-    (void)SelectObject(device, font_);
-    (void)SetTextColor(device, GetSysColor(COLOR_GRAYTEXT));
-    for (const std::wstring& stream : row.streams) {
-        top += kLineHeight;
-        (void)TextOutW(device, left, top, stream.c_str(), static_cast<int>(stream.size()));
+}
+
+void ProgrammeList::OnDigit(int digit) {
+    digits_ += static_cast<char>('0' + digit);
+    digitAt_ = EventLog::Now();
+    const auto fits = std::ranges::count_if(
+        rows_, [this](const Row& row) { return Format("%u", row.number).starts_with(digits_); });
+    if (fits < 2) {
+        digitAt_ = 0; // nothing to wait for
+        OnTick();
     }
-    (void)SelectObject(device, old);
-    if ((item.itemState & ODS_FOCUS) != 0) {
-        (void)DrawFocusRect(device, &area);
+}
+
+void ProgrammeList::OnTick() {
+    if (!digits_.empty() && EventLog::Now() - digitAt_ > kDigitMsec) {
+        const auto number = ParseNumber(std::exchange(digits_, {}));
+        if (number && *number <= 0xFFFF) {
+            Zap(static_cast<std::uint16_t>(*number));
+        }
     }
+}
+
+std::wstring ProgrammeList::Typed() const {
+    return digits_.empty() ? std::wstring() : Widen("Programme " + digits_ + "_");
 }
 
 } // namespace vistrame

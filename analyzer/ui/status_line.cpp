@@ -25,10 +25,10 @@ std::string StatusLine::Text(const Session::Status& status, double fileSeconds) 
         sentBefore_ = status.counts.sent;
         sentAt_ = now;
     }
-    std::string text =
-        Format("%.2f Mbit/s      PCR %s      %.1f of %.1f s      %llu packets sent", bitsPerSecond_ / 1e6,
-               status.pcr ? ClockText(*status.pcr).c_str() : "--", status.fileSeconds, fileSeconds,
-               static_cast<unsigned long long>(status.counts.sent));
+    std::string text = Format("%.2f Mbit/s      PCR %s      ", bitsPerSecond_ / 1e6,
+                              status.pcr ? ClockText(*status.pcr).c_str() : "--");
+    text += fileSeconds > 0 ? Format("%.1f of %.1f s", status.fileSeconds, fileSeconds) : "live";
+    text += Format("      %llu packets sent", static_cast<unsigned long long>(status.counts.sent));
     if (status.counts.lost + status.counts.damaged > 0) {
         text += Format(", %llu lost, %llu damaged", static_cast<unsigned long long>(status.counts.lost),
                        static_cast<unsigned long long>(status.counts.damaged));

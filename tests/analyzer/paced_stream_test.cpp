@@ -202,8 +202,8 @@ TEST(PacedStream, SeeksByTheTimeOfTheFile) {
     EXPECT_EQ(player.numbers.at(0), 0);
 }
 
-// 10 GB, nearly all of them a hole: half a minute's worth of megabytes at the beginning, and 5 s in the middle
-// whose clock is 3 s late by the mean rate.
+// 10 GB, nearly all of them a hole: some megabytes at the beginning, and 5 s in the middle whose clock is 3 s
+// late by the mean rate.
 TEST(PacedStream, SeeksInAHugeFileWithoutReadingIt) {
     constexpr std::int64_t kMiddle = 50'000; // seconds by the mean rate
     const Bytes head = Render(NumberedStream(500).packets);

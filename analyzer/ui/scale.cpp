@@ -1,0 +1,38 @@
+#include "analyzer/ui/scale.h"
+
+#include "contract/system_dlls.h"
+
+namespace vistrame {
+
+int DpiOf(HWND window) {
+    // Of Windows 10; before it one number holds for all screens.
+    static auto* const ofWindow = SystemFunction<UINT WINAPI(HWND)>(L"user32.dll", "GetDpiForWindow");
+    if (ofWindow != nullptr && window != nullptr) {
+        return static_cast<int>(ofWindow(window));
+    }
+    HDC screen = GetDC(nullptr);
+    const int dpi = GetDeviceCaps(screen, LOGPIXELSX);
+    (void)ReleaseDC(nullptr, screen); // cannot fail for a context just taken
+    return dpi > 0 ? dpi : 96;
+}
+
+HFONT MakeMessageFont(int dpi, bool bold) {
+    NONCLIENTMETRICSW metrics{};
+    metrics.cbSize = sizeof metrics;
+    // Zeroed metrics make the default font. They are those of the whole system's dots per inch.
+    (void)SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0);
+    LOGFONTW& look = metrics.lfMessageFont;
+    look.lfHeight = MulDiv(look.lfHeight, dpi, DpiOf(nullptr));
+    look.lfWeight = bold ? FW_BOLD : look.lfWeight;
+    return CreateFontIndirectW(&look);
+}
+
+HWND MakeChild(HWND parent, const wchar_t* kind, const wchar_t* text, DWORD style, int id, HFONT font,
+               DWORD extended) {
+    HWND made = CreateWindowExW(extended, kind, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, parent,
+                                reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+    (void)SendMessageW(made, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE); // answers nothing
+    return made;
+}
+
+} // namespace vistrame
