@@ -137,6 +137,8 @@ Section Uninstall
     RMDir "${MENU}"
     DeleteRegKey HKCU "${UNINSTALL}"
     DeleteRegKey /ifempty HKCU "Software\Microsoft\Windows\CurrentVersion\Uninstall" ; an earlier Windows has none
+    DeleteRegKey HKCU "Software\Vistrame\Analyzer" ; its window's place and recent files
+    DeleteRegKey /ifempty HKCU "Software\Vistrame"
     DeleteRegKey HKCU "${SETTINGS}"
     DeleteRegKey /ifempty HKCU "Software\Korvix\QVRA"
     DeleteRegKey /ifempty HKCU "Software\Korvix"
