@@ -142,7 +142,8 @@ void MultiplexMonitor::CheckTables(double now) {
         return;
     }
     count(now - lastPat_ > kTableMsec, patLate_, errors_.pat);
-    for (auto& [number, map] : maps_) {
+    for (auto& entry : maps_) {
+        MapWatch& map = entry.second;
         count(now - map.lastMapMsec > kTableMsec, map.pmtLate, errors_.pmt);
         const bool silent = std::ranges::any_of(map.programme.streams, [&](const ElementaryStream& stream) {
             return now - std::max(pids_[stream.pid].lastMsec, map.sinceMsec) > kPidMsec;

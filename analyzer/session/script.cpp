@@ -130,6 +130,10 @@ std::optional<Action> ParseMark(Arguments words) {
     return words.size() == 1 ? std::optional<Action>(MarkAction{words[0]}) : std::nullopt;
 }
 
+std::optional<Action> ParsePress(Arguments words) {
+    return words.size() == 1 ? std::optional<Action>(PressAction{words[0]}) : std::nullopt;
+}
+
 struct CommandRow {
     std::string_view name;
     std::string_view arguments;
@@ -163,6 +167,11 @@ constexpr std::array kCommands{
                ParseMotion},
     CommandRow{"count", "", "write into the log what the player holds of the system", ParseBare<CountAction>},
     CommandRow{"mark", "NAME", "write a line into the log", ParseMark},
+    CommandRow{
+        "press", "NAME",
+        "what the window does by button or key: settings, full-screen, screenshot, fit-shape, fit-whole, "
+        "fit-fill",
+        ParsePress},
     CommandRow{"end", "", "end the script", ParseBare<EndAction>},
 };
 

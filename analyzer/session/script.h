@@ -55,12 +55,15 @@ struct CountAction {};
 struct MarkAction {
     std::string name;
 };
+struct PressAction {
+    std::string name; // of a command of the window
+};
 struct EndAction {};
 
 using Action =
     std::variant<PlayAction, CommandAction, QuitAction, StallAction, ResumeAction, SeekAction, LoseAction,
                  DamageAction, CloseAction, SizeAction, SettingChange, WaitPictureAction, WaitExitAction,
-                 BeginMotionAction, EndMotionAction, CountAction, MarkAction, EndAction>;
+                 BeginMotionAction, EndMotionAction, CountAction, MarkAction, PressAction, EndAction>;
 
 struct ScriptLine {
     int number = 0;     // in the file, from 1

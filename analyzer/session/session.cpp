@@ -136,7 +136,7 @@ void Session::Run() {
         RunWindow();
     } else if (result_.Ok()) {
         result_ = RunScript();
-        if (result_.Ok() && options_.stayOpen) {
+        if (options_.stayOpen) {
             RunWindow();
         }
     }

@@ -32,6 +32,9 @@ public:
     static constexpr UINT kEndedMessage = WM_APP + 2; // the session is over; Result() stands
     static constexpr UINT kSizeMessage = WM_APP + 3;  // give the area the size wParam x lParam
 
+    // Do what the command named by the text at lParam (char*) does; answers 0 when there is none of the name.
+    static constexpr UINT kPressMessage = WM_APP + 4;
+
     struct Windows {
         HWND main = nullptr;
         HWND area = nullptr; // parent of the player's window
@@ -116,6 +119,7 @@ private:
     Outcome On(const EndMotionAction& action);
     Outcome On(const CountAction&);
     Outcome On(const MarkAction& action);
+    Outcome On(const PressAction& action);
     Outcome On(const EndAction&);
 
     Outcome StartPlayer(const Selection& selection);

@@ -264,6 +264,15 @@ Outcome Session::On(const MarkAction& action) {
     return {};
 }
 
+Outcome Session::On(const PressAction& action) {
+    const auto name = reinterpret_cast<LPARAM>(action.name.c_str());
+    if (SendMessageA(windows_.main, kPressMessage, 0, name) == 0) {
+        return {ExitCode::kUsage, "\"" + action.name + "\" is nothing that the window does"};
+    }
+    log_.Line("press " + action.name);
+    return {};
+}
+
 Outcome Session::On(const EndAction&) {
     scriptEnded_ = true;
     return {};

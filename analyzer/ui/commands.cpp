@@ -123,6 +123,20 @@ int ChooseFromMenu(HWND owner, const RECT& below, const std::vector<std::string>
     return chosen;
 }
 
+int CommandNamed(std::string_view name) {
+    struct Named {
+        std::string_view name;
+        int id;
+    };
+    // Only what asks nothing: a script cannot answer.
+    constexpr std::array kNames{
+        Named{"settings", kSettings},  Named{"full-screen", kFullScreen}, Named{"screenshot", kScreenshot},
+        Named{"fit-shape", kFitShape}, Named{"fit-whole", kFitWhole},     Named{"fit-fill", kFitFill},
+    };
+    const auto* const found = std::ranges::find(kNames, name, &Named::name);
+    return found != kNames.end() ? found->id : 0;
+}
+
 std::optional<Action> ActionOf(int id, unsigned& step) {
     constexpr std::uint32_t kStart = 100; // overlay pixels from the corner
     constexpr std::uint32_t kStride = 160;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <windows.h>
@@ -58,6 +59,9 @@ HACCEL MakeKeys();
 // none.
 int ChooseFromMenu(HWND owner, const RECT& below, const std::vector<std::string>& recent,
                    PlayerArea::Fit fit);
+
+// The command that scripts call so; 0: none.
+int CommandNamed(std::string_view name);
 
 // What the player is asked for by a command; nothing: it is not the player's. `step` counts how often the
 // overlay was moved.

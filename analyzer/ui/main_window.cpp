@@ -203,6 +203,7 @@ void MainWindow::ShowProgramme(const Session::Status& status, const MultiplexRea
         return;
     }
     const std::uint16_t number = status.selection->programme;
+    wanted_ = number; // a script may have chosen it
     const auto live = std::ranges::find_if(reading.programmes, [number](const ProgrammeReading& each) {
         return each.programme.number == number;
     });
@@ -280,6 +281,13 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
         case Session::kSizeMessage:
             SizeArea(static_cast<int>(w), static_cast<int>(l));
             return 0;
+        case Session::kPressMessage: {
+            const int id = CommandNamed(reinterpret_cast<const char*>(l));
+            if (id != 0 && session_) {
+                OnCommand(id, 0);
+            }
+            return id;
+        }
         case Session::kEndedMessage:
             OnEnded();
             return 0;
