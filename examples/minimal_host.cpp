@@ -113,15 +113,14 @@ int main(int count, char** words) {
     kind.hInstance = GetModuleHandleA(nullptr);
     kind.lpszClassName = "MinimalHost";
     RegisterClassA(&kind);
-    const HWND window =
+    HWND window =
         CreateWindowA("MinimalHost", "Minimal host", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_CLIPCHILDREN, 100,
                       100, 736, 614, nullptr, nullptr, kind.hInstance, nullptr);
 
     // The pipe first: the player looks for it for two seconds and goes on without.
     char name[64];
     (void)std::snprintf(name, sizeof name, kStreamPipeFormat, static_cast<unsigned>(kPipeNumber));
-    const HANDLE pipe =
-        CreateNamedPipeA(name, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 1 << 20, 0, 0, nullptr);
+    HANDLE pipe = CreateNamedPipeA(name, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 1 << 20, 0, 0, nullptr);
     std::thread(Feed, pipe, std::ifstream(words[2], std::ios::binary)).detach(); // ends with the process
 
     char line[512];

@@ -26,8 +26,8 @@ enum ExitCode : int { kWell = 0, kUsage = 1, kFile = 2, kNoGraph = 3 };
 
 // For the video's window to lie in, as it lies in the player's.
 HWND MakeWindow() {
-    const HWND window = CreateWindowA("STATIC", "vistrame-graph", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 0,
-                                      0, 720, 576, nullptr, nullptr, GetModuleHandleA(nullptr), nullptr);
+    HWND window = CreateWindowA("STATIC", "vistrame-graph", WS_POPUP | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0,
+                                720, 576, nullptr, nullptr, GetModuleHandleA(nullptr), nullptr);
     MainWindow = window;
     return window;
 }

@@ -45,12 +45,11 @@ std::string Node(const FilterRecord& filter, std::size_t number) {
             "<td port=\"p" + std::to_string(i) + "\">" + Escaped(pin.name) + "</td>";
     }
     const auto row = [](const std::string& cells) {
-        return cells.empty()
-                   ? ""
-                   : "<tr><td border=\"0\"><table border=\"0\" cellborder=\"1\" cellspacing=\"2\"><tr>" +
-                         cells + "</tr></table></td></tr>";
+        return cells.empty() ? ""
+                             : R"(<tr><td border="0"><table border="0" cellborder="1" cellspacing="2"><tr>)" +
+                                   cells + "</tr></table></td></tr>";
     };
-    return "    " + id + " [label=<<table border=\"1\" cellborder=\"0\" style=\"rounded\">" + row(inputs) +
+    return "    " + id + R"( [label=<<table border="1" cellborder="0" style="rounded">)" + row(inputs) +
            "<tr><td><b>" + Escaped(filter.name) + "</b><br/>" + filter.state +
            (filter.clock ? ", the graph's clock" : "") + "</td></tr>" + row(outputs) + "</table>>]\n";
 }

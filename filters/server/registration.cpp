@@ -1,5 +1,8 @@
 #include "filters/server/registration.h"
 
+#include <algorithm>
+#include <array>
+
 #include "filters/server/class_keys.h"
 #include "filters/server/mapper_entry.h"
 
@@ -16,13 +19,10 @@ bool IsOurs(const ClassKeys& keys, const std::wstring& key) {
 
 // Whether somebody else has the class, for whomever.
 bool IsAnothers(const std::wstring& key) {
-    for (const Scope scope : {Scope::Everybody, Scope::CurrentUser}) {
+    return std::ranges::any_of(std::array{Scope::Everybody, Scope::CurrentUser}, [&](Scope scope) {
         const ClassKeys keys(scope);
-        if (keys.Exists(key) && !IsOurs(keys, key)) {
-            return true;
-        }
-    }
-    return false;
+        return keys.Exists(key) && !IsOurs(keys, key);
+    });
 }
 
 HRESULT WriteClass(const ClassKeys& keys, const ClassRow& row, const std::wstring& path) {
