@@ -251,14 +251,15 @@ Outcome Session::FollowTables() {
     }
     // The chosen audio as long as it is there, otherwise one in its language.
     const auto same = SelectStreams(*programme, selection->audioPid);
-    const auto wanted = same ? same : SelectStreams(*programme, std::nullopt, language_);
+    const auto usual = SelectStreams(*programme, std::nullopt, language_);
+    const auto& wanted = same ? same : usual;
     if (!wanted || *wanted == *selection) {
         return {};
     }
     log_.Line(Format("tables programme %u changed", programme->number));
     PlayAction again{.programme = programme->number, .audioPid = {}};
-    if (wanted->audioPid != kNullPid) {
-        again.audioPid = wanted->audioPid;
+    if (wanted != usual) {
+        again.audioPid = wanted->audioPid; // the user has chosen it
     }
     return Execute(again);
 }

@@ -1,9 +1,14 @@
 // The analyzer as people use it: its window's list, buttons and settings, driven the way clicks drive them.
+#include <fstream>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "player/resources/resource_ids.h"
 #include "tests/end_to_end/analyzer_run.h"
+#include "tests/support/files.h"
+#include "transport/crc32.h"
+#include "transport/packet.h"
 #include "contract/settings.h"
 
 namespace vistrame::test {
@@ -99,6 +104,52 @@ TEST(Window, IsEnabledAgainWhenThePlayerEndsUnderItsBox) {
     }
     EXPECT_TRUE(IsWindowEnabled(window));
     PostMessageA(window, WM_CLOSE, 0, 0);
+    EXPECT_EQ(run.WaitForExit(kLimitMsec), 0U);
+}
+
+// The demo stream, whose two programmes change PIDs with each other in its middle: video and sound keep their
+// packets and get other numbers, and the maps say so.
+std::string StreamThatChanges() {
+    std::string bytes = FileContents(VISTRAME_DEMO_STREAM);
+    const auto swap = [&bytes](std::size_t at) { // between 0x1xx and 0x2xx
+        bytes[at] = static_cast<char>(bytes[at] ^ 3);
+    };
+    for (std::size_t at = bytes.size() / kPacketSize / 2 * kPacketSize; at < bytes.size();
+         at += kPacketSize) {
+        const PacketView packet(
+            std::span(reinterpret_cast<const std::uint8_t*>(&bytes[at]), kPacketSize).first<kPacketSize>());
+        const Pid pid = packet.PacketId();
+        if (pid >> 8 == 1 || pid >> 8 == 2) {
+            swap(at + 1);
+        } else if (pid >> 8 == 0x10 && packet.UnitStart()) {
+            const ByteSpan section = packet.Payload().subspan(1);
+            const std::size_t begin = at + kPacketSize - packet.Payload().size() + 1;
+            const std::size_t size = 3 + (ReadBig16(section, 1) & 0x0FFF);
+            swap(begin + 8); // the clock
+            for (std::size_t stream = 12; stream + 4 < size;
+                 stream += 5 + (ReadBig16(section, stream + 3) & 0xFFF)) {
+                swap(begin + stream + 1);
+            }
+            const std::uint32_t crc = Crc32Mpeg(section.first(size - 4));
+            for (std::size_t i = 0; i < 4; ++i) {
+                bytes[begin + size - 4 + i] = static_cast<char>(crc >> (24 - 8 * i));
+            }
+        }
+    }
+    const std::string path = NewDirectory("changes") + "changes.ts";
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+}
+
+TEST(Window, FollowsTheTablesAsTheyAreSent) {
+    const RegisteredFilters filters;
+    AnalyzerRun run({"--set", "UseVMR9=1", StreamThatChanges()},
+                    "0 play 1\n+0 wait picture 25\n+0 seek 11\n+4 mark over\n+0 quit\n");
+    ASSERT_TRUE(run.WaitForLine("select programme 1 video 0x0101 audio 0x0102", kLimitMsec));
+    ASSERT_TRUE(run.WaitForLine("tables programme 1 changed", kLimitMsec));
+    EXPECT_TRUE(run.WaitForLine("select programme 1 video 0x0201 audio 0x0202", kLimitMsec));
+    EXPECT_TRUE(run.WaitForLine("picture programme 1", kLimitMsec));
+    EXPECT_TRUE(run.WaitForLine("mark over", kLimitMsec));
     EXPECT_EQ(run.WaitForExit(kLimitMsec), 0U);
 }
 
