@@ -63,7 +63,7 @@ int CommandButtons::Height() const {
 
 void CommandButtons::Place(bool players, int x, int y, int width) const {
     const Where where = players ? Where::kPlayerButton : Where::kOwnButton;
-    const auto count = static_cast<int>(std::ranges::count(kRows, where, &Row::where));
+    const int count = std::max(static_cast<int>(std::ranges::count(kRows, where, &Row::where)), 1);
     const int gap = Scaled(parent_, kGap);
     const int each = std::min((width - (count - 1) * gap) / count, Scaled(parent_, 98));
     for (const Row& row : kRows) {

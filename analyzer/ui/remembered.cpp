@@ -14,7 +14,7 @@ constexpr wchar_t kPlacement[] = L"Window";
 
 std::vector<std::string> RecentFiles() {
     std::wstring texts(16384, L'\0');
-    auto size = static_cast<DWORD>(texts.size() * sizeof(wchar_t));
+    auto size = static_cast<DWORD>(texts.size()) * DWORD{sizeof(wchar_t)};
     std::vector<std::string> files;
     if (RegGetValueW(HKEY_CURRENT_USER, kKey, kRecent, RRF_RT_REG_MULTI_SZ, nullptr, texts.data(), &size) !=
         ERROR_SUCCESS) {
@@ -36,7 +36,7 @@ void RememberFile(const std::string& path) {
         texts += Widen(file) + L'\0';
     }
     (void)RegSetKeyValueW(HKEY_CURRENT_USER, kKey, kRecent, REG_MULTI_SZ, texts.c_str(),
-                          static_cast<DWORD>((texts.size() + 1) * sizeof(wchar_t)));
+                          static_cast<DWORD>(texts.size() + 1) * DWORD{sizeof(wchar_t)});
 }
 
 std::optional<WINDOWPLACEMENT> RememberedPlacement() {
