@@ -34,7 +34,8 @@ std::optional<SectionHeader> ReadHeader(ByteSpan section, std::uint8_t table, By
                          .lastNumber = section[7]};
 }
 
-// A descriptor loop behind its length at `at`, of 12 bits unless said otherwise; nothing when it does not fit.
+// A descriptor loop behind its length at `at`, of 12 bits unless said otherwise; nothing when it does not
+// fit.
 std::optional<ByteSpan> ReadLoop(ByteSpan body, std::size_t at, unsigned lengthMask = 0x0FFF) {
     if (body.size() < at + 2) {
         return std::nullopt;

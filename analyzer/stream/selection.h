@@ -28,8 +28,8 @@ std::optional<Selection> SelectStreams(const Programme& programme, std::optional
 // The audios that can be selected.
 std::vector<ElementaryStream> PlayableAudio(const Programme& programme);
 
-// "audio 0x0102 MPEG audio eng, audio description", one line per stream of the programme, for the table and the
-// window.
+// "audio 0x0102 MPEG audio eng, audio description", one line per stream of the programme, for the table and
+// the window.
 std::string DescribeStream(const ElementaryStream& stream);
 // Name of the service table, or "Programme N".
 std::string ProgrammeTitle(const Programme& programme);

@@ -1,5 +1,5 @@
-// How long the player takes to make and let go of its graph, against the bare creation and release of the same
-// objects: filter graph, filters, Direct3D device. The filters are the registered ones.
+// How long the player takes to make and let go of its graph, against the bare creation and release of the
+// same objects: filter graph, filters, Direct3D device. The filters are the registered ones.
 #include <algorithm>
 #include <cstdio>
 #include <vector>

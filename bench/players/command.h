@@ -7,8 +7,8 @@
 
 namespace vistrame::bench {
 
-// Runs in a process group of its own, its words $1 being `stream`, with nothing to read and nobody to print to;
-// ended with all its processes by the destructor.
+// Runs in a process group of its own, its words $1 being `stream`, with nothing to read and nobody to print
+// to; ended with all its processes by the destructor.
 class Command {
 public:
     Command(const std::string& command, const std::string& stream);

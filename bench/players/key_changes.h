@@ -16,9 +16,9 @@ struct KeyPlayer {
 // VLC is not among them: it takes its key for the next programme and goes on as before.
 std::vector<KeyPlayer> KeyPlayers();
 
-// `stream`: of make-streams, with programmes of the colours 1 and 2, sent at its own pace. Milliseconds of each
-// change from the key to the other programme's picture on the screen, sorted; less than `changes` when the
-// player did not change any more. Needs a session.
+// `stream`: of make-streams, with programmes of the colours 1 and 2, sent at its own pace. Milliseconds of
+// each change from the key to the other programme's picture on the screen, sorted; less than `changes` when
+// the player did not change any more. Needs a session.
 std::vector<double> ChangesByKey(const KeyPlayer& player, const std::string& stream, int changes);
 
 } // namespace vistrame::bench

@@ -1,5 +1,5 @@
-// How long a change of programme takes in a running player, from `SetPid`, or the key of another player, to the
-// first picture on the screen, wherever in the group of pictures it falls.
+// How long a change of programme takes in a running player, from `SetPid`, or the key of another player, to
+// the first picture on the screen, wherever in the group of pictures it falls.
 //
 // usage: programme_changes BUILD STREAMS REPORT [CHANGES]      inside a session; REPORT is appended to
 #include <algorithm>

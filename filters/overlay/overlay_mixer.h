@@ -18,8 +18,9 @@ namespace vistrame {
 // asked for while connecting): pictures come in YUV at their own size, whatever that is and becomes, and are
 // scaled and converted once, to the window's size. The renderer keeps the time: for each picture it gets a
 // small black one of the same times, whose place in its window is outside of it, and when it has taken that,
-// the picture is due. So pausing, flushing and stopping are the renderer's too. The renderer's thread erases its
-// window when that is shown or uncovered; a worker here paints the last picture again while no new one comes.
+// the picture is due. So pausing, flushing and stopping are the renderer's too. The renderer's thread erases
+// its window when that is shown or uncovered; a worker here paints the last picture again while no new one
+// comes.
 //
 // The graph's default renderer is one that mixes itself, so this filter refuses that and brings the one with
 // a window along into the graph it joins; whoever renders the output finds it there, without the 0.1 s that a

@@ -15,9 +15,9 @@ namespace vistrame {
 // Paints pictures over the whole of a window, which may be another thread's: scaled once, from the decoder's
 // own layout to the window's size.
 //
-// Nobody asks for a picture again when the window has been erased, uncovered or given another size: that is the
-// window's own thread's matter, which knows nothing of them. So whoever has no new picture for it repaints the
-// last one from time to time.
+// Nobody asks for a picture again when the window has been erased, uncovered or given another size: that is
+// the window's own thread's matter, which knows nothing of them. So whoever has no new picture for it
+// repaints the last one from time to time.
 //
 // Units      pixels.
 // Threads    any; Prepare and Show from one at a time.
