@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build package test live play pictures format format-check docs-check tidy bench fuzz soak clean
+.PHONY: help setup build package try-package test live play pictures format format-check docs-check tidy bench fuzz soak clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -24,6 +24,9 @@ pictures: ## take the pictures of the analyzer's window that the docs show
 build: ## build the product: build/mingw32
 	@tools/setup play
 	@tools/build mingw32
+
+try-package: ## the package by mouse and keyboard: installed, used, removed, a picture of each step
+	@tools/try-package
 
 package: ## zip and installer for Windows: build/package
 	@tools/package

@@ -137,6 +137,7 @@ void MeasureBusy(const std::vector<Player>& players, const std::string& streams,
         double costs[2] = {};
         for (int busy = 0; busy < 2; ++busy) {
             std::vector<Figures> all;
+            all.reserve(static_cast<std::size_t>(runs));
             for (int run = 0; run < runs; ++run) {
                 all.push_back(Play(
                     player, streams + (busy != 0 ? "/steady-busy576i25.ts" : "/steady-576i25.ts"), seconds));
