@@ -124,7 +124,7 @@ LRESULT SettingsWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
         case WM_CLOSE:
             (void)ShowWindow(window_, SW_HIDE);
             return 0;
-        case WM_NEXTDLGCTL: // Alt and a label's letter: to the label, then on; no dialog's procedure does it here
+        case WM_NEXTDLGCTL: // Alt and a label's letter: to the label, then on; this is no dialog, which would
             (void)SetFocus(LOWORD(l) != 0 ? reinterpret_cast<HWND>(w)
                                           : GetNextDlgTabItem(window_, GetFocus(), w != 0));
             return 0;
