@@ -125,13 +125,13 @@ int main(int count, char** words) {
         std::fflush(stdout);
         report << row << "\n" << std::flush;
     };
-    const int changes = count > 4 ? std::atoi(words[4]) : 17;
+    const int changes = count > 4 ? std::atoi(words[4]) : 9;
     for (const Stream& stream : kStreams) {
         for (const int renderer : {1, 0}) {
             tell(Row(session, words[1], words[2], stream, renderer, changes));
         }
         for (const KeyPlayer& player : KeyPlayers()) {
-            tell(OtherRow(player, words[2], stream, std::min(changes, 7)));
+            tell(OtherRow(player, words[2], stream, std::min(changes, 5)));
         }
     }
     return report ? 0 : 1;

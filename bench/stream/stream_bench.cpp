@@ -33,7 +33,8 @@ constexpr CLSID kNullRenderer = {
 constexpr ULONG kVideoPid = 256, kAudioPid = 257;
 constexpr DWORD kWrite = 65'536; // as the analyzer writes
 constexpr DWORD kPipeBytes = DWORD{1} << 20;
-constexpr double kBytesPerRound = 64e6;
+constexpr std::uint64_t kBytesPerRound = 64'000'000;
+constexpr double kMegabytes = kBytesPerRound / 1e6;
 constexpr double kPace = 20e6; // bytes a second, 160 Mbit/s, far below what fills the feed's queue
 constexpr int kRounds = 15;
 constexpr double kReaderGoal = 0.97; // of the bare loop's speed
@@ -54,14 +55,14 @@ public:
     ~Pipe() = default; // its reader reads until the process ends
 
     // Everything has been read on return. `pace`: bytes a second, 0 for as fast as it goes.
-    void Write(ByteSpan stream, double bytes, double pace) {
+    void Write(ByteSpan stream, std::uint64_t bytes, double pace) {
         const DWORD begin = GetTickCount();
         std::size_t at = 0;
-        for (double sent = 0; sent < bytes; sent += kWrite) {
+        for (std::uint64_t sent = 0; sent < bytes; sent += kWrite) {
             DWORD written = 0;
             (void)WriteFile(server_, stream.data() + at, kWrite, &written, nullptr);
             at = at + 2 * kWrite > stream.size() ? 0 : at + kWrite;
-            while (pace > 0 && GetTickCount() - begin < sent / pace * 1000) {
+            while (pace > 0 && GetTickCount() - begin < static_cast<double>(sent) / pace * 1000) {
                 Sleep(1);
             }
         }
@@ -177,8 +178,8 @@ int Run(const char* path) {
     const RoundTimes pipes = TakeTurns(
         kRounds, [&] { ours.Write(stream, kBytesPerRound, 0); },
         [&] { bare.Write(stream, kBytesPerRound, 0); });
-    Tell("pipe to nowhere", "bare loop of ReadFile", kBytesPerRound / pipes.ours / 1e6,
-         kBytesPerRound / pipes.peer / 1e6, kReaderGoal);
+    Tell("pipe to nowhere", "bare loop of ReadFile", kMegabytes / pipes.ours, kMegabytes / pipes.peer,
+         kReaderGoal);
 
     // The feed filter takes what comes and drops what it has no room for, so speed means processor time here.
     Graph graph;
@@ -200,8 +201,8 @@ int Run(const char* path) {
         through = std::min(through, cost(graph.data.Get()));
     }
     graph.Stop();
-    Tell("feed filter and demultiplexer, by processor time", "pipe to nowhere",
-         kBytesPerRound / through / 1e6, kBytesPerRound / alone / 1e6, kGraphGoal);
+    Tell("feed filter and demultiplexer, by processor time", "pipe to nowhere", kMegabytes / through,
+         kMegabytes / alone, kGraphGoal);
     std::fflush(stdout);
     // The readers would wait for ever.
     TerminateProcess(GetCurrentProcess(), 0);
