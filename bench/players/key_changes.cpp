@@ -54,15 +54,6 @@ std::vector<KeyPlayer> KeyPlayers() {
     const std::string live =
         "ffmpeg -v quiet -nostdin -re -stream_loop -1 -i \"$1\" -map 0 -c copy -f mpegts - | ";
     return {
-        {"mpv",
-         live + "mpv --no-config --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border --no-osc "
-                "--osd-level=0 -",
-         "x"},
-        {"mpv, low latency",
-         live +
-             "mpv --no-config --profile=low-latency --vo=x11 --hwdec=no --geometry=480x270+0+0 --no-border "
-             "--no-osc --osd-level=0 --input-conf=<(echo x cycle-values vid 2 1) -",
-         "x"},
         {"ffplay",
          live + "SDL_RENDER_DRIVER=software ffplay -loglevel quiet -noborder -left 0 -top 0 -x 480 -y 270 -",
          "c"},

@@ -130,9 +130,10 @@ int main(int count, char** words) {
         for (const int renderer : {1, 0}) {
             tell(Row(session, words[1], words[2], stream, renderer, changes));
         }
-        for (const KeyPlayer& player : KeyPlayers()) {
-            tell(OtherRow(player, words[2], stream, std::min(changes, 5)));
-        }
+    }
+    // Behind longer groups no change of theirs is seen.
+    for (const KeyPlayer& player : KeyPlayers()) {
+        tell(OtherRow(player, words[2], kStreams[0], changes));
     }
     return report ? 0 : 1;
 }
