@@ -1,8 +1,9 @@
 # shellcheck shell=bash
 # What a program's installer may leave behind in a session's Windows.
 
-# Files and keys, but for what the system itself makes at the first sound, picture or file dialog.
 : "${repo:?}"
+
+# Files and keys, but for what the system itself makes at the first sound, picture or file dialog.
 wine_state() {
     (cd "$WINEPREFIX/drive_c" && find . ! -path './users/*/Temp/*' ! -path './windows/*' | sort)
     local key file=$VISTRAME_SESSION/keys.reg
