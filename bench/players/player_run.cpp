@@ -20,6 +20,7 @@ using live::ScreenWatch;
 constexpr double kPatience = 30; // seconds for the first picture
 constexpr double kSettle = 2;
 constexpr double kBetweenStarts = 1.5;
+constexpr double kSettleBelow = 2; // for each player below: they, too, are all to play, and the last on top
 
 void Sleep(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
@@ -97,7 +98,7 @@ Figures Play(const Player& player, const std::string& stream, double seconds, in
         Sleep(0.01);
     }
     figures.firstPicture = Now() - started;
-    Sleep(kSettle);
+    Sleep(kSettle + kSettleBelow * (copies - 1));
     const std::vector<pid_t> processes = FindProcesses(player.process, SessionMark());
     const std::vector<pid_t> around = Around();
     const double begin = Now();

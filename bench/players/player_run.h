@@ -31,7 +31,7 @@ struct Figures {
 };
 
 // Two seconds after the first picture the figures begin; `seconds` later the player is ended. With `copies`
-// of it, one after the other in the same place, the cost is that of all, and the pictures are those of the
+// of it (two seconds more each), one after the other in the same place, the cost is that of all, and the pictures are those of the
 // last, which is on top. Needs a session.
 Figures Play(const Player& player, const std::string& stream, double seconds, int copies = 1);
 

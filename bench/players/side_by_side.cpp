@@ -1,9 +1,10 @@
 // Our player beside others on the same streams in one run: processor time, memory, pictures never seen,
 // longest hold, time from the command to the first picture; then several players at once.
 //
-// usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER]]]      inside a session
+// usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER [PART]]]]      inside a session
 //
-// Medians of RUNS (3) runs of SECONDS (15); PLAYER: those only whose name has that in it.
+// Medians of RUNS (3) runs of SECONDS (15); PLAYER: those only whose name has that in it; PART: that alone of
+// "rows", "busy" and "several".
 //
 // BUILD is the product's build folder with its filters registered, STREAMS that of tests/live/make-streams.
 #include <algorithm>
@@ -163,7 +164,7 @@ void MeasureBusy(const std::vector<Player>& players, const std::string& streams,
 int main(int count, char** words) {
     using namespace vistrame::bench;
     if (count < 4) {
-        std::fputs("usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER]]]\n", stderr);
+        std::fputs("usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER [PART]]]]\n", stderr);
         return 2;
     }
     std::ofstream report(words[3]);
@@ -177,15 +178,23 @@ int main(int count, char** words) {
         std::erase_if(players,
                       [&](const Player& player) { return player.name.find(words[6]) == std::string::npos; });
     }
-    Charts charts;
-    for (const Row& row : kRows) {
-        Measure(row, players, words[2], runs, seconds, report, charts);
+    const std::string part = count > 7 ? words[7] : "";
+    bool drawn = true;
+    if (part.empty() || part == "rows") {
+        Charts charts;
+        for (const Row& row : kRows) {
+            Measure(row, players, words[2], runs, seconds, report, charts);
+        }
+        const std::string beside = std::string(words[3]).substr(0, std::string(words[3]).rfind('/') + 1);
+        drawn = WriteBars(beside + "processor.svg", "Processor time of the player, seconds per second",
+                          charts.processor) &&
+                WriteBars(beside + "memory.svg", "Memory of the player, MiB (PSS)", charts.memory);
     }
-    const std::string beside = std::string(words[3]).substr(0, std::string(words[3]).rfind('/') + 1);
-    const bool drawn = WriteBars(beside + "processor.svg", "Processor time of the player, seconds per second",
-                                 charts.processor) &&
-                       WriteBars(beside + "memory.svg", "Memory of the player, MiB (PSS)", charts.memory);
-    MeasureBusy(players, words[2], runs, seconds, report);
-    MeasureCrowd(players, words[2], seconds, report);
+    if (part.empty() || part == "busy") {
+        MeasureBusy(players, words[2], runs, seconds, report);
+    }
+    if (part.empty() || part == "several") {
+        MeasureCrowd(players, words[2], seconds, report);
+    }
     return report && drawn ? 0 : 1;
 }

@@ -9,6 +9,7 @@
 #include <windows.h>
 #include <dshow.h>
 
+#include "filters/base/lock.h"
 #include "filters/base/com_object.h"
 #include "filters/base/trace.h"
 
@@ -108,7 +109,7 @@ private:
     std::atomic<FILTER_STATE> state_ = State_Stopped;
     std::atomic<REFERENCE_TIME> streamStart_ = 0;
 
-    mutable std::mutex leafLock_; // guards what follows; nothing is called under it
+    mutable Lock leafLock_; // guards what follows; nothing is called under it
     std::vector<std::unique_ptr<BasePin>> pins_;
     std::vector<std::unique_ptr<BasePin>> retiredPins_;
     ComPtr<IReferenceClock> clock_;

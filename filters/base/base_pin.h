@@ -1,12 +1,12 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <windows.h>
 #include <dshow.h>
 
+#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/com_object.h"
 #include "filters/base/media_type.h"
@@ -93,7 +93,7 @@ private:
     const PIN_DIRECTION direction_;
     const std::wstring name_;
 
-    mutable std::mutex leafLock_; // guards what follows; nothing is called under it
+    mutable Lock leafLock_; // guards what follows; nothing is called under it
     ComPtr<IPin> peer_;
     MediaType type_;
 };

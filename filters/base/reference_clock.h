@@ -1,13 +1,12 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 #include <windows.h>
 #include <dshow.h>
 
+#include "filters/base/lock.h"
 #include "filters/base/com_object.h"
 #include "filters/base/worker_thread.h"
 
@@ -59,7 +58,7 @@ private:
     // Wakes who is due; returns the milliseconds to sleep.
     DWORD Serve(REFERENCE_TIME now);
 
-    std::mutex lock_; // guards what follows
+    Lock lock_; // guards what follows
     std::vector<Request> requests_;
     DWORD_PTR nextCookie_ = 1;
     bool stopping_ = false;

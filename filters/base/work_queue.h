@@ -1,13 +1,13 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
 #include <mutex>
 #include <utility>
 
+#include "filters/base/lock.h"
 #include "filters/base/guarded.h"
 #include "filters/base/worker_thread.h"
 
@@ -141,8 +141,8 @@ private:
 
     const std::size_t maxCount_;
     const std::size_t maxWeight_;
-    mutable std::mutex lock_; // guards what follows
-    std::condition_variable changed_;
+    mutable Lock lock_; // guards what follows
+    Condition changed_;
     std::deque<std::pair<Item, std::size_t>> items_;
     std::size_t weight_ = 0;
     bool running_ = false;

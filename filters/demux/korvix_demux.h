@@ -1,9 +1,8 @@
 #pragma once
 
 #include <array>
-#include <condition_variable>
-#include <mutex>
 
+#include "filters/base/lock.h"
 #include "filters/base/worker_thread.h"
 #include "filters/demux/demux_filter.h"
 #include "filters/demux/stall_counter.h"
@@ -55,10 +54,10 @@ private:
     Output video_;
     Output audio_;
 
-    std::mutex attachLock_; // one AttachOsd at a time; guards statusThread_
+    Lock attachLock_; // one AttachOsd at a time; guards statusThread_
     WorkerThread statusThread_;
-    std::mutex statusLock_; // leaf; guards stopStatus_
-    std::condition_variable statusChanged_;
+    Lock statusLock_; // leaf; guards stopStatus_
+    Condition statusChanged_;
     bool stopStatus_ = false;
 };
 

@@ -2,12 +2,11 @@
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <optional>
 
+#include "filters/base/lock.h"
 #include "filters/base/reference_time.h"
 #include "filters/pace/delay_keeper.h"
 
@@ -92,8 +91,8 @@ private:
     void Moved(const char* why);
     std::chrono::milliseconds UntilSettled(std::int64_t now) const;
 
-    mutable std::mutex lock_; // guards what follows
-    std::condition_variable changed_;
+    mutable Lock lock_; // guards what follows
+    Condition changed_;
     std::uint64_t changes_ = 0; // so that none is missed between asking `now` and waiting
     std::array<Stream, kStreams> streams_;
     bool running_ = false;

@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "filters/base/lock.h"
 #include "filters/base/reference_clock.h"
 #include "filters/base/reference_time.h"
 
@@ -40,7 +41,7 @@ private:
     void SetRate(double rate, REFERENCE_TIME now);
 
     const TimeSource systemTime_;
-    mutable std::mutex lock_; // guards what follows
+    mutable Lock lock_; // guards what follows
     // The line the clock runs on.
     REFERENCE_TIME lineSystem_;
     REFERENCE_TIME lineTime_;

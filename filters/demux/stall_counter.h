@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 
+#include "filters/base/lock.h"
 #include "filters/base/reference_time.h"
 
 namespace vistrame {
@@ -29,7 +29,7 @@ public:
     std::uint32_t Count(std::int64_t now) const;
 
 private:
-    mutable std::mutex lock_; // guards what follows
+    mutable Lock lock_; // guards what follows
     bool selected_ = false;
     std::int64_t stalled_ = 0;                  // before countingSince_
     std::optional<std::int64_t> countingSince_; // while running

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <vector>
 
+#include "filters/base/lock.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_time.h"
 #include "filters/base/worker_thread.h"
@@ -80,14 +80,14 @@ private:
     DemuxFilter& owner_;
     UnitQueue queue_;
     WorkerThread worker_;
-    std::mutex deliveryLock_; // held while a unit goes downstream, so that the end of a flush can wait for it
+    Lock deliveryLock_; // held while a unit goes downstream, so that the end of a flush can wait for it
     std::atomic<Coding> coding_ = Coding::kOther;
     std::atomic<bool> showAtOnce_ = true;    // the next picture is the first of a start
     std::atomic<std::uint64_t> dropped_ = 0; // outside the queue: too late, or no memory; for the trace
     bool lost_ = false;                      // stream lock: the next unit does not continue
     bool broken_ = false;                    // worker: the next sample does not continue
 
-    mutable std::mutex typesLock_; // leaf; guards types_
+    mutable Lock typesLock_; // leaf; guards types_
     std::vector<MediaType> types_;
 };
 

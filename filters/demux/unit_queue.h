@@ -1,12 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <vector>
+
+#include "filters/base/lock.h"
 
 namespace vistrame {
 
@@ -69,8 +69,8 @@ private:
     void Await();
     bool PatienceEnds();
 
-    mutable std::mutex lock_; // guards what follows
-    std::condition_variable changed_;
+    mutable Lock lock_; // guards what follows
+    Condition changed_;
     std::deque<QueuedUnit> units_;
     std::size_t bytes_ = 0;
     std::uint64_t dropped_ = 0;

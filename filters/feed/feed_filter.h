@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <vector>
 
+#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_clock.h"
@@ -79,7 +79,7 @@ private:
     SystemClockEngine clock_;
     WorkQueue<Block> queue_; // runs while the connected pin is active
     // Keeps data and marks in the order of the calls; guards what follows up to missing_.
-    std::mutex pushLock_;
+    Lock pushLock_;
     std::deque<EarlyBlock> early_; // until started_
     std::size_t earlyBytes_ = 0;
     bool started_ = false;  // has been active once

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
+#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/worker_thread.h"
@@ -66,8 +65,8 @@ private:
     bool Paint(const Content& content, unsigned version);
     void Deliver(const Content& content, unsigned version);
 
-    mutable std::mutex lock_; // guards content_, version_, running_; nothing is called under it
-    std::condition_variable changed_;
+    mutable Lock lock_; // guards content_, version_, running_; nothing is called under it
+    Condition changed_;
     Content content_;
     unsigned version_ = 0; // of content_
     bool running_ = false;

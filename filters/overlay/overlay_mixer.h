@@ -1,8 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
-
+#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/input_pin.h"
 #include "filters/base/output_pin.h"
@@ -58,8 +56,8 @@ private:
     MixerOutput* output_;
     bool paints_ = false;   // connecting, or while there is none
     WindowPainter painter_; // its window is the renderer's, while active and paints_
-    std::mutex endLock_;    // guards what follows
-    std::condition_variable ended_;
+    Lock endLock_;          // guards what follows
+    Condition ended_;
     bool painting_ = false;
     WorkerThread painterThread_;
 };

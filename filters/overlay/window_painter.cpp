@@ -61,20 +61,23 @@ void WindowPainter::Show() {
     if (next_.picture) {
         std::swap(next_, shown_);
         next_.picture.reset();
-        Paint();
+        // As large as the window was a moment ago; a size of now would be a question to the system for each
+        // picture, and one that has changed since is made good by the next picture or by Repaint.
+        Paint(shown_.picture->width, shown_.picture->height);
     }
 }
 
 void WindowPainter::Repaint(std::chrono::milliseconds age) {
     const std::lock_guard lock(lock_);
-    if (std::chrono::steady_clock::now() - painted_ >= age) {
-        Paint();
+    RECT client{};
+    if (shown_.picture && std::chrono::steady_clock::now() - painted_ >= age &&
+        GetClientRect(window_, &client) != FALSE) {
+        Paint(client.right, client.bottom);
     }
 }
 
-void WindowPainter::Paint() {
-    RECT client{};
-    auto* const dc = shown_.picture && GetClientRect(window_, &client) != FALSE ? GetDC(window_) : nullptr;
+void WindowPainter::Paint(long width, long height) {
+    auto* const dc = GetDC(window_);
     if (dc == nullptr) {
         return;
     }
@@ -87,13 +90,13 @@ void WindowPainter::Paint() {
     format.bmiHeader.biPlanes = 1;
     format.bmiHeader.biBitCount = static_cast<WORD>(picture.pixels.bits);
     format.bmiHeader.biCompression = BI_RGB;
-    if (client.right == picture.width && client.bottom == picture.height) {
+    if (width == picture.width && height == picture.height) {
         (void)SetDIBitsToDevice(dc, 0, 0, static_cast<DWORD>(picture.width),
                                 static_cast<DWORD>(picture.height), 0, 0, 0, static_cast<UINT>(picture.lines),
                                 shown_.pixels.data(), &format, DIB_RGB_COLORS);
     } else {
         (void)SetStretchBltMode(dc, COLORONCOLOR);
-        (void)StretchDIBits(dc, 0, 0, client.right, client.bottom, 0, 0, picture.width, picture.height,
+        (void)StretchDIBits(dc, 0, 0, width, height, 0, 0, picture.width, picture.height,
                             shown_.pixels.data(), &format, DIB_RGB_COLORS, SRCCOPY);
     }
     (void)ReleaseDC(window_, dc);

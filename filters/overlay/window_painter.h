@@ -1,12 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include <windows.h>
 
+#include "filters/base/lock.h"
 #include "filters/pictures/picture_types.h"
 #include "filters/pictures/picture_writer.h"
 
@@ -40,9 +40,10 @@ private:
         std::optional<PictureBuffer> picture; // how the pixels lie
         std::vector<std::uint8_t> pixels;
     };
-    void Paint();
+    // Into a window of this size.
+    void Paint(long width, long height);
 
-    std::mutex lock_; // guards what follows
+    Lock lock_; // guards what follows
     HWND window_ = nullptr;
     Ready next_;
     Ready shown_;
