@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/input_pin.h"
@@ -54,9 +56,9 @@ private:
 
     MixerInput* input_;
     MixerOutput* output_;
-    bool paints_ = false;   // connecting, or while there is none
-    WindowPainter painter_; // its window is the renderer's, while active and paints_
-    Lock endLock_;          // guards what follows
+    std::atomic<bool> paints_ = false; // set by connecting; a neighbour may ask for types meanwhile
+    WindowPainter painter_;            // its window is the renderer's, while active and paints_
+    Lock endLock_;                     // guards what follows
     Condition ended_;
     bool painting_ = false;
     WorkerThread painterThread_;
