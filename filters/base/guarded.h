@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include <windows.h>
+#include "filters/base/result.h"
 
 namespace vistrame {
 

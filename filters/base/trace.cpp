@@ -30,7 +30,7 @@ void TraceLine::Write() const noexcept {
     std::ranges::copy(kMark, line.begin());
     std::ranges::copy(Text(), line.begin() + kMark.size());
     line.at(kMark.size() + size_) = '\n';
-    OutputDebugStringA(line.data());
+    WriteTraceLine(line.data());
 }
 
 } // namespace vistrame

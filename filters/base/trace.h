@@ -6,12 +6,10 @@
 #include <cstdint>
 #include <string_view>
 
-#include <windows.h>
-
 namespace vistrame {
 
 // Says what happens inside the filters, a line per event, to whoever reads OutputDebugString: a debugger, or
-// Wine's channel "debugstr".
+// Wine's channel "debugstr". Where there is no Windows, on standard error.
 //
 //     Trace(pin, ": connected as ", type, ", buffers of ", bytes, " bytes");
 //
@@ -21,14 +19,19 @@ namespace vistrame {
 //
 // Threads    any, under any lock but that of a filter's or pin's own data, which naming it takes.
 // Errors     none come out, and no memory is needed; a line that is too long is cut.
-inline const bool kTraceOn = GetEnvironmentVariableW(L"VISTRAME_TRACE", nullptr, 0) != 0;
+bool TraceIsWanted() noexcept;
+inline const bool kTraceOn = TraceIsWanted();
+
+// One line, its newline included, to where this system's traces go.
+void WriteTraceLine(const char* line) noexcept;
 
 // A number for people who compare results and PIDs.
 struct Hex {
     std::uint32_t value;
 };
 
-constexpr Hex HexOf(HRESULT result) {
+// Of an HRESULT, which is a long.
+constexpr Hex HexOf(long result) {
     return {static_cast<std::uint32_t>(result)};
 }
 

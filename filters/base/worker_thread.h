@@ -2,11 +2,10 @@
 
 #include <functional>
 
-#include <windows.h>
-
 namespace vistrame {
 
-// A thread of a filter's own.
+// A thread of a filter's own. Where there is no Windows, a plain one, so that what is built on it can be
+// tested there.
 //
 // Threads    Start and Join from one thread at a time, never from the worker. The worker is a member of the
 //            multithreaded apartment for its life, since it calls into other filters.
@@ -28,7 +27,7 @@ public:
     bool IsStarted() const { return handle_ != nullptr; }
 
 private:
-    HANDLE handle_ = nullptr;
+    void* handle_ = nullptr; // the system's handle
 };
 
 } // namespace vistrame

@@ -86,16 +86,29 @@ void WriteFilterInputs() {
     }
 }
 
+// In timing_fuzz: a run with both streams and the clock every 40 ms, and a look at the offset.
+void WriteTimingInput() {
+    Bytes input{0, 0, 0, 0, 0, 0, 0, 0};
+    for (int i = 0; i < 20; ++i) {
+        for (const std::uint8_t what : {5, 13, 3, i % 8 == 7 ? 4 : 3}) {
+            const std::uint8_t later = what == 5 ? 40 : 0;
+            input.insert(input.end(), {what, 0, later, 0x80, 0, 0, 20, 0});
+        }
+    }
+    Write("timing_fuzz/run", {}, input);
+}
+
 } // namespace
 
 // usage: transport_seeds DIRECTORY
 int main(int /*count*/, char** arguments) {
-    for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz", "filters_fuzz"}) {
+    for (const char* fuzzer : {"demultiplexer_fuzz", "parsers_fuzz", "filters_fuzz", "timing_fuzz"}) {
         std::filesystem::create_directories(std::filesystem::path(arguments[1]) / fuzzer);
     }
     std::filesystem::current_path(arguments[1]);
     WriteStreams();
     WriteParserInputs();
     WriteFilterInputs();
+    WriteTimingInput();
     return 0;
 }
