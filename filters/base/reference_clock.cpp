@@ -6,6 +6,7 @@
 
 #include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
+#include "contract/system_dlls.h"
 
 namespace vistrame {
 
@@ -21,7 +22,8 @@ REFERENCE_TIME SystemTime() {
 
 namespace {
 
-// The system's timer in its finest steps, while it is wanted.
+// The system's timer in its finest steps, while it is wanted. Its functions are looked up: the system looks
+// for a linked winmm.dll in the folder of our module first.
 class FineTimer {
 public:
     FineTimer() = default;
@@ -31,9 +33,12 @@ public:
 
     void Want(bool wanted) {
         if (wanted && !granted_) {
-            granted_ = timeBeginPeriod(kMilliseconds) == TIMERR_NOERROR;
+            static auto* const begin =
+                SystemFunction<decltype(timeBeginPeriod)>(L"winmm.dll", "timeBeginPeriod");
+            granted_ = begin != nullptr && begin(kMilliseconds) == TIMERR_NOERROR;
         } else if (!wanted && granted_) {
-            timeEndPeriod(kMilliseconds);
+            static auto* const end = SystemFunction<decltype(timeEndPeriod)>(L"winmm.dll", "timeEndPeriod");
+            (void)(end != nullptr && end(kMilliseconds)); // it was granted
             granted_ = false;
         }
     }
