@@ -11,7 +11,6 @@ namespace {
 
 constexpr DWORD kLength = 3000; // milliseconds of the stream
 constexpr DWORD kChunk = 20;
-constexpr ULONG kVideoPid = 0x100, kAudioPid = 0x101; // as FFmpeg numbers them
 
 } // namespace
 
@@ -55,7 +54,7 @@ PlayingGraph::PlayingGraph() {
     EXPECT_EQ(graph.Connect(PinOf(demux, L"Audio Out").Get(), &audio->Input()), S_OK);
     EXPECT_EQ(graph.Connect(&video->Output(), &pictures->Input()), S_OK);
     EXPECT_EQ(graph.Connect(&audio->Output(), &sound->Input()), S_OK);
-    EXPECT_EQ(demux->SetPids(kVideoPid, kAudioPid, kVideoPid), S_OK);
+    EXPECT_EQ(demux->SetPids(kBroadcastVideo, kBroadcastAudio, kBroadcastVideo), S_OK);
 }
 
 } // namespace vistrame::test

@@ -25,6 +25,8 @@ private:
 // Whether the calling thread has entered the multithreaded apartment itself; others merely borrow it.
 bool InMultithreadedApartment();
 
+inline constexpr ULONG kBroadcastVideo = 0x100, kBroadcastAudio = 0x101; // as FFmpeg numbers them
+
 // A broadcast without end: picture and sound of mpeg2_576i.ts.
 class Broadcast {
 public:

@@ -3,6 +3,7 @@
 
 #include "filters/osd_source/osd_source.h"
 #include "tests/filters/play/playing_graph.h"
+#include "tests/support/together.h"
 
 namespace vistrame::test {
 
@@ -41,6 +42,46 @@ TEST(WorkerThreads, BelongToTheMultithreadedApartment) {
         EXPECT_EQ(sink->outside, 0);
     }
     EXPECT_EQ(play.demux->AttachOsd(nullptr), S_OK);
+}
+
+// The reader delivers, whoever commands runs, pauses and stops, another selects and attaches, and a third
+// flushes, all at once; then it plays as if nothing had been.
+TEST(WorkerThreads, CommandsMeetDeliveriesAndFlushes) {
+    PlayingGraph play;
+    Broadcast broadcast;
+    const auto display = MakeObject<Display>();
+    const ComPtr<IPin> input = PinOf(play.demux, L"TS In");
+    const auto deliver = [&] { broadcast.Send(*play.feed, 60); };
+    const auto command = [&, wait = 0]() mutable {
+        play.graph.Run();
+        Sleep(wait = (wait + 7) % 40);
+        play.graph.Pause();
+        Sleep(wait % 5);
+        play.graph.Stop();
+    };
+    const auto flush = [&] {
+        (void)input->BeginFlush();
+        Sleep(1);
+        (void)input->EndFlush();
+        Sleep(10);
+    };
+    const auto select = [&, video = ULONG{kNullPid}]() mutable {
+        video ^= kNullPid ^ kBroadcastVideo;
+        (void)play.demux->SetPids(video, kBroadcastAudio, video);
+        (void)play.demux->AttachOsd(video == kNullPid ? nullptr : display.Get());
+        ULONG count = 0;
+        (void)play.demux->GetStallCount(0, &count);
+        Sleep(5);
+    };
+    Together({deliver, command, flush, select});
+    EXPECT_EQ(play.demux->AttachOsd(nullptr), S_OK);
+    EXPECT_EQ(play.demux->SetPids(kBroadcastVideo, kBroadcastAudio, kBroadcastVideo), S_OK);
+    play.graph.Run();
+    const std::size_t pictures = play.pictures->Count();
+    const std::size_t sound = play.sound->Count();
+    broadcast.Send(*play.feed, 2500);
+    EXPECT_TRUE(play.pictures->Await(pictures + 10));
+    EXPECT_TRUE(play.sound->Await(sound + 10));
 }
 
 // As when the process uninitialises COM, which unloads the server whoever holds an object of it.
