@@ -99,6 +99,15 @@ std::optional<Action> ParseSize(Arguments words) {
     return SizeAction{static_cast<int>(*width), static_cast<int>(*height)};
 }
 
+std::optional<Action> ParseSpoil(Arguments words) {
+    constexpr std::array<std::string_view, 6> kNames{"nothing",  "truncated", "flipped",
+                                                     "shuffled", "sized",     "random"};
+    const auto* const name = words.size() == 1 ? std::ranges::find(kNames, words[0]) : kNames.end();
+    return name == kNames.end()
+               ? std::nullopt
+               : std::optional<Action>(SpoilAction{static_cast<Spoiling>(name - kNames.begin())});
+}
+
 std::optional<Action> ParseSet(Arguments words) {
     const auto change = words.size() == 2 ? ParseSetting(words[0], words[1]) : std::nullopt;
     return change ? std::optional<Action>(*change) : std::nullopt;
@@ -158,6 +167,8 @@ constexpr std::array kCommands{
     CommandRow{"seek", "SECONDS [announced]", "go on at that time of the file", ParseSeek},
     CommandRow{"lose", "PERCENT", "drop that share of packets", ParseShare<LoseAction>},
     CommandRow{"damage", "PERCENT", "flip one bit in that share of packets", ParseShare<DamageAction>},
+    CommandRow{"spoil", "truncated|flipped|shuffled|sized|random|nothing",
+               "break all that is sent to the player from here on, the packets' beginnings too", ParseSpoil},
     CommandRow{"close", "", "close the pipe", ParseBare<CloseAction>},
     CommandRow{"size", "WIDTH HEIGHT", "size of the area the player fills", ParseSize},
     CommandRow{"set", "NAME VALUE", "store a setting of the player", ParseSet},

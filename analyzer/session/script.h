@@ -12,6 +12,7 @@
 
 #include "analyzer/session/setting_names.h"
 #include "analyzer/stream/paced_stream.h"
+#include "analyzer/stream/packet_faults.h"
 
 namespace vistrame {
 
@@ -34,6 +35,9 @@ struct LoseAction {
 };
 struct DamageAction {
     double share = 0;
+};
+struct SpoilAction {
+    Spoiling spoiling = Spoiling::kNothing;
 };
 struct CloseAction {};
 struct SizeAction {
@@ -60,10 +64,10 @@ struct PressAction {
 };
 struct EndAction {};
 
-using Action =
-    std::variant<PlayAction, CommandAction, QuitAction, StallAction, ResumeAction, SeekAction, LoseAction,
-                 DamageAction, CloseAction, SizeAction, SettingChange, WaitPictureAction, WaitExitAction,
-                 BeginMotionAction, EndMotionAction, CountAction, MarkAction, PressAction, EndAction>;
+using Action = std::variant<PlayAction, CommandAction, QuitAction, StallAction, ResumeAction, SeekAction,
+                            LoseAction, DamageAction, SpoilAction, CloseAction, SizeAction, SettingChange,
+                            WaitPictureAction, WaitExitAction, BeginMotionAction, EndMotionAction,
+                            CountAction, MarkAction, PressAction, EndAction>;
 
 struct ScriptLine {
     int number = 0;     // in the file, from 1

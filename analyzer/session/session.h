@@ -110,6 +110,7 @@ private:
     Outcome On(const SeekAction& action);
     Outcome On(const LoseAction& action);
     Outcome On(const DamageAction& action);
+    Outcome On(const SpoilAction& action);
     Outcome On(const CloseAction&);
     Outcome On(const SizeAction& action);
     Outcome On(const SettingChange& change);

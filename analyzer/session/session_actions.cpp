@@ -183,6 +183,12 @@ Outcome Session::On(const DamageAction& action) {
     return {};
 }
 
+Outcome Session::On(const SpoilAction& action) {
+    pump_.SetSpoiling(action.spoiling);
+    log_.Line(action.spoiling == Spoiling::kNothing ? "spoil nothing" : "spoil");
+    return {};
+}
+
 Outcome Session::On(const CloseAction&) {
     pump_.ClosePipe();
     log_.Line("close");

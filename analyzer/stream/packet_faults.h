@@ -9,6 +9,16 @@
 
 namespace vistrame {
 
+// How what is sent is broken beyond what a line does to whole packets.
+enum class Spoiling : std::uint8_t {
+    kNothing,
+    kTruncated, // every fourth packet ends early, so that the others no longer lie where they should
+    kFlipped,   // eight bits of each packet, anywhere, are wrong
+    kShuffled,  // packets that go out together are in any order
+    kSized,     // 16 bytes stand behind each packet
+    kRandom,    // nothing of the stream is left
+};
+
 // Loses and damages packets the way a bad line does, the same way again for the same seed.
 //
 // Units      shares of packets, 0 to 1.
@@ -24,16 +34,22 @@ public:
     // sync byte.
     void Apply(std::vector<std::uint8_t>& packets);
 
+    void SetSpoiling(Spoiling spoiling) { spoiling_ = spoiling; }
+    // Of whole packets makes what may be no packets at all.
+    void Spoil(std::vector<std::uint8_t>& packets);
+
     std::uint64_t Lost() const { return lost_; }
     std::uint64_t Damaged() const { return damaged_; }
 
 private:
     bool Happens(double share);
+    std::size_t Below(std::size_t limit) { return random_() % limit; }
 
     // The engine's sequence is fixed by the standard; the library's distributions are not, so none is used.
     std::mt19937 random_;
     double loss_ = 0;
     double damage_ = 0;
+    Spoiling spoiling_ = Spoiling::kNothing;
     std::uint64_t lost_ = 0;
     std::uint64_t damaged_ = 0;
 };

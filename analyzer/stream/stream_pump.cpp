@@ -87,6 +87,11 @@ void StreamPump::SetDamage(double share) {
     faults_.SetDamage(share);
 }
 
+void StreamPump::SetSpoiling(Spoiling spoiling) {
+    const std::scoped_lock hold(lock_);
+    faults_.SetSpoiling(spoiling);
+}
+
 void StreamPump::WatchRandomAccess(Pid pid) {
     const std::scoped_lock hold(lock_);
     watchedPid_ = pid;
@@ -158,9 +163,14 @@ bool StreamPump::Pump() {
     if (portion.seam) {
         watchers_.broken();
     }
+    const std::size_t count = portion.packets.size() / kPacketSize;
+    {
+        const std::scoped_lock hold(lock_);
+        faults_.Spoil(portion.packets); // for the player alone: who watches has seen what it was
+    }
     if (Write(portion.packets)) {
         const std::scoped_lock hold(lock_);
-        sent_ += portion.packets.size() / kPacketSize;
+        sent_ += count;
     }
     if (announce) {
         std::this_thread::sleep_for(kBeforeSeam);

@@ -64,6 +64,7 @@ public:
     bool Seek(double seconds, bool announced);
     void SetLoss(double share);
     void SetDamage(double share);
+    void SetSpoiling(Spoiling spoiling);
 
     // Notes from now on when random-access pictures of this PID go into the pipe.
     void WatchRandomAccess(Pid pid);

@@ -1,7 +1,11 @@
 // What goes wrong is reported in one line and by the exit code; nothing waits for ever.
+#include <cstdio>
+#include <random>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "contract/commands.h"
 #include "tests/end_to_end/analyzer_run.h"
 
 namespace vistrame::test {
@@ -73,6 +77,41 @@ TEST(Failures, WhileThePlayerPlays) {
         EXPECT_EQ(run.WaitForExit(kEndMsec), row.exitCode) << run.Written("log");
         EXPECT_THAT(run.Written("error"), HasSubstr(row.reason));
         EXPECT_THAT(run.Written("report"), HasSubstr(row.report));
+    }
+}
+
+// Whatever comes through the pipe, two seconds of a good stream later all is well; and no command harms a
+// player that plays.
+TEST(Failures, AreSurvivedByAPlayerThatPlays) {
+    const RegisteredFilters filters;
+    std::mt19937 random(1);
+    std::string commands;
+    for (int i = 0; i < 3000; ++i) {
+        const auto code = static_cast<CommandCode>(i % 2 == 0 ? random() : random() % 16);
+        const bool rare = code == CommandCode::SetPid || code == CommandCode::UnmuteAudio; // take their time
+        if (code != CommandCode::Quit && (!rare || i % 16 == 1)) {
+            commands += "+0 command " + std::to_string(static_cast<std::uint32_t>(code)) + " " +
+                        std::to_string(random()) + "\n";
+        }
+    }
+    const std::string spoilt =
+        "+0 spoil truncated\n+0.6 spoil flipped\n+0.6 spoil shuffled\n+0.6 spoil sized\n"
+        "+0.6 spoil random\n+0.6 spoil nothing\n";
+    for (const std::string& what : {spoilt, commands + "+0 play 2\n+0 run\n"}) {
+        AnalyzerRun run(
+            {"--set", "UseVMR9=0", "--set", "KorvixCodec=0", kStream},
+            "0 play 1\n+0 wait picture 20\n" + what + "+2 motion begin\n+1 motion end after\n+0 quit\n");
+        EXPECT_EQ(run.WaitForExit(3 * kEndMsec), 0U) << run.Written("error");
+        const std::string log = run.Written("log");
+        const std::size_t motion = log.find("motion after longest-msec ");
+        ASSERT_NE(motion, std::string::npos);
+        int longest = 0;
+        int changes = 0;
+        (void)std::sscanf(log.c_str() + motion, "motion after longest-msec %d changes %d", &longest,
+                          &changes);
+        EXPECT_LT(longest, 500);
+        EXPECT_GT(changes, 10);
+        EXPECT_THAT(log, testing::Not(HasSubstr("player box")));
     }
 }
 
