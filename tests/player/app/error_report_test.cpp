@@ -22,6 +22,22 @@ void SetErrorLogDir(const std::string& directory) {
     std::memcpy(ErrorLogDir, directory.c_str(), directory.size() + 1);
 }
 
+// A log that somebody else holds, or that is none, is done without. First of all: a log that is open once stays
+// so.
+TEST(DebugLog, ThatCannotBeOpenedIsSilent) {
+    DeleteFileA(test::kDebugLogPath);
+    HANDLE held = CreateFileA(test::kDebugLogPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    OpenDebugLog();
+    EXPECT_EQ(DebugLog("held\r\n"), 0);
+    CloseHandle(held);
+    EXPECT_EQ(FileContents(test::kDebugLogPath), "");
+    DeleteFileA(test::kDebugLogPath);
+    ASSERT_TRUE(CreateDirectoryA(test::kDebugLogPath, nullptr));
+    OpenDebugLog();
+    EXPECT_EQ(DebugLog("a folder\r\n"), 0);
+    RemoveDirectoryA(test::kDebugLogPath);
+}
+
 TEST(DebugLog, IsSilentUntilOpenedThenAppendsWholeLinesAtOnce) {
     DeleteFileA(test::kDebugLogPath);
     EXPECT_EQ(DebugLog("before %d\r\n", 1), 0);

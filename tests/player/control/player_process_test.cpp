@@ -1,9 +1,11 @@
 // The built player as the analyzer meets it: started with a command line, driven by messages, fed through a
 // pipe, and ended in every way it ends.
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cwchar>
+#include <deque>
 #include <optional>
 #include <random>
 #include <string>
@@ -172,19 +174,41 @@ TEST(Player, UnderAParentItEndsWithThePipe) {
     }
 }
 
+TEST(Player, UnderAParentItEndsWithItsWindow) {
+    for (const bool parents : {false, true}) {
+        const ParentWindow parent;
+        const PipeServer pipe;
+        test::ChildProcess player(CommandLine(parent.handle));
+        HWND window = parent.WaitForPlayer();
+        parents ? DestroyWindow(parent.handle) : PostMessageA(window, WM_CLOSE, 0, 0);
+        EXPECT_EQ(player.WaitForExit(kLimitMsec), kAbrupt) << (parents ? "its parent's" : "its own");
+    }
+}
+
 TEST(Player, NoCommandLineMakesItCrash) {
-    const struct {
+    struct Row {
         std::string arguments;
-        std::optional<DWORD> exitCode; // none: still runs
-    } rows[] = {
-        {std::string(20000, 'F'), kAbrupt}, // some parent, no pipe
-        {"%s%n%s%n", std::nullopt},
-        {"0 0 42 99999999999999999999 -1 1 \xFF", std::nullopt},
+        bool ends; // for want of a pipe; without a parent it runs on
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.arguments.substr(0, 20));
-        test::ChildProcess player(PlayerCommandLine(row.arguments));
-        EXPECT_EQ(player.WaitForExit(3500), row.exitCode); // past the two seconds it waits for a pipe
+    std::vector<Row> rows{
+        {std::string(20000, 'F'), true},
+        {"%s%n%s%n", false},
+        {"0 0 42 99999999999999999999 -1 1 \xFF", false},
+    };
+    std::mt19937 random(1);
+    for (unsigned i = 0; i < 16; ++i) { // of any length up to 8 KB, of any bytes
+        std::string any(random() % 8000 + 1, ' ');
+        std::ranges::generate(any, [&] { return static_cast<char>(random() % 255 + 1); });
+        rows.push_back({(i % 2 == 0 ? "FFFFFFFE " : "x") + any, i % 2 == 0});
+    }
+    std::deque<test::ChildProcess> players;
+    for (const Row& row : rows) {
+        players.emplace_back(PlayerCommandLine(row.arguments));
+    }
+    test::PumpFor(3500); // past the two seconds that each waits for a pipe
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto exitCode = players[i].WaitForExit(rows[i].ends ? kLimitMsec : 0);
+        EXPECT_EQ(exitCode, rows[i].ends ? std::optional(kAbrupt) : std::nullopt) << i;
     }
 }
 
@@ -219,7 +243,7 @@ TEST(Player, AnswersAnyCommand) {
     test::ChildProcess player(CommandLine(parent.handle));
     HWND window = parent.WaitForPlayer();
     std::mt19937 random(1);
-    for (int i = 0; i < 4'000; ++i) {
+    for (int i = 0; i < 10'000; ++i) {
         const auto code = static_cast<CommandCode>(i % 2 == 0 ? random() : random() % 16);
         const bool thread = code == CommandCode::UnmuteAudio; // one more with each
         if (code == CommandCode::SetPid || code == CommandCode::Quit || (thread && i % 40 != 1)) {
