@@ -1,11 +1,12 @@
-// Ends of the player, many times at random moments: analyzers that are killed, and Quit in every state. To be
-// run inside a session (tools/wine-session) with the filters registered.
+// Ends of the player, many times at random moments: analyzers that are killed, the player's window closed, and
+// Quit in every state. To be run inside a session (tools/wine-session) with the filters registered.
 //
 // usage: soak_ends BUILD STREAM TIMES [SEED]
 //
 // BUILD is the product's build folder, STREAM the demo stream. Each kind of end happens TIMES times. The exit
 // code is 1 when a player was still there after its limit, or ended with another exit code than it should.
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -26,7 +27,8 @@ constexpr DWORD kAbrupt = 0xFFFFFFFF;
 constexpr double kFollows = 1000; // ms from the analyzer's end to the player's
 // Before the pipe is open the player tries to open it for two seconds first.
 constexpr double kFollowsStartUp = 3000;
-constexpr double kQuits = 300; // ms from Quit to the end
+constexpr double kQuits = 300;  // ms from Quit to the end
+constexpr double kCloses = 300; // and from the window's closing
 constexpr DWORD kPatienceMsec = 60'000;
 
 double Now() {
@@ -37,9 +39,10 @@ double Now() {
     return 1000.0 * static_cast<double>(count.QuadPart) / static_cast<double>(perSecond.QuadPart);
 }
 
-// Where in a player's life its analyzer is killed: so long, at most, behind a line of the analyzer's log (or
-// a window of the player's), which the options bring about.
+// Where in a player's life its analyzer is killed, or its window closed: so long, at most, behind a line of
+// the analyzer's log (or a window of the player's), which the options bring about.
 struct Moment {
+    const char* end;
     const char* name;
     const char* line;   // null: the player's process is there
     const char* window; // or a window with this title
@@ -48,16 +51,21 @@ struct Moment {
     unsigned longestMsec;
     double limit;
 };
+constexpr char kKilled[] = "analyzer killed";
+constexpr char kClosed[] = "window closed";
 constexpr Moment kMoments[] = {
-    {"start-up", nullptr, nullptr, "--play 1", "", 40, kFollowsStartUp},
-    {"pipe connect, window", nullptr, nullptr, "--play 1", "", 400, kFollowsStartUp},
-    {"graph build", "select programme", nullptr, "--play 1", "", 600, kFollows},
-    {"change of programme", "mark change", nullptr, "",
+    {kKilled, "start-up", nullptr, nullptr, "--play 1", "", 40, kFollowsStartUp},
+    {kKilled, "pipe connect, window", nullptr, nullptr, "--play 1", "", 400, kFollowsStartUp},
+    {kKilled, "graph build", "select programme", nullptr, "--play 1", "", 600, kFollows},
+    {kKilled, "change of programme", "mark change", nullptr, "",
      "0 play 1\n+0 wait picture 20\n+0 mark change\n+0 play 2\n+9 end\n", 400, kFollows},
-    {"playback", "picture", nullptr, "--play 1", "", 2000, kFollows},
-    {"pause", "command Pause", nullptr, "", "0 play 1\n+0 wait picture 20\n+0 pause\n+9 end\n", 500,
+    {kKilled, "playback", "picture", nullptr, "--play 1", "", 2000, kFollows},
+    {kKilled, "pause", "command Pause", nullptr, "", "0 play 1\n+0 wait picture 20\n+0 pause\n+9 end\n", 500,
      kFollows},
-    {"message box", nullptr, "Error", "--play 1 --set MPEG2Codec=10", "", 500, kFollows},
+    {kKilled, "message box", nullptr, "Error", "--play 1 --set MPEG2Codec=10", "", 500, kFollows},
+    {kClosed, "playback", "picture", nullptr, "", "0 play 1\n+0 wait picture 20\n+9 end\n", 500, kCloses},
+    {kClosed, "pause", "command Pause", nullptr, "", "0 play 1\n+0 wait picture 20\n+0 pause\n+9 end\n", 500,
+     kCloses},
 };
 
 // Ends in order: what comes before the Quit.
@@ -157,8 +165,36 @@ bool WindowThere(const char* title, DWORD process) {
     return window != nullptr;
 }
 
-// Kills the analyzer and looks how its player takes it.
-Result KillAt(const Moment& moment, const std::string& build, const std::string& stream, unsigned delay) {
+struct WindowSearch {
+    DWORD process;
+    HWND found;
+};
+
+// Ends the search at the process's window of the player's title.
+BOOL CALLBACK LookAt(HWND window, LPARAM argument) {
+    auto& search = *reinterpret_cast<WindowSearch*>(argument);
+    std::array<char, 16> title{};
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
+    GetWindowTextA(window, title.data(), title.size());
+    if (owner == search.process && std::string(title.data()) == "Vistrame") {
+        search.found = window;
+    }
+    return search.found == nullptr ? TRUE : FALSE;
+}
+
+// The player's window, which is a child of the analyzer's; null: not there.
+HWND PlayerWindowOf(DWORD process) {
+    WindowSearch search{process, nullptr};
+    HWND top = nullptr;
+    while (search.found == nullptr && (top = FindWindowExA(nullptr, top, nullptr, nullptr)) != nullptr) {
+        EnumChildWindows(top, LookAt, reinterpret_cast<LPARAM>(&search));
+    }
+    return search.found;
+}
+
+// Brings the end about and looks how the player takes it.
+Result EndAt(const Moment& moment, const std::string& build, const std::string& stream, unsigned delay) {
     const bool box = moment.window != nullptr;
     Analyzer analyzer(build, stream, std::string(box ? "" : "--set MPEG2Codec=0 ") + moment.options,
                       moment.script);
@@ -174,8 +210,13 @@ Result KillAt(const Moment& moment, const std::string& build, const std::string&
         }
     }
     Sleep(delay);
+    HWND window = moment.end == kClosed ? PlayerWindowOf(id) : nullptr;
     const double killed = Now();
-    analyzer.Kill();
+    if (moment.end == kClosed) {
+        PostMessageA(window, WM_CLOSE, 0, 0);
+    } else {
+        analyzer.Kill();
+    }
     Result result;
     if (player && WaitForSingleObject(player.get(), 10'000) == WAIT_OBJECT_0) {
         result.msec = Now() - killed;
@@ -242,9 +283,9 @@ int Run(const std::string& build, const std::string& stream, int times, unsigned
         std::vector<Result> results;
         results.reserve(static_cast<std::size_t>(times));
         for (int i = 0; i < times; ++i) {
-            results.push_back(KillAt(moment, build, stream, random() % moment.longestMsec));
+            results.push_back(EndAt(moment, build, stream, random() % moment.longestMsec));
         }
-        right = Tell("analyzer killed", moment.name, results, results.size(), kAbrupt, moment.limit) && right;
+        right = Tell(moment.end, moment.name, results, results.size(), kAbrupt, moment.limit) && right;
     }
     for (const Quit& row : kQuitRows) {
         const auto results = QuitTimes(row, build, stream, times);

@@ -1,0 +1,132 @@
+// Plays for a minute altogether while something else keeps one of the processor's cores busy, and tells the
+// longest silence and the longest time that a picture stood. To be run inside a session (tools/wine-session)
+// on a machine that does nothing else.
+//
+// usage: live_busy BUILD STREAMS [ROW]
+//
+// BUILD is the product's build folder, STREAMS that of tests/live/make-streams. The exit code is 1 when
+// either was longer than it may be.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <iterator>
+#include <string>
+#include <thread>
+
+#include "tests/support/watch/programme_run.h"
+
+namespace vistrame::live {
+namespace {
+
+constexpr double kLongestGap = 0.020;
+constexpr double kLongestHold = 0.2;
+// So often and so long is watched: between the file's beginning and its end, where all begins anew.
+constexpr int kTimes = 4;
+constexpr double kWatched = 15;
+
+// The something else: as many threads that want a core for themselves.
+class Load {
+public:
+    explicit Load(int threads) {
+        for (int i = 0; i < threads; ++i) {
+            threads_.emplace_back([this] {
+                while (!over_) {
+                }
+            });
+        }
+    }
+    Load(const Load&) = delete;
+    Load& operator=(const Load&) = delete;
+    ~Load() { over_ = true; }
+
+private:
+    std::atomic<bool> over_ = false;
+    std::vector<std::jthread> threads_;
+};
+
+// Stretches of silence longer than a gap may be, and the longest one; the streams' tone never ends.
+struct Silence {
+    int gaps = 0;
+    double longest = 0;
+};
+Silence FindSilence(const SoundWatch::Piece& sound) {
+    constexpr float kSilent = 0.002F;
+    Silence silence;
+    std::size_t length = 0;
+    for (std::size_t i = 0; i <= sound.samples.size(); ++i) {
+        if (i < sound.samples.size() && std::abs(sound.samples[i]) < kSilent) {
+            ++length;
+            continue;
+        }
+        const double seconds = static_cast<double>(length) / SoundWatch::kRate;
+        silence.gaps += seconds > kLongestGap ? 1 : 0;
+        silence.longest = std::max(silence.longest, seconds);
+        length = 0;
+    }
+    return silence;
+}
+
+struct Row {
+    const char* what;
+    const char* stream;
+    const char* korvix;
+    int busy;
+};
+constexpr Row kRows[] = {
+    {"small picture, nothing else runs", "small.ts", "KorvixCodec=0", 0},
+    {"small picture, one core busy", "small.ts", "KorvixCodec=0", 1},
+    {"1080p25, nothing else runs", "group2.ts", "KorvixCodec=0", 0},
+    {"1080p25, one core busy", "group2.ts", "KorvixCodec=0", 1},
+    {"1080p25, one core busy, maker's demultiplexer", "group2.ts", "KorvixCodec=1", 1},
+};
+
+bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
+    const Load load(row.busy);
+    std::string script = "+0 play 1\n+0 wait picture 20\n";
+    for (int i = 0; i < kTimes; ++i) {
+        const std::string number = std::to_string(i);
+        script += "+0 seek 1 announced\n+4 mark begin-" + number + "\n+" + std::to_string(kWatched) +
+                  " mark end-" + number + "\n";
+    }
+    const ProgrammeRun run =
+        RunScript(where, sound, {"--set", "UseVMR9=0", "--set", "AudioUnmuteMsec=0", "--set", row.korvix},
+                  script + "+0 quit\n", row.stream, 180);
+    Silence silence;
+    double hold = 0;
+    for (int i = 0; i < kTimes; ++i) {
+        const double begin = run.Time("mark begin-" + std::to_string(i));
+        const double end = run.Time("mark end-" + std::to_string(i));
+        const Silence found = FindSilence(run.sound.Cut(begin, end));
+        silence = {silence.gaps + found.gaps, std::max(silence.longest, found.longest)};
+        hold = std::max(hold, LongestHold(run, begin, end));
+    }
+    const bool right = run.failure.empty() && silence.longest <= kLongestGap && hold <= kLongestHold;
+    std::printf("%-48s silences over %.0f ms %d, longest %.0f ms; longest picture %.0f ms; %s%s\n", row.what,
+                kLongestGap * 1000, silence.gaps, silence.longest * 1000, hold * 1000,
+                right ? "ok" : "WRONG ", run.failure.c_str());
+    std::fflush(stdout);
+    return right;
+}
+
+bool RunBusy(const Paths& where, SoundWatch& sound, std::size_t only) {
+    bool right = true;
+    for (std::size_t i = 0; i < std::size(kRows); ++i) {
+        if (only == 0 || only == i + 1) {
+            right = RunRow(where, sound, kRows[i]) && right;
+        }
+    }
+    return right;
+}
+
+} // namespace
+} // namespace vistrame::live
+
+int main(int count, char** words) {
+    using namespace vistrame::live;
+    if (count < 3) {
+        std::fputs("usage: live_busy BUILD STREAMS [ROW]\n", stderr);
+        return 2;
+    }
+    return RunPart(RunBusy, std::span(words, static_cast<std::size_t>(count)).subspan(1));
+}
