@@ -7,6 +7,7 @@
 // BUILD is the product's build folder, STREAMS that of tests/live/make-streams. The exit code is 1 when
 // either was longer than it may be.
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdio>
@@ -85,9 +86,10 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
     const Load load(row.busy);
     std::string script = "+0 play 1\n+0 wait picture 20\n";
     for (int i = 0; i < kTimes; ++i) {
-        const std::string number = std::to_string(i);
-        script += "+0 seek 1 announced\n+4 mark begin-" + number + "\n+" + std::to_string(kWatched) +
-                  " mark end-" + number + "\n";
+        std::array<char, 120> lines{};
+        (void)std::snprintf(lines.data(), lines.size(),
+                            "+0 seek 1 announced\n+4 mark begin-%d\n+%.1f mark end-%d\n", i, kWatched, i);
+        script += lines.data();
     }
     const ProgrammeRun run =
         RunScript(where, sound, {"--set", "UseVMR9=0", "--set", "AudioUnmuteMsec=0", "--set", row.korvix},

@@ -21,16 +21,17 @@ NTSTATUS Call(const char* name, Arguments... arguments) {
 
 // Under the names that their header declares; whoever calls them need not know. Once in a process, so nothing
 // is remembered.
-extern "C" NTSTATUS WINAPI BCryptOpenAlgorithmProvider(BCRYPT_ALG_HANDLE* handle, LPCWSTR algorithm,
-                                                       LPCWSTR implementation, ULONG flags) {
-    return Call<decltype(BCryptOpenAlgorithmProvider)>("BCryptOpenAlgorithmProvider", handle, algorithm,
-                                                       implementation, flags);
+extern "C" NTSTATUS WINAPI BCryptOpenAlgorithmProvider(BCRYPT_ALG_HANDLE* phAlgorithm, LPCWSTR pszAlgId,
+                                                       LPCWSTR pszImplementation, ULONG dwFlags) {
+    return Call<decltype(BCryptOpenAlgorithmProvider)>("BCryptOpenAlgorithmProvider", phAlgorithm, pszAlgId,
+                                                       pszImplementation, dwFlags);
 }
 
-extern "C" NTSTATUS WINAPI BCryptGenRandom(BCRYPT_ALG_HANDLE handle, PUCHAR bytes, ULONG count, ULONG flags) {
-    return Call<decltype(BCryptGenRandom)>("BCryptGenRandom", handle, bytes, count, flags);
+extern "C" NTSTATUS WINAPI BCryptGenRandom(BCRYPT_ALG_HANDLE hAlgorithm, PUCHAR pbBuffer, ULONG cbBuffer,
+                                           ULONG dwFlags) {
+    return Call<decltype(BCryptGenRandom)>("BCryptGenRandom", hAlgorithm, pbBuffer, cbBuffer, dwFlags);
 }
 
-extern "C" NTSTATUS WINAPI BCryptCloseAlgorithmProvider(BCRYPT_ALG_HANDLE handle, ULONG flags) {
-    return Call<decltype(BCryptCloseAlgorithmProvider)>("BCryptCloseAlgorithmProvider", handle, flags);
+extern "C" NTSTATUS WINAPI BCryptCloseAlgorithmProvider(BCRYPT_ALG_HANDLE hAlgorithm, ULONG dwFlags) {
+    return Call<decltype(BCryptCloseAlgorithmProvider)>("BCryptCloseAlgorithmProvider", hAlgorithm, dwFlags);
 }
