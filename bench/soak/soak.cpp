@@ -47,8 +47,9 @@ struct Limit {
     double most;
 };
 constexpr Limit kLimits[] = {
-    {&Change::memory, 32}, {&Change::threads, 5}, {&Change::handles, 5}, {&Change::files, 5},
-    {&Change::gdi, 5},     {&Change::user, 5},    {&Change::windows, 5}, {&Change::addresses, 96},
+    {&Change::memory, 32}, {&Change::threads, 5}, {&Change::handles, 5},
+    {&Change::keys, 5},    {&Change::files, 5},   {&Change::gdi, 5},
+    {&Change::user, 5},    {&Change::windows, 5}, {&Change::addresses, 96},
 };
 
 const char* NameOf(double Change::*value) {

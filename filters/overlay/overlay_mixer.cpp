@@ -48,16 +48,20 @@ void HideOwnPictures(IPin* renderer) {
 }
 
 // Made by the graph, so that the renderer's window belongs to the thread on which the graph serves windows.
-// Without it the graph searches for a renderer.
+// Without it the graph searches for a renderer. The devices' own parser is asked for its name: Wine's
+// MkParseDisplayName, which does that too, leaves two registry keys open each time.
 void AddWindowRenderer(IFilterGraph* graph) {
-    static constexpr wchar_t kRenderer[] = // the device of its registration among the DirectShow filters
+    wchar_t name[] = // of its registration among the DirectShow filters; only read
         L"@device:sw:{083863F1-70DE-11D0-BD40-00A0C911CE86}\\{70E102B0-5556-11CE-97C0-00AA0055595A}";
+    ComPtr<IParseDisplayName> devices;
     ComPtr<IFilterGraph2> builder;
     ComPtr<IBindCtx> context;
     ComPtr<IMoniker> device;
     ULONG eaten = 0;
     if (FAILED(graph->QueryInterface(IID_PPV_ARGS(&builder))) || FAILED(CreateBindCtx(0, &context)) ||
-        FAILED(MkParseDisplayName(context.Get(), kRenderer, &eaten, &device))) {
+        FAILED(
+            CoCreateInstance(CLSID_CDeviceMoniker, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&devices))) ||
+        FAILED(devices->ParseDisplayName(context.Get(), name, &eaten, &device))) {
         return;
     }
     ComPtr<IBaseFilter> renderer;
