@@ -77,9 +77,9 @@ struct Row {
 constexpr Row kRows[] = {
     {"small picture, nothing else runs", "small.ts", "KorvixCodec=0", 0},
     {"small picture, one core busy", "small.ts", "KorvixCodec=0", 1},
-    {"1080p25, nothing else runs", "group2.ts", "KorvixCodec=0", 0},
-    {"1080p25, one core busy", "group2.ts", "KorvixCodec=0", 1},
-    {"1080p25, one core busy, maker's demultiplexer", "group2.ts", "KorvixCodec=1", 1},
+    {"1080p25, nothing else runs", "group5.ts", "KorvixCodec=0", 0},
+    {"1080p25, one core busy", "group5.ts", "KorvixCodec=0", 1},
+    {"1080p25, one core busy, maker's demultiplexer", "group5.ts", "KorvixCodec=1", 1},
 };
 
 bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
