@@ -1,10 +1,11 @@
 // Ends of the player, many times at random moments: analyzers that are killed, the player's window closed, and
 // Quit in every state. To be run inside a session (tools/wine-session) with the filters registered.
 //
-// usage: soak_ends BUILD STREAM TIMES [SEED]
+// usage: soak_ends BUILD STREAM TIMES [SEED [MOMENT]]
 //
-// BUILD is the product's build folder, STREAM the demo stream. Each kind of end happens TIMES times. The exit
-// code is 1 when a player was still there after its limit, or ended with another exit code than it should.
+// BUILD is the product's build folder, STREAM the demo stream. Each kind of end happens TIMES times; with
+// MOMENT only those at that moment. The exit code is 1 when a player was still there after its limit, or ended
+// with another exit code than it should.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -249,6 +250,11 @@ std::vector<Result> QuitTimes(const Quit& row, const std::string& build, const s
                 {msec - sent, static_cast<DWORD>(std::strtoul(line.c_str() + exit + 12, nullptr, 16))});
         }
     }
+    if (results.size() < static_cast<std::size_t>(times)) {
+        constexpr std::size_t kTold = 1000; // characters: what came before it ended too early
+        std::printf("%s, the end of the analyzer's log:\n%s", row.name,
+                    log.substr(log.size() - std::min(log.size(), kTold)).c_str());
+    }
     return results;
 }
 
@@ -274,12 +280,17 @@ bool Tell(const char* kind, const char* name, const std::vector<Result>& results
     return right == times;
 }
 
-int Run(const std::string& build, const std::string& stream, int times, unsigned seed) {
+// `only`: empty for all.
+int Run(const std::string& build, const std::string& stream, int times, unsigned seed,
+        const std::string& only) {
     std::mt19937 random(seed);
     std::puts(
         "| end | moment | as it should | median | slowest | limit |\n| --- | --- | --- | --- | --- | --- |");
     bool right = true;
     for (const Moment& moment : kMoments) {
+        if (!only.empty() && only != moment.name) {
+            continue;
+        }
         std::vector<Result> results;
         results.reserve(static_cast<std::size_t>(times));
         for (int i = 0; i < times; ++i) {
@@ -288,6 +299,9 @@ int Run(const std::string& build, const std::string& stream, int times, unsigned
         right = Tell(moment.end, moment.name, results, results.size(), kAbrupt, moment.limit) && right;
     }
     for (const Quit& row : kQuitRows) {
+        if (!only.empty() && only != row.name) {
+            continue;
+        }
         const auto results = QuitTimes(row, build, stream, times);
         right = Tell("Quit", row.name, results, static_cast<std::size_t>(times), 0, kQuits) && right;
     }
@@ -299,11 +313,12 @@ int Run(const std::string& build, const std::string& stream, int times, unsigned
 
 int main(int count, char** words) {
     if (count < 4) {
-        std::fputs("usage: soak_ends BUILD STREAM TIMES [SEED]\n", stderr);
+        std::fputs("usage: soak_ends BUILD STREAM TIMES [SEED [MOMENT]]\n", stderr);
         return 2;
     }
     std::string build = std::string("Z:") + words[1];
     std::ranges::replace(build, '/', '\\');
     return vistrame::Run(build, words[2], std::atoi(words[3]),
-                         count > 4 ? static_cast<unsigned>(std::strtoul(words[4], nullptr, 10)) : 1);
+                         count > 4 ? static_cast<unsigned>(std::strtoul(words[4], nullptr, 10)) : 1,
+                         count > 5 ? words[5] : "");
 }
