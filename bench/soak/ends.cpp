@@ -125,7 +125,9 @@ public:
             TerminateProcess(process_.get(), 1);
         }
     }
-    bool WaitForEnd() { return WaitForSingleObject(process_.get(), kPatienceMsec) == WAIT_OBJECT_0; }
+    bool WaitForEnd(DWORD limitMsec) {
+        return WaitForSingleObject(process_.get(), limitMsec) == WAIT_OBJECT_0;
+    }
 
     std::string Log() const {
         std::ifstream file(log_, std::ios::binary);
@@ -236,7 +238,7 @@ std::vector<Result> QuitTimes(const Quit& row, const std::string& build, const s
         script += "+0 resume skip\n" + std::string(row.script) + "+0 quit\n";
     }
     Analyzer analyzer(build, stream, "--set MPEG2Codec=0", script);
-    (void)analyzer.WaitForEnd(); // the log tells how far it came
+    (void)analyzer.WaitForEnd(kPatienceMsec * static_cast<DWORD>(times)); // the log tells how far it came
     std::vector<Result> results;
     const std::string log = analyzer.Log();
     double sent = 0;
