@@ -9,6 +9,10 @@
 #include "filters/decoders/av_handles.h"
 #include "transport/access_unit.h"
 
+extern "C" {
+#include <libavutil/mastering_display_metadata.h>
+}
+
 namespace vistrame {
 
 namespace {
@@ -102,8 +106,10 @@ private:
         Fill(unit.data);
         const bool begins = IsRandomAccessPoint(coding_, unit.data);
         if (begins && coding_ == Coding::kMpeg2Video) {
-            // A sequence header; the codec would keep the matrix of the last one that stated any.
+            // A sequence header; the codec would keep the colours of the last one that stated any.
             context_->colorspace = AVCOL_SPC_UNSPECIFIED;
+            context_->color_primaries = AVCOL_PRI_UNSPECIFIED;
+            context_->color_trc = AVCOL_TRC_UNSPECIFIED;
         }
         if (begins && !firstShown_ && !previewed_) {
             Preview(unit);
@@ -175,8 +181,9 @@ private:
         picture.aspect = shape.num > 0 && shape.den > 0
                              ? Aspect::Reduced(std::int64_t{picture.width} * shape.num, lines * shape.den)
                              : Aspect::Reduced(picture.width, lines);
-        picture.colours.matrix = frame_->colorspace;
-        picture.colours.fullRange = frame_->color_range == AVCOL_RANGE_JPEG;
+        picture.colours = {frame_->colorspace, frame_->color_range == AVCOL_RANGE_JPEG,
+                           frame_->color_primaries, frame_->color_trc, Peak()};
+        picture.chromaPlace = frame_->chroma_location;
         picture.duration = Duration();
         if (!preview_) {
             if (frame_->pts != AV_NOPTS_VALUE) {
@@ -188,6 +195,22 @@ private:
             }
         }
         sink_.OnPicture(picture);
+    }
+
+    // cd/m2 of the display that the picture was made on, else of the brightest in the stream; 0: not said.
+    int Peak() const {
+        const auto data = [&](AVFrameSideDataType type) -> const void* {
+            const AVFrameSideData* found = av_frame_get_side_data(frame_.get(), type);
+            return found != nullptr ? found->data : nullptr;
+        };
+        const auto* display =
+            static_cast<const AVMasteringDisplayMetadata*>(data(AV_FRAME_DATA_MASTERING_DISPLAY_METADATA));
+        if (display != nullptr && display->has_luminance != 0 && display->max_luminance.den > 0) {
+            return static_cast<int>(av_q2d(display->max_luminance));
+        }
+        const auto* light =
+            static_cast<const AVContentLightMetadata*>(data(AV_FRAME_DATA_CONTENT_LIGHT_LEVEL));
+        return light != nullptr ? static_cast<int>(light->MaxCLL) : 0;
     }
 
     std::int64_t Duration() const {

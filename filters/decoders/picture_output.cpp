@@ -5,6 +5,10 @@
 
 #include "filters/base/reference_time.h"
 
+extern "C" {
+#include <libavutil/pixfmt.h>
+}
+
 namespace vistrame {
 
 namespace {
@@ -143,7 +147,8 @@ void PictureOutput::KeepStill(const Picture& picture) {
     }
 }
 
-void PictureOutput::Show(const Picture& picture) {
+void PictureOutput::Show(const Picture& decoded) {
+    const Picture& picture = mapper_.Map(decoded);
     Agree(picture);
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
@@ -210,7 +215,14 @@ void PictureOutput::Agree(const Picture& picture) {
                                    picture.duration, formatType_, colours);
         };
         const MediaType plain = typeWith({});
-        const MediaType coloured = typeWith({picture.colours.matrix, false}); // as it is written
+        // As it is written: in video range, and RGB is converted.
+        Colours written{.matrix = picture.colours.matrix, .primaries = picture.colours.primaries};
+        const int usual = PictureWriter::UsualMatrix(picture.width, picture.height);
+        if (written.matrix == AVCOL_SPC_UNSPECIFIED &&
+            usual != PictureWriter::UsualMatrix(size.width, size.height)) {
+            written.matrix = usual;
+        }
+        const MediaType coloured = typeWith(written);
         return (buffers_.*ask)(coloured) || (!(coloured == plain) && (buffers_.*ask)(plain));
     };
     const bool sameSize = connected_.width == shape.width && connected_.height == shape.height;

@@ -7,6 +7,7 @@
 #include "filters/decoders/deinterlacer.h"
 #include "filters/decoders/stored_picture.h"
 #include "filters/pace/field_rate.h"
+#include "filters/pictures/colour_mapper.h"
 #include "filters/pictures/picture_writer.h"
 #include "filters/pictures/renderer_buffers.h"
 #include "filters/decoders/video_decoder.h"
@@ -21,7 +22,9 @@ namespace vistrame {
 // first picture comes, and whenever size or aspect change, the renderer is asked:
 //   1. to reconnect with the picture's own size;
 //   2. to take the new aspect with the size that was connected; the picture is scaled to that.
-// Each with the colours that the stream specifies, then without, for renderers that do not know the field.
+// Each with the colours that the stream specifies, or that are usual for its own size where they are not for
+// the other, then without, for renderers that do not know the field: the colours are converted then. Colours of
+// a wide gamut or a high dynamic range never come to the renderer (ColourMapper).
 // Where it refuses both, the picture is scaled and keeps its aspect between black bars.
 //
 // Units      times 100 ns.
@@ -77,7 +80,7 @@ private:
 
     bool ShowHeld();
     void HandOver(const Picture& picture);
-    void Show(const Picture& picture);
+    void Show(const Picture& decoded);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
     void KeepStill(const Picture& picture);
@@ -87,6 +90,7 @@ private:
     Deinterlacer deinterlacer_; // gives its pictures to HandOver
     FieldRate fieldRate_;
     StoredPicture still_;
+    ColourMapper mapper_;
     PictureWriter writer_;
     RendererBuffers buffers_;
     WorkQueue<ComPtr<IMediaSample>> queue_;

@@ -30,8 +30,11 @@ struct Aspect {
 
 // How a picture's numbers stand for colours.
 struct Colours {
-    int matrix = 2; // AVColorSpace; 2: unspecified
+    int matrix = 2; // AVColorSpace; 2: unspecified, here and below
     bool fullRange = false;
+    int primaries = 2; // AVColorPrimaries
+    int transfer = 2;  // AVColorTransferCharacteristic
+    int peak = 0;      // cd/m2 of the brightest that its maker saw; 0: unspecified
 
     bool operator==(const Colours&) const = default;
 };
@@ -53,6 +56,7 @@ struct Picture {
     bool topFieldFirst = true;
 
     Colours colours;
+    int chromaPlace = 0; // AVChromaLocation; 0: unspecified, which means left
 
     // Empty: to be shown at once, its time comes with the same picture again.
     std::optional<std::int64_t> start;

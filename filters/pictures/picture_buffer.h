@@ -34,6 +34,7 @@ struct PictureBuffer {
     int height = 0;
     bool topDown = true;
     Aspect aspect;
+    Colours colours; // of YUV; unspecified: what is usual for the size
 
     int Planes() const;
     int PlaneLines(int plane, int pictureLines) const;

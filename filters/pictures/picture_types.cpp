@@ -42,32 +42,45 @@ DWORD BufferBytes(const SampleLayout& layout, int width, int height) {
 // The colours' place in a header's control flags: bit numbers and values of DXVA_ExtendedFormat.
 constexpr int kRangeBit = 12;
 constexpr int kMatrixBit = 15;
+constexpr int kPrimariesBit = 22;
 constexpr DWORD kThreeBits = 7;
+constexpr DWORD kFiveBits = 31;
 constexpr DWORD kFullRange = 1; // 0 to 255
 constexpr DWORD kVideoRange = 2;
-struct MatrixRow {
+struct ValueRow {
     DWORD value;
-    int space; // the first of a value is what is read from it
+    int code; // the stream's; the first of a value is what is read from it
 };
-constexpr MatrixRow kMatrices[] = {
+constexpr ValueRow kMatrices[] = {
     {1, AVCOL_SPC_BT709},     {2, AVCOL_SPC_SMPTE170M},  {2, AVCOL_SPC_BT470BG},  {2, AVCOL_SPC_FCC},
     {3, AVCOL_SPC_SMPTE240M}, {4, AVCOL_SPC_BT2020_NCL}, {4, AVCOL_SPC_BT2020_CL}};
+constexpr ValueRow kPrimaries[] = {
+    {2, AVCOL_PRI_BT709}, {4, AVCOL_PRI_BT470BG}, {5, AVCOL_PRI_SMPTE170M}, {6, AVCOL_PRI_SMPTE240M}};
+
+DWORD ValueOf(std::span<const ValueRow> rows, int code) {
+    const auto row = std::ranges::find(rows, code, &ValueRow::code);
+    return row != rows.end() ? row->value : 0;
+}
+
+int CodeOf(std::span<const ValueRow> rows, DWORD value, int unspecified) {
+    const auto row = std::ranges::find(rows, value, &ValueRow::value);
+    return row != rows.end() ? row->code : unspecified;
+}
 
 DWORD ControlFlagsOf(const Colours& colours) {
-    const auto* const row = std::ranges::find(kMatrices, colours.matrix, &MatrixRow::space);
-    const DWORD matrix = row != std::end(kMatrices) ? row->value : 0;
-    return matrix == 0 && !colours.fullRange
+    const DWORD matrix = ValueOf(kMatrices, colours.matrix);
+    const DWORD primaries = ValueOf(kPrimaries, colours.primaries);
+    return matrix == 0 && primaries == 0 && !colours.fullRange
                ? 0
                : AMCONTROL_USED | AMCONTROL_COLORINFO_PRESENT | matrix << kMatrixBit |
-                     (colours.fullRange ? kFullRange : kVideoRange) << kRangeBit;
+                     primaries << kPrimariesBit | (colours.fullRange ? kFullRange : kVideoRange) << kRangeBit;
 }
 
 Colours ColoursIn(DWORD controlFlags) {
     Colours colours;
     if ((controlFlags & AMCONTROL_USED) != 0 && (controlFlags & AMCONTROL_COLORINFO_PRESENT) != 0) {
-        const auto* const row =
-            std::ranges::find(kMatrices, controlFlags >> kMatrixBit & kThreeBits, &MatrixRow::value);
-        colours.matrix = row != std::end(kMatrices) ? row->space : colours.matrix;
+        colours.matrix = CodeOf(kMatrices, controlFlags >> kMatrixBit & kThreeBits, colours.matrix);
+        colours.primaries = CodeOf(kPrimaries, controlFlags >> kPrimariesBit & kFiveBits, colours.primaries);
         colours.fullRange = (controlFlags >> kRangeBit & kThreeBits) == kFullRange;
     }
     return colours;

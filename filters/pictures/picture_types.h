@@ -27,7 +27,6 @@ const SampleLayout* FindPixelLayout(const GUID& subtype,
 // What a media type of uncompressed video says.
 struct PictureType : PictureBuffer {
     const SampleLayout* layout = nullptr;
-    Colours colours; // of YUV
 };
 
 // Either header (VIDEOINFOHEADER, VIDEOINFOHEADER2); nullopt for what is not one of the layouts.

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 extern "C" {
+#include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
 
@@ -23,12 +25,14 @@ void CopyLines(const std::uint8_t* from, int fromStride, std::uint8_t* to, int t
     }
 }
 
-// Which matrix the picture was made with; standard and high definition differ when it does not say.
-int MatrixOf(const Picture& picture) {
-    if (picture.colours.matrix == AVCOL_SPC_UNSPECIFIED) {
-        return picture.height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-    }
-    return picture.colours.matrix; // swscale counts as the stream does
+// Where chroma lies between the pixels of luma, in the scaler's 256ths of one.
+struct ChromaPlace {
+    int x, y;
+};
+ChromaPlace ChromaPlaceOf(int location) {
+    const bool centre = location == AVCHROMA_LOC_CENTER || location == AVCHROMA_LOC_TOP;
+    const bool top = location == AVCHROMA_LOC_TOPLEFT || location == AVCHROMA_LOC_TOP;
+    return {centre ? 128 : 0, top ? 0 : 128};
 }
 
 } // namespace
@@ -37,6 +41,10 @@ PictureWriter::PictureWriter() = default;
 
 PictureWriter::~PictureWriter() {
     sws_freeContext(scaler_);
+}
+
+int PictureWriter::UsualMatrix(int width, int height) {
+    return width >= 1280 || height > 576 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
 }
 
 bool PictureWriter::FillBlack(const PictureBuffer& target, std::uint8_t* buffer, long bytes) {
@@ -88,17 +96,30 @@ bool PictureWriter::Prepare(const Job& job) {
         return true;
     }
     sws_freeContext(scaler_);
-    scaler_ = sws_getContext(job.width, job.height, static_cast<AVPixelFormat>(job.format), job.targetWidth,
-                             job.targetHeight, static_cast<AVPixelFormat>(job.targetFormat), SWS_BILINEAR,
-                             nullptr, nullptr, nullptr);
+    scaler_ = sws_alloc_context();
     if (scaler_ == nullptr) {
         return false;
     }
-    prepared_ = job;
+    const ChromaPlace chroma = ChromaPlaceOf(job.chromaPlace);
+    const std::pair<const char*, int> options[] = {
+        {"srcw", job.width},          {"srch", job.height},        {"src_format", job.format},
+        {"dstw", job.targetWidth},    {"dsth", job.targetHeight},  {"dst_format", job.targetFormat},
+        {"src_range", job.fullRange}, {"src_h_chr_pos", chroma.x}, {"src_v_chr_pos", chroma.y},
+        {"dst_h_chr_pos", 0},         {"sws_flags", SWS_BILINEAR}};
+    for (const auto& [name, value] : options) {
+        (void)av_opt_set_int(scaler_, name, value, 0); // a wrong one is refused below
+    }
     const bool rgb = job.targetFormat == AV_PIX_FMT_BGR0 || job.targetFormat == AV_PIX_FMT_BGR24;
-    const int* matrix = sws_getCoefficients(job.matrix);
+    const int* from = sws_getCoefficients(job.matrix); // counted as the stream does
+    const int* to = rgb ? from : sws_getCoefficients(job.targetMatrix);
+    if (sws_init_context(scaler_, nullptr, nullptr) < 0) {
+        sws_freeContext(scaler_);
+        scaler_ = nullptr;
+        return false;
+    }
+    prepared_ = job;
     // Refused where nothing needs converting, which is as well.
-    (void)sws_setColorspaceDetails(scaler_, matrix, job.fullRange, matrix, rgb ? 1 : 0, 0, 1 << 16, 1 << 16);
+    (void)sws_setColorspaceDetails(scaler_, from, job.fullRange, to, rgb ? 1 : 0, 0, 1 << 16, 1 << 16);
     return true;
 }
 
@@ -111,8 +132,13 @@ bool PictureWriter::Write(const Picture& picture, const PictureBuffer& target, F
     if (fit == Fit::kLetterbox && picture.aspect != target.aspect) {
         area = FitInto(target, picture.aspect);
     }
-    if (!Prepare({picture.width, picture.height, picture.format, MatrixOf(picture),
-                  picture.colours.fullRange ? 1 : 0, area.width, area.height, target.pixels.format})) {
+    const auto matrix = [](const Colours& colours, int width, int height) {
+        return colours.matrix != AVCOL_SPC_UNSPECIFIED ? colours.matrix : UsualMatrix(width, height);
+    };
+    if (!Prepare({picture.width, picture.height, picture.format,
+                  matrix(picture.colours, picture.width, picture.height), picture.colours.fullRange ? 1 : 0,
+                  picture.chromaPlace, area.width, area.height, target.pixels.format,
+                  matrix(target.colours, target.width, target.height)})) {
         return false;
     }
     if (area.width != target.width || area.height != target.height) {

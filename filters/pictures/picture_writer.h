@@ -8,7 +8,8 @@ struct SwsContext;
 
 namespace vistrame {
 
-// Writes pictures into a renderer's buffer: another pixel layout, another size, both or neither.
+// Writes pictures into a renderer's buffer: another pixel layout, another size, both or neither; YUV with
+// the matrix that the buffer's colours name.
 //
 // Units      pixels.
 // Threads    one at a time.
@@ -28,6 +29,9 @@ public:
     PictureWriter& operator=(const PictureWriter&) = delete;
     ~PictureWriter();
 
+    // The matrix that a picture of this size has where nothing is said of it.
+    static int UsualMatrix(int width, int height);
+
     static bool FillBlack(const PictureBuffer& target, std::uint8_t* buffer, long bytes);
     bool Write(const Picture& picture, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
                long bytes);
@@ -41,8 +45,8 @@ private:
     static bool FitsScalerSteps(const PictureBuffer& target, int width);
     // What the scaler is set up for.
     struct Job {
-        int width, height, format, matrix, fullRange;
-        int targetWidth, targetHeight, targetFormat;
+        int width, height, format, matrix, fullRange, chromaPlace;
+        int targetWidth, targetHeight, targetFormat, targetMatrix;
         bool operator==(const Job&) const = default;
     };
     bool Prepare(const Job& job);

@@ -48,5 +48,9 @@ stream dual_mono.ts "$(pictures 352 288 25 2),scale=$sd" \
     -c:v mpeg2video -b:v 1M -c:a libtwolame -mode dual_channel -b:a 192k
 stream h264_refresh.ts "$(pictures 720 576 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v libx264 -preset superfast -tune zerolatency -x264opts intra-refresh=1:keyint=12 -c:a mp2
+# Hybrid log-gamma in 10 bits: its columns are other colours on a monitor of standard range.
+stream hevc_hlg.ts "$(pictures 352 288 25 1),scale=out_color_matrix=bt2020,format=yuv420p10le" "$(tone 48000 stereo 1)" \
+    -c:v libx265 -preset ultrafast -c:a mp2 \
+    -x265-params log-level=none:colorprim=bt2020:transfer=arib-std-b67:colormatrix=bt2020nc
 stream hevc_1080p.ts "$(pictures 1920 1080 25 2),scale=$hd" "$(tone 48000 stereo 2)" \
     -c:v libx265 -preset ultrafast -x265-params log-level=none:keyint=25:bframes=3 -c:a eac3 -b:a 128k

@@ -127,6 +127,18 @@ TEST(VideoDecoder, PicturesComeOutInOrderWithTheirColoursSizesAndTimes) {
     }
 }
 
+// What no renderer of standard range knows is brought to it as what each knows.
+TEST(VideoDecoder, HighDynamicRangeComesToTheRendererAsStandardRange) {
+    Playback playback(kHevc);
+    playback.Send(ReadStream("hevc_hlg.ts", true));
+    const std::vector<SeenPicture> seen = playback.Finish();
+    ASSERT_GE(seen.size(), 25u);
+    for (const SeenPicture& picture : seen) {
+        EXPECT_TRUE(IsNear(picture.left, {255, 0, 0})) << "red of 0.75 is brighter than the monitor's";
+        EXPECT_TRUE(IsNear(picture.top, {0, 240, 0}));
+    }
+}
+
 TEST(VideoDecoder, DamageNeitherStopsNorFreezesIt) {
     struct Row {
         const char* file;

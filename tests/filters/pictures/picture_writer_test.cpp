@@ -44,6 +44,7 @@ public:
         picture_.height = height;
         picture_.aspect = aspect;
         picture_.format = AV_PIX_FMT_YUV420P;
+        picture_.colours.matrix = AVCOL_SPC_SMPTE170M;
         for (std::size_t i = 0; i < 3; ++i) {
             const int step = i == 0 ? 1 : 2;
             const int stride = (width / step + 127) & ~63; // as decoders pad theirs
@@ -209,9 +210,43 @@ TEST(PictureWriter, EveryWidthInEveryLayout) {
                                            width,
                                            height,
                                            topDown,
-                                           {16, 9}};
+                                           {16, 9},
+                                           {AVCOL_SPC_SMPTE170M}};
                 ASSERT_EQ(Written(writer, scaled ? other : same, target).Fault(), "")
                     << kLayouts[i].name << ", " << width << " x " << height << ", " << row.what;
+            }
+        }
+    }
+}
+
+// Renderers go by the matrix that the type names, and by the size where it names none.
+TEST(PictureWriter, YuvGetsTheMatrixOfItsBuffer) {
+    const Colour green{32, 192, 32};
+    const Colour sd{124, 81, 69}; // the same
+    const Colour hd{142, 74, 64}; // and again
+    std::vector<std::uint8_t> planes[3];
+    Picture picture;
+    picture.format = AV_PIX_FMT_YUV420P;
+    picture.width = 352;
+    picture.height = 288;
+    for (std::size_t i = 0; i < 3; ++i) {
+        planes[i].assign(352 * 288, static_cast<std::uint8_t>(i == 0 ? sd.a : i == 1 ? sd.b : sd.c));
+        picture.planes[i] = planes[i].data();
+        picture.strides[i] = 352;
+    }
+    PictureWriter writer;
+    for (const Layout& layout : kLayouts) {
+        for (const int matrix : {AVCOL_SPC_UNSPECIFIED, AVCOL_SPC_BT709, AVCOL_SPC_SMPTE170M}) {
+            for (const int width : {352, 1280}) {
+                const bool topDown = !layout.pixels.bottomUp;
+                const PictureBuffer target{layout.pixels, width, 288, width, 288, topDown, {16, 9}, {matrix}};
+                std::vector<std::uint8_t> bytes(static_cast<std::size_t>(target.Bytes()));
+                ASSERT_TRUE(
+                    writer.Write(picture, target, PictureWriter::Fit::kFill, bytes.data(), target.Bytes()));
+                const bool toHd = matrix == AVCOL_SPC_UNSPECIFIED ? width == 1280 : matrix == AVCOL_SPC_BT709;
+                const Colour meant = !topDown ? green : toHd ? hd : sd;
+                EXPECT_TRUE(PixelAt(target, bytes.data(), width / 2, 100).IsNear(meant))
+                    << layout.name << ", matrix " << matrix << ", width " << width;
             }
         }
     }
