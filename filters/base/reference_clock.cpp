@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <mmsystem.h>
-
 #include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
 #include "contract/system_dlls.h"
@@ -20,10 +18,16 @@ REFERENCE_TIME SystemTime() {
     return seconds * kUnitsPerSecond + rest * kUnitsPerSecond / frequency.QuadPart;
 }
 
+TimerFunctions& TimerFunctions::OfSystem() {
+    static TimerFunctions functions{
+        SystemFunction<decltype(timeBeginPeriod)>(L"winmm.dll", "timeBeginPeriod"),
+        SystemFunction<decltype(timeEndPeriod)>(L"winmm.dll", "timeEndPeriod")};
+    return functions;
+}
+
 namespace {
 
-// The system's timer in its finest steps, while it is wanted. Its functions are looked up: the system looks
-// for a linked winmm.dll in the folder of our module first.
+// The system's timer in its finest steps, while it is wanted.
 class FineTimer {
 public:
     FineTimer() = default;
@@ -32,13 +36,11 @@ public:
     ~FineTimer() { Want(false); }
 
     void Want(bool wanted) {
+        const TimerFunctions& timer = TimerFunctions::OfSystem();
         if (wanted && !granted_) {
-            static auto* const begin =
-                SystemFunction<decltype(timeBeginPeriod)>(L"winmm.dll", "timeBeginPeriod");
-            granted_ = begin != nullptr && begin(kMilliseconds) == TIMERR_NOERROR;
+            granted_ = timer.begin != nullptr && timer.begin(kMilliseconds) == TIMERR_NOERROR;
         } else if (!wanted && granted_) {
-            static auto* const end = SystemFunction<decltype(timeEndPeriod)>(L"winmm.dll", "timeEndPeriod");
-            (void)(end != nullptr && end(kMilliseconds)); // it was granted
+            (void)(timer.end != nullptr && timer.end(kMilliseconds)); // it was granted
             granted_ = false;
         }
     }

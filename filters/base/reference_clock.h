@@ -5,6 +5,7 @@
 
 #include <windows.h>
 #include <dshow.h>
+#include <mmsystem.h>
 
 #include "filters/base/lock.h"
 #include "filters/base/com_object.h"
@@ -14,6 +15,18 @@ namespace vistrame {
 
 // Monotonic time of the system, 100 ns since some fixed moment.
 REFERENCE_TIME SystemTime();
+
+// How the system's timer is set to steps of a number of milliseconds and back: timeBeginPeriod and
+// timeEndPeriod. They are looked up when first wanted, null where there are none; linked, the system would look
+// for winmm.dll in the folder of our module first. Tests put their own here.
+struct TimerFunctions {
+    using Function = MMRESULT(WINAPI*)(UINT milliseconds);
+
+    static TimerFunctions& OfSystem();
+
+    Function begin;
+    Function end;
+};
 
 // What a reference clock is besides its time: it wakes those who asked for a moment.
 //

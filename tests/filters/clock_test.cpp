@@ -1,6 +1,7 @@
 // Following a PCR. That the clocks wake whoever waits is seen at the renderers, in tests/live.
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 #include <windows.h>
 #include <mmsystem.h>
@@ -34,22 +35,13 @@ MMRESULT WINAPI EndPeriod(UINT milliseconds) {
 
 } // namespace
 
-// What the linker finds here it does not take from the platform's library.
-#ifdef _WIN64
-#define IMPORTED(name) "__imp_" name
-#else
-#define IMPORTED(name) "__imp__" name "@4"
-#endif
-extern decltype(&BeginPeriod) importedBegin __asm__(IMPORTED("timeBeginPeriod"));
-extern decltype(&EndPeriod) importedEnd __asm__(IMPORTED("timeEndPeriod"));
-decltype(&BeginPeriod) importedBegin = BeginPeriod;
-decltype(&EndPeriod) importedEnd = EndPeriod;
-
 // It costs power on the whole machine.
 TEST(ClockEngine, TheSystemsTimerRunsFinerOnlyWhileSomebodyWaits) {
     const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     const HANDLE semaphore = CreateSemaphoreW(nullptr, 0, 100, nullptr);
     DWORD_PTR cookie = 0;
+    const TimerFunctions systems =
+        std::exchange(TimerFunctions::OfSystem(), TimerFunctions{BeginPeriod, EndPeriod});
     {
         SystemClockEngine clock;
         EXPECT_EQ(clock.AdviseTime(clock.Now() + 100 * kMs, event, &cookie), S_OK);
@@ -64,6 +56,7 @@ TEST(ClockEngine, TheSystemsTimerRunsFinerOnlyWhileSomebodyWaits) {
         EXPECT_EQ(clock.AdvisePeriodic(clock.Now(), 10 * kMs, semaphore, &cookie), S_OK);
         EXPECT_TRUE(WaitUntil([] { return begun == 3; }));
     }
+    TimerFunctions::OfSystem() = systems;
     EXPECT_EQ(ended, 3) << "the clock is gone";
     CloseHandle(event);
     CloseHandle(semaphore);
