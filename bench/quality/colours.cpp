@@ -2,9 +2,9 @@
 //
 // usage: colours mpeg2|h264|hevc STREAM RGB32|NV12|YV12|YUY2
 //
-// STREAM is an elementary stream whose pictures are all the same 25 x 5 patches. For each patch, row by row, red,
-// green and blue of 0 to 255 as a renderer of this layout shows them that does what the media type says, or what
-// is usual for the size where it says nothing.
+// STREAM is an elementary stream whose pictures are all the same 25 x 5 patches. For each patch, row by
+// row, red, green and blue of 0 to 255 as a renderer of this layout shows them that does what the media
+// type says, or what is usual for the size where it says nothing.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -22,9 +22,9 @@ namespace vistrame {
 // first picture comes, and whenever size or aspect change, the renderer is asked:
 //   1. to reconnect with the picture's own size;
 //   2. to take the new aspect with the size that was connected; the picture is scaled to that.
-// Each with the colours that the stream specifies, or that are usual for its own size where they are not for
-// the other, then without, for renderers that do not know the field: the colours are converted then. Colours of
-// a wide gamut or a high dynamic range never come to the renderer (ColourMapper).
+// Each with the colours that the stream specifies, or that are usual for its own size where they are not
+// for the other, then without, for renderers that do not know the field: the colours are converted then.
+// Colours of a wide gamut or a high dynamic range never come to the renderer (ColourMapper).
 // Where it refuses both, the picture is scaled and keeps its aspect between black bars.
 //
 // Units      times 100 ns.

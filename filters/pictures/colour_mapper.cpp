@@ -17,8 +17,8 @@ namespace vistrame {
 
 namespace {
 
-// Cells of the table, as powers of two in a sample's whole range: as many as keep the colours of PQ, the steepest,
-// within two steps of CIEDE2000 (bench/quality/colour-chart).
+// Cells of the table, as powers of two in a sample's whole range: as many as keep the colours of PQ, the
+// steepest, within two steps of CIEDE2000 (bench/quality/colour-chart).
 constexpr int kLumaBits = 5;
 constexpr int kChromaBits = 6;
 constexpr int kLumaNodes = (1 << kLumaBits) + 1;
@@ -64,8 +64,8 @@ struct ColourMapper::Scale {
     }
     // From what Columns::At says.
     [[nodiscard]] std::uint8_t Dithered(int value, int line, int at) const {
-        const auto place = static_cast<std::size_t>((line & 7) * 8 + (at & 7));
-        return static_cast<std::uint8_t>(std::min((value + dither[place]) >> down, 255));
+        const auto threshold = dither.begin() + std::ptrdiff_t{line & 7} * 8 + (at & 7);
+        return static_cast<std::uint8_t>(std::min((value + *threshold) >> down, 255));
     }
 
     int most;
@@ -137,8 +137,8 @@ struct ColourMapper::Job {
     }
 };
 
-// The table's columns over Y at the four corners of a cell of U and V. All of them at once would hold the first
-// picture up by some 50 ms; pictures have few of them.
+// The table's columns over Y at the four corners of a cell of U and V. All of them at once would hold the
+// first picture up by some 50 ms; pictures have few of them.
 void ColourMapper::MakeCell(int corner) {
     for (const int other : {0, 1, kChromaNodes, kChromaNodes + 1}) {
         const int column = corner + other;
@@ -158,7 +158,7 @@ void ColourMapper::MakeColumn(int column) {
     const auto chroma = [&](int node) {
         return (256.0 * node / (kChromaNodes - 1) - 128) / (full ? 255 : 224);
     };
-    Node* node = &table_[static_cast<std::size_t>(column * kLumaNodes)];
+    Node* node = table_.data() + std::ptrdiff_t{column} * kLumaNodes;
     for (int y = 0; y < kLumaNodes; ++y, ++node) {
         const Triple yuv = range_->Map({(256.0 * y / (kLumaNodes - 1) - (full ? 0 : 16)) / (full ? 255 : 219),
                                         chroma(column % kChromaNodes), chroma(column / kChromaNodes)});
@@ -200,8 +200,8 @@ bool ColourMapper::Place(const Picture& picture) {
 template <class Sample>
 void ColourMapper::MapBlockRow(const Job& job, int blockRow) {
     const Scale scale(job.bits);
-    const Sample* const us = job.Line<Sample>(1, blockRow);
-    const Sample* const vs = job.Line<Sample>(2, blockRow);
+    const auto* const us = job.Line<Sample>(1, blockRow);
+    const auto* const vs = job.Line<Sample>(2, blockRow);
     std::uint8_t* const madeU = job.Made(1, blockRow);
     std::uint8_t* const madeV = job.Made(2, blockRow);
     const int firstLine = blockRow << job.down;
@@ -213,11 +213,11 @@ void ColourMapper::MapBlockRow(const Job& job, int blockRow) {
         if (!made_[static_cast<std::size_t>(corner)].cell) {
             MakeCell(corner);
         }
-        Columns columns(&table_[static_cast<std::size_t>(corner * kLumaNodes)], u, v, scale);
+        Columns columns(table_.data() + std::ptrdiff_t{corner} * kLumaNodes, u, v, scale);
         const int endAt = std::min(x + (1 << job.across), job.from.width);
         int sum = 0;
         for (int line = firstLine; line < endLine; ++line) {
-            const Sample* const lumas = job.Line<Sample>(0, line);
+            const auto* const lumas = job.Line<Sample>(0, line);
             std::uint8_t* const made = job.Made(0, line);
             for (int at = x; at < endAt; ++at) {
                 const int y = std::min<int>(lumas[at], scale.most);

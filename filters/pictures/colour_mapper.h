@@ -12,7 +12,8 @@ namespace vistrame {
 // Makes pictures of a wide gamut or a high dynamic range ones that any renderer shows: BT.709 in 8 bits, as
 // StandardRange says. All other pictures pass untouched.
 //
-// A table over Y, U and V holds what becomes of them, interpolated in between (a megabyte, made where pictures need it). The chroma stays where it was; what 8 bits cannot hold is dithered.
+// A table over Y, U and V holds what becomes of them, interpolated in between (a megabyte, made where
+// pictures need it). The chroma stays where it was; what 8 bits cannot hold is dithered.
 //
 // Threads    one at a time.
 // Ownership  keeps one picture.

@@ -12,10 +12,10 @@ using Triple = std::array<double, 3>;
 // What a colour of other primaries or of a high dynamic range becomes on a monitor of standard range: BT.709,
 // BT.1886.
 //
-// BT.2020 and 525 lines of standard definition keep their light. HLG is taken as a display of 1000 cd/m2 shows
-// it (BT.2100), PQ as it is, of 1000 cd/m2 where it does not say. Both are brought down to the 203 cd/m2 that is
-// their white (BT.2408) by the curve of BT.2390, which leaves all below some 100 alone; by the largest
-// component, so that hues stay. What then lies outside the gamut of BT.709 is clipped.
+// BT.2020 and 525 lines of standard definition keep their light. HLG is taken as a display of 1000 cd/m2
+// shows it (BT.2100), PQ as it is, of 1000 cd/m2 where it does not say. Both are brought down to the 203
+// cd/m2 that is their white (BT.2408) by the curve of BT.2390, which leaves all below some 100 alone; by
+// the largest component, so that hues stay. What then lies outside the gamut of BT.709 is clipped.
 //
 // Units      signals 0 to 1, U and V -0.5 to 0.5; light in cd/m2.
 // Threads    any, once made.
