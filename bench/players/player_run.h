@@ -31,8 +31,8 @@ struct Figures {
 };
 
 // Two seconds after the first picture the figures begin; `seconds` later the player is ended. With `copies`
-// of it (two seconds more each), one after the other in the same place, the cost is that of all, and the pictures are those of the
-// last, which is on top. Needs a session.
+// of it (two seconds more each), one after the other in the same place, the cost is that of all, and the
+// pictures are those of the last, which is on top. Needs a session.
 Figures Play(const Player& player, const std::string& stream, double seconds, int copies = 1);
 
 } // namespace vistrame::bench

@@ -1,11 +1,11 @@
-// Ends of the player, many times at random moments: analyzers that are killed, the player's window closed, and
-// Quit in every state. To be run inside a session (tools/wine-session) with the filters registered.
+// Ends of the player, many times at random moments: analyzers that are killed, the player's window closed,
+// and Quit in every state. To be run inside a session (tools/wine-session) with the filters registered.
 //
 // usage: soak_ends BUILD STREAM TIMES [SEED [MOMENT]]
 //
 // BUILD is the product's build folder, STREAM the demo stream. Each kind of end happens TIMES times; with
-// MOMENT only those at that moment. The exit code is 1 when a player was still there after its limit, or ended
-// with another exit code than it should.
+// MOMENT only those at that moment. The exit code is 1 when a player was still there after its limit, or
+// ended with another exit code than it should.
 #include <algorithm>
 #include <array>
 #include <cstdio>

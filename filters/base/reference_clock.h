@@ -17,8 +17,8 @@ namespace vistrame {
 REFERENCE_TIME SystemTime();
 
 // How the system's timer is set to steps of a number of milliseconds and back: timeBeginPeriod and
-// timeEndPeriod. They are looked up when first wanted, null where there are none; linked, the system would look
-// for winmm.dll in the folder of our module first. Tests put their own here.
+// timeEndPeriod. They are looked up when first wanted, null where there are none; linked, the system would
+// look for winmm.dll in the folder of our module first. Tests put their own here.
 struct TimerFunctions {
     using Function = MMRESULT(WINAPI*)(UINT milliseconds);
 

@@ -22,8 +22,8 @@ void SetErrorLogDir(const std::string& directory) {
     std::memcpy(ErrorLogDir, directory.c_str(), directory.size() + 1);
 }
 
-// A log that somebody else holds, or that is none, is done without. First of all: a log that is open once stays
-// so.
+// A log that somebody else holds, or that is none, is done without. First of all: a log that is open once
+// stays so.
 TEST(DebugLog, ThatCannotBeOpenedIsSilent) {
     DeleteFileA(test::kDebugLogPath);
     HANDLE held = CreateFileA(test::kDebugLogPath, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
