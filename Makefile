@@ -1,6 +1,6 @@
 # The commands of this repository; each gets ready what it needs first. The work is done in tools/.
 .DEFAULT_GOAL := help
-.PHONY: help setup build package try-package test live play pictures format format-check docs-check tidy bench fuzz soak clean
+.PHONY: help setup build package try-package test live foreign play pictures format format-check docs-check tidy bench fuzz soak clean
 
 # A variable's value as one word for the shell, whatever stands in it: blanks, quotes and dollars too.
 quoted = '$(subst ','\'',$(value $(1)))'
@@ -17,6 +17,9 @@ test: ## build everything and run every test
 
 live: ## measure what happens to live streams on the built player (ten minutes)
 	@tools/live
+
+foreign: ## play streams that other encoders and multiplexers made (seven minutes)
+	@tools/foreign
 
 pictures: ## take the pictures of the analyzer's window that the docs show
 	@tools/pictures

@@ -3,8 +3,9 @@
 // usage: live_probe demo BUILD STREAMS           the demo of `make play`
 //        live_probe matrix BUILD STREAMS [ROW]   every coding, demultiplexer, renderer and clock
 //        live_probe timers BUILD STREAMS [ROW]   fade-in and stall watchdog
+//        live_probe foreign BUILD STREAMS [ROW]  streams of other encoders and multiplexers
 //
-// BUILD is the product's build folder, STREAMS that of make-streams.
+// BUILD is the product's build folder, STREAMS that of make-streams or make-foreign.
 #include <cstdio>
 #include <span>
 #include <string_view>
@@ -17,11 +18,12 @@ int main(int count, char** words) {
         std::string_view name;
         Part part;
     };
-    for (const auto& [name, part] : {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}}) {
+    for (const auto& [name, part] :
+         {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"foreign", RunForeign}}) {
         if (count >= 4 && name == words[1]) {
             return RunPart(part, std::span(words, static_cast<std::size_t>(count)).subspan(2));
         }
     }
-    std::fputs("usage: live_probe demo|matrix|timers BUILD STREAMS [ROW]\n", stderr);
+    std::fputs("usage: live_probe demo|matrix|timers|foreign BUILD STREAMS [ROW]\n", stderr);
     return 2;
 }

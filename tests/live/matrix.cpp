@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct Row {
     int video, audio; // codings
     int korvix, vmr9, clock;
     int colour;
+    double soundLate = 0; // by the stream's own times, seconds
 };
 
 constexpr int kColours[] = {0xC02818, 0x209838, 0x2840C8, 0xB028A0};
@@ -60,6 +62,25 @@ constexpr std::array kRows{
     Row{"large.ts", 2, 1, 2, 0, 0, 2, 1}, // 720p
     Row{"large.ts", 3, 1, 0, 1, 1, 0, 3}, // 1080i
     Row{"large.ts", 4, 2, 3, 0, 1, 3, 2}, // 1080p
+};
+
+// What make-foreign makes; each is played through both demultiplexers.
+struct Foreign {
+    const char* stream;
+    int video, audio; // codings
+    int colour;
+    double soundLate = 0; // seconds that its own times put the sound behind the picture
+};
+constexpr double kMerged = -0.5; // esmerge shows pictures half a second after their time
+constexpr std::array kForeign{
+    Foreign{"mjpegtools.ts", 0, 0, 0},           Foreign{"mjpegtools-576i.ts", 0, 0, 3},
+    Foreign{"mjpegtools-ac3.ts", 0, 1, 0},       Foreign{"gst-mpeg2.ts", 0, 0, 0},
+    Foreign{"gst-mpeg2-mp3.ts", 0, 0, 0},        Foreign{"gst-x264-aac.ts", 1, 2, 1},
+    Foreign{"gst-x264-ac3.ts", 1, 1, 1},         Foreign{"gst-openh264-aac.ts", 1, 2, 1},
+    Foreign{"gst-x265-mp3.ts", 2, 0, 2},         Foreign{"gst-x265-nowpp.ts", 2, 0, 2},
+    Foreign{"esmerge-mp2.ts", 1, 0, 1, kMerged}, Foreign{"esmerge-aac.ts", 1, 2, 1, kMerged},
+    Foreign{"esmerge-ac3.ts", 1, 1, 1, kMerged}, Foreign{"vlc-x264.ts", 1, 0, 1},
+    Foreign{"vlc-x264-ac3.ts", 1, 1, 1},         Foreign{"mencoder.ts", 0, 0, 0},
 };
 
 struct Result {
@@ -102,11 +123,12 @@ void CheckSound(const Row& row, const ProgrammeRun& run, double picture, Result&
     result.soundAfterPicture = ToneEnvelope(run.sound, kTones[row.audio]).Onset() - picture;
 }
 
-void CheckLipSync(const ProgrammeRun& run, double begin, double end, Result& result) {
+void CheckLipSync(const ProgrammeRun& run, double begin, double end, double soundLate, Result& result) {
     const std::vector<LipSync> pairs = LipSyncs(run, begin + kLipSyncAfter, end);
     std::vector<double> late;
+    late.reserve(pairs.size());
     for (const LipSync& pair : pairs) {
-        late.push_back(pair.soundLate);
+        late.push_back(pair.soundLate - soundLate);
     }
     result.lipSyncs = late.size();
     if (late.size() < 3) {
@@ -150,7 +172,7 @@ Result Play(const Row& row, const Paths& where, SoundWatch& sound) {
     result.overRandomAccess = result.firstPicture - Value(run.Rest("picture "), "random-access-msec ") / 1000;
     CheckPicture(row, run, picture, end, result);
     CheckSound(row, run, picture, result);
-    CheckLipSync(run, picture, end, result);
+    CheckLipSync(run, picture, end, row.soundLate, result);
     if (run.blink > 0.1) {
         result.wrong += result.wrong.empty() ? "" : " (the screen was not looked at for a while)";
     }
@@ -159,13 +181,15 @@ Result Play(const Row& row, const Paths& where, SoundWatch& sound) {
 
 } // namespace
 
-bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
+namespace {
+
+bool RunRows(const Paths& where, SoundWatch& sound, std::size_t only, std::span<const Row> rows) {
     std::puts(
         "video   audio   demux    renderer clock | first picture, over  sound after | lip sync  worst of | "
         "held lost |    tone");
     bool right = true;
-    for (const Row& row : kRows) {
-        if (only != 0 && &row != &kRows.at((only - 1) % kRows.size())) {
+    for (const Row& row : rows) {
+        if (only != 0 && &row != &rows[(only - 1) % rows.size()]) {
             continue;
         }
         Result result;
@@ -176,16 +200,33 @@ bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
         std::printf(
             "%-7s %-7s %-8s %-8s %5d | %10.0f ms %4.0f ms %8.0f ms | %5.0f ms %3.0f ms %2zu | %4.0f %4d | "
             "%4.0f "
-            "Hz  %s%s\n",
+            "Hz  %s%s%s\n",
             kVideoNames[row.video], kAudioNames[row.audio], row.korvix != 0 ? "Korvix" : "platform",
             row.vmr9 != 0 ? "VMR9" : "overlay", row.clock, result.firstPicture * 1000,
             result.overRandomAccess * 1000, result.soundAfterPicture * 1000, result.lipSyncMiddle * 1000,
             result.lipSyncWorst * 1000, result.lipSyncs, result.hold * 1000, result.lost, result.hertz,
-            result.wrong.empty() ? "ok" : "WRONG:", result.wrong.c_str());
+            row.stream, result.wrong.empty() ? " ok" : " WRONG:", result.wrong.c_str());
         std::fflush(stdout);
         right = right && result.wrong.empty();
     }
     return right;
+}
+
+} // namespace
+
+bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only) {
+    return RunRows(where, sound, only, kRows);
+}
+
+bool RunForeign(const Paths& where, SoundWatch& sound, std::size_t only) {
+    std::vector<Row> rows;
+    for (const Foreign& one : kForeign) {
+        for (const int korvix : {0, 1}) {
+            rows.push_back(
+                {one.stream, 1, one.video, one.audio, korvix, 0, korvix, one.colour, one.soundLate});
+        }
+    }
+    return RunRows(where, sound, only, rows);
 }
 
 } // namespace vistrame::live

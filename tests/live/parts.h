@@ -13,6 +13,8 @@ namespace vistrame::live {
 bool RunDemo(const Paths& where, SoundWatch& sound, std::size_t only);
 // Every coding through every demultiplexer, renderer and clock: colour, motion, tone, lip sync.
 bool RunMatrix(const Paths& where, SoundWatch& sound, std::size_t only);
+// The same checks on streams of other encoders and multiplexers (make-foreign).
+bool RunForeign(const Paths& where, SoundWatch& sound, std::size_t only);
 // The fade-in and the stall watchdog.
 bool RunTimers(const Paths& where, SoundWatch& sound, std::size_t only);
 
