@@ -64,7 +64,7 @@ struct ColourMapper::Scale {
     }
     // From what Columns::At says.
     [[nodiscard]] std::uint8_t Dithered(int value, int line, int at) const {
-        const auto threshold = dither.begin() + std::ptrdiff_t{line & 7} * 8 + (at & 7);
+        const int* const threshold = dither.data() + std::ptrdiff_t{line & 7} * 8 + (at & 7);
         return static_cast<std::uint8_t>(std::min((value + *threshold) >> down, 255));
     }
 
