@@ -18,8 +18,9 @@ void LiveTiming::Start() {
     windowStart_.reset();
     for (Stream& stream : streams_) {
         stream.candidate.reset();
-        stream.last.reset();
-        stream.disbelieved = 0;
+        stream.believed.reset();
+        stream.doubted.reset();
+        stream.agreed = 0;
     }
     Changed();
 }
@@ -47,13 +48,22 @@ void LiveTiming::Changed() {
     changed_.notify_all();
 }
 
-bool LiveTiming::Believe(Stream& stream, std::int64_t decodeTime) {
-    constexpr unsigned kEnough = 3; // a damaged time stamp does not repeat
-    if (stream.last && std::abs(decodeTime - *stream.last) > kImplausible && ++stream.disbelieved < kEnough) {
-        return false;
+bool LiveTiming::Believe(Stream& stream, const Arrival& arrival) {
+    constexpr unsigned kEnough = 3; // damaged time stamps do not agree with each other
+    const auto follows = [&](const std::optional<Arrival>& before) {
+        return before && std::abs((arrival.decodeTime - before->decodeTime) - (arrival.now - before->now)) <=
+                             kImplausible;
+    };
+    if (stream.believed && !follows(stream.believed)) {
+        stream.agreed = follows(stream.doubted) ? stream.agreed + 1 : 1;
+        stream.doubted = arrival;
+        if (stream.agreed < kEnough) {
+            return false;
+        }
     }
-    stream.disbelieved = 0;
-    stream.last = decodeTime;
+    stream.believed = arrival;
+    stream.doubted.reset();
+    stream.agreed = 0;
     return true;
 }
 
@@ -115,7 +125,7 @@ void LiveTiming::Watch(std::int64_t lead, std::int64_t now) {
 void LiveTiming::Arrive(unsigned stream, std::int64_t decodeTime, std::int64_t now) {
     const std::lock_guard lock(lock_);
     Stream& source = streams_.at(stream);
-    if (!running_ || !Believe(source, decodeTime)) {
+    if (!running_ || !Believe(source, {decodeTime, now})) {
         return;
     }
     const std::int64_t candidate = now + kLatency - decodeTime;

@@ -25,7 +25,7 @@ namespace vistrame {
 //            - Less than kMinimumLead left: the offset moves to kLatency again; by more than kGap: settle
 //              anew, since a gap is usually followed by its backlog.
 //            - Always too early: by more than kEarly for a whole window: settle anew (the source ran ahead);
-//              by more than kComfort: move back at 1 % of the speed.
+//              by more than kComfort: move back, no faster than sound can be resampled.
 //            A sender's clock that runs off from the graph's is followed all the time by moving the offset
 //            a little with each PCR (DelayKeeper); none of the above then comes to pass.
 //            A jump of the PCR or its wrap changes next to nothing: the timeline goes on across it. Where
@@ -33,7 +33,8 @@ namespace vistrame {
 //            PCR behind the jump tells how far the guess was off, and the offset takes that back.
 // Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
 // Threads    any; one leaf lock inside. AwaitOffset() blocks, the rest does not.
-// Errors     a time stamp that lies kImplausible off the stream's last one is not believed until it repeats.
+// Errors     a time stamp that lies kImplausible off from where its arrival would have it, going by the stream's
+//            last one, is not believed until others agree with it.
 class LiveTiming {
 public:
     // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the
@@ -46,9 +47,10 @@ public:
     static constexpr std::int64_t kWindow = ReferenceFromMilliseconds(1000);
     static constexpr std::int64_t kEarly = ReferenceFromMilliseconds(700);
     static constexpr std::int64_t kComfort = ReferenceFromMilliseconds(100);
-    static constexpr std::int64_t kSlew = kWindow / 100;
+    static constexpr std::int64_t kSlew = kWindow / 1000;
     static constexpr std::int64_t kSeam = ReferenceFromMilliseconds(20); // smaller differences are jitter
-    static constexpr std::int64_t kImplausible = ReferenceFromMilliseconds(5000);
+    // More than a coder's buffer lasts: its largest picture comes that much later than the small one before.
+    static constexpr std::int64_t kImplausible = ReferenceFromMilliseconds(2000);
 
     static constexpr unsigned kStreams = 2; // video, audio
     static constexpr unsigned kVideo = 0;
@@ -75,14 +77,19 @@ public:
     std::optional<std::int64_t> Delay() const;
 
 private:
+    struct Arrival {
+        std::int64_t decodeTime;
+        std::int64_t now;
+    };
     struct Stream {
         bool expected = false;
         std::optional<std::int64_t> candidate; // offset that would suit its last arrival; while settling
-        std::optional<std::int64_t> last;      // decode time of its last believed arrival
-        unsigned disbelieved = 0;              // in a row
+        std::optional<Arrival> believed;       // its last
+        std::optional<Arrival> doubted;        // since then
+        unsigned agreed = 0;                   // how many doubted ones in a row
     };
 
-    bool Believe(Stream& stream, std::int64_t decodeTime);
+    static bool Believe(Stream& stream, const Arrival& arrival);
     void Settle(std::int64_t now);
     void TrySettled(std::int64_t now);
     void Watch(std::int64_t lead, std::int64_t now);

@@ -31,8 +31,9 @@ class StreamPin : public OutputPin {
 public:
     static constexpr REFERENCE_TIME kLatePicture = ReferenceFromMilliseconds(300);
     static constexpr REFERENCE_TIME kLateSound = ReferenceFromMilliseconds(200);
-    // A stamp further ahead than any multiplexer sends is damaged; the unit goes without.
-    static constexpr REFERENCE_TIME kFarAhead = ReferenceFromMilliseconds(5000);
+    // A stamp further ahead is damaged; the unit goes without. A coder's buffer of two seconds, 16 reordered
+    // pictures at 25 a second and the latency are the most that one comes ahead.
+    static constexpr REFERENCE_TIME kFarAhead = ReferenceFromMilliseconds(2850);
 
     StreamPin(DemuxFilter& owner, std::wstring name);
     ~StreamPin() override = default; // inactive by then: the filter has stopped itself

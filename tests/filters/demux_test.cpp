@@ -219,6 +219,34 @@ TEST(LiveTiming, WhoeverWaitsIsFreedByTimeAndByAnyChange) {
     }
 }
 
+// Twenty-five units a second, now and then one whose stamp has a wrong bit; after a minute nothing comes for four
+// seconds, and then all of it at once.
+TEST(LiveTiming, ADamagedStampMovesNothingAndARealJumpIsFollowed) {
+    LiveTiming timing;
+    timing.Start();
+    timing.Expect(LiveTiming::kVideo, true);
+    const auto offset = [&](std::int64_t now) { // settled, when it has to be, by the time that passes
+        return *timing.AwaitOffset([&] { return std::optional(std::exchange(now, now + 150 * kMs)); });
+    };
+    constexpr std::int64_t kUnit = 40 * kMs;
+    for (int i = 0; i < 1500; ++i) {
+        const int bit = i % 25 == 24 ? i / 25 % 33 : -1; // of a stamp in 90 kHz
+        const std::int64_t damage = bit < 0 ? 0 : ReferenceFromTicks(std::int64_t{1} << bit);
+        timing.Arrive(LiveTiming::kVideo, i * kUnit + (i % 2 == 0 ? damage : -damage), i * kUnit);
+        if (i >= 50) { // what is not doubted may move it
+            ASSERT_NEAR(offset(i * kUnit) / kMs, LiveTiming::kLatency / kMs, 1500) << "bit " << bit;
+        }
+    }
+    constexpr std::int64_t kBack = 1600 * kUnit;
+    for (int i = 1500; i < 1600; ++i) {
+        timing.Arrive(LiveTiming::kVideo, i * kUnit, kBack);
+    }
+    for (int i = 1600; i < 1625; ++i) {
+        timing.Arrive(LiveTiming::kVideo, i * kUnit, i * kUnit);
+    }
+    EXPECT_NEAR(offset(1625 * kUnit) / kMs, LiveTiming::kLatency / kMs, 100) << "the live edge again";
+}
+
 TEST(UnitQueue, DoesNotWaitForEverForAPlaceToBegin) {
     UnitQueue queue;
     queue.Open();
