@@ -219,8 +219,8 @@ TEST(LiveTiming, WhoeverWaitsIsFreedByTimeAndByAnyChange) {
     }
 }
 
-// Twenty-five units a second, now and then one whose stamp has a wrong bit; after a minute nothing comes for four
-// seconds, and then all of it at once.
+// Twenty-five units a second, now and then one whose stamp has a wrong bit; after a minute nothing comes for
+// four seconds, and then all of it at once.
 TEST(LiveTiming, ADamagedStampMovesNothingAndARealJumpIsFollowed) {
     LiveTiming timing;
     timing.Start();
