@@ -33,8 +33,8 @@ namespace vistrame {
 //            PCR behind the jump tells how far the guess was off, and the offset takes that back.
 // Units      100 ns throughout, on the timeline (unwrapped) or on stream time.
 // Threads    any; one leaf lock inside. AwaitOffset() blocks, the rest does not.
-// Errors     a time stamp that lies kImplausible off from where its arrival would have it, going by the stream's
-//            last one, is not believed until others agree with it.
+// Errors     a time stamp that lies kImplausible off from where its arrival would have it, going by the
+//            stream's last one, is not believed until others agree with it.
 class LiveTiming {
 public:
     // Decoding a picture (20 ms), the sound renderer's write-ahead (it refuses more than 150 ms) and the
