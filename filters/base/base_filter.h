@@ -9,8 +9,8 @@
 #include <windows.h>
 #include <dshow.h>
 
-#include "filters/base/lock.h"
 #include "filters/base/com_object.h"
+#include "filters/base/lock.h"
 #include "filters/base/trace.h"
 
 namespace vistrame {

@@ -6,9 +6,9 @@
 #include <windows.h>
 #include <dshow.h>
 
-#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/com_object.h"
+#include "filters/base/lock.h"
 #include "filters/base/media_type.h"
 
 namespace vistrame {

@@ -7,8 +7,8 @@
 #include <dshow.h>
 #include <mmsystem.h>
 
-#include "filters/base/lock.h"
 #include "filters/base/com_object.h"
+#include "filters/base/lock.h"
 #include "filters/base/worker_thread.h"
 
 namespace vistrame {

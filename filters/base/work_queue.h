@@ -7,8 +7,8 @@
 #include <mutex>
 #include <utility>
 
-#include "filters/base/lock.h"
 #include "filters/base/guarded.h"
+#include "filters/base/lock.h"
 #include "filters/base/worker_thread.h"
 
 namespace vistrame {

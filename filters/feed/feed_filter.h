@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
+#include "filters/base/lock.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/reference_clock.h"
 #include "filters/base/work_queue.h"

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
+#include "filters/base/lock.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/worker_thread.h"
 #include "filters/osd_source/text_picture.h"

@@ -2,9 +2,9 @@
 
 #include <atomic>
 
-#include "filters/base/lock.h"
 #include "filters/base/base_filter.h"
 #include "filters/base/input_pin.h"
+#include "filters/base/lock.h"
 #include "filters/base/output_pin.h"
 #include "filters/base/worker_thread.h"
 #include "filters/overlay/window_painter.h"
