@@ -39,6 +39,8 @@ constexpr double kSlower = 1.2;      // times the first changes' median
 constexpr double kSlowerMsec = 20;   // or so much: a median of few moves by that on a busy machine
 // Wine's filter graph leaves one of its two events open when it goes.
 constexpr double kWinesEvents = 1;
+// Each thread under Wine holds four descriptors: two pipes to the server, and both ends of its own one.
+constexpr int kThreadsFiles = 4;
 // How far the least of a figure's last third may lie above that of the first settled third. Single counts
 // swing by thirty handles and 60 MB with what the threads are just doing; what is kept for good lifts the
 // least of them too.
@@ -58,7 +60,7 @@ const char* NameOf(double Change::*value) {
 
 void Take(Change& change, const ProcessWatch::Look& look) {
     change.threads = look.threads;
-    change.files = look.files;
+    change.files = look.files - kThreadsFiles * look.threads;
     change.addresses = look.addresses;
     change.memory = look.memory;
 }

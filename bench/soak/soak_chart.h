@@ -12,7 +12,8 @@ struct Change {
     double time = 0;     // seconds since the first change
     double setPid = 0;   // ms that the command took
     double picture = -1; // ms to the first picture, where the script waited for it
-    double threads = -1, files = -1;
+    double threads = -1;
+    double files = -1;                        // descriptors but for those of the threads
     double addresses = -1, memory = -1;       // MB
     double handles = -1;                      // but for registry keys, and for what Wine leaves of each graph
     double keys = -1;                         // registry keys

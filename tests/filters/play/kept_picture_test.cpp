@@ -1,6 +1,5 @@
 // What a new graph shows of a stream that an earlier graph of the process was fed.
 #include "filters/kept/kept_stream.h"
-#include "filters/pictures/picture_types.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {
@@ -21,7 +20,7 @@ TEST(KeptPicture, ANewGraphShowsItBeforeAnyData) {
     PlayingGraph play; // selects the programme
     play.graph.Run();
     EXPECT_TRUE(WaitUntil([&] { return play.pictures->Count() >= 1; }));
-    EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 720);
+    EXPECT_EQ(play.pictures->firstWidth, 720);
     EXPECT_EQ(play.pictures->timed, 0) << "a still, to be shown at once";
     EXPECT_EQ(play.sound->Count(), 0U) << "sound comes from the live edge only";
 
@@ -51,7 +50,7 @@ TEST(KeptPicture, OfAnotherStreamIsNotShown) {
         EXPECT_EQ(play.demux->SetPids(videoPid, kAudioPid, videoPid), S_OK);
         play.graph.Run();
         EXPECT_TRUE(play.pictures->Await(1)) << "black";
-        EXPECT_EQ(ReadPictureType(play.pictures->Input().Type())->width, 1920) << "nothing is known of it";
+        EXPECT_EQ(play.pictures->firstWidth, 1920) << "nothing is known of it";
         play.graph.Stop();
     }
 }

@@ -24,6 +24,10 @@ bool InMultithreadedApartment() {
 void CountingSink::Look(ByteSpan /*data*/, Sample& sample) {
     timed += sample.time ? 1 : 0;
     outside += InMultithreadedApartment() ? 0 : 1;
+    if (firstWidth == 0) {
+        const auto picture = ReadPictureType(Input().Type());
+        firstWidth = picture ? picture->width : 0;
+    }
 }
 
 Broadcast::Broadcast() : stream_(ReadTransportStream("mpeg2_576i.ts")) {}

@@ -16,6 +16,7 @@ class CountingSink final : public SinkFilter {
 public:
     std::atomic<int> timed = 0;   // samples
     std::atomic<int> outside = 0; // samples from a thread that is no member of the multithreaded apartment
+    std::atomic<LONG> firstWidth = 0; // of the first picture, which the next one's type may follow at once
 
 private:
     ~CountingSink() override { (void)Stop(); }
