@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -101,7 +102,7 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
         const double end = run.Time("mark end-" + std::to_string(i));
         const Silence found = FindSilence(run.sound.Cut(begin, end));
         silence = {silence.gaps + found.gaps, std::max(silence.longest, found.longest)};
-        hold = std::max(hold, LongestHold(run, begin, end));
+        hold = std::max(hold, run.Shown(begin, end).longestHold);
     }
     const bool right = run.failure.empty() && silence.longest <= kLongestGap && hold <= kLongestHold;
     std::printf("%-48s silences over %.0f ms %d, longest %.0f ms; longest picture %.0f ms; %s%s\n", row.what,
@@ -125,10 +126,7 @@ bool RunBusy(const Paths& where, SoundWatch& sound, std::size_t only) {
 } // namespace vistrame::live
 
 int main(int count, char** words) {
-    using namespace vistrame::live;
-    if (count < 3) {
-        std::fputs("usage: live_busy BUILD STREAMS [ROW]\n", stderr);
-        return 2;
-    }
-    return RunPart(RunBusy, std::span(words, static_cast<std::size_t>(count)).subspan(1));
+    return vistrame::live::RunPart(vistrame::live::RunBusy,
+                                   std::span(words, static_cast<std::size_t>(count)).subspan(1),
+                                   "live_busy BUILD STREAMS [ROW]");
 }

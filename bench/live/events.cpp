@@ -235,7 +235,7 @@ bool RunKind(const Paths& where, SoundWatch& sound, std::size_t index) {
         Measured one;
         switch (kind.value) {
             case Watched::kHold:
-                one.value = LongestHold(run, event, end);
+                one.value = run.Shown(event, end).longestHold;
                 break;
             case Watched::kNext:
                 one.value = NextPicture(run, event) - event;
@@ -343,10 +343,7 @@ bool RunEvents(const Paths& where, SoundWatch& sound, std::size_t only) {
 } // namespace vistrame::live
 
 int main(int count, char** words) {
-    using namespace vistrame::live;
-    if (count < 3) {
-        std::fputs("usage: live_events BUILD STREAMS [ROW]\n", stderr);
-        return 2;
-    }
-    return RunPart(RunEvents, std::span(words, static_cast<std::size_t>(count)).subspan(1));
+    return vistrame::live::RunPart(vistrame::live::RunEvents,
+                                   std::span(words, static_cast<std::size_t>(count)).subspan(1),
+                                   "live_events BUILD STREAMS [ROW]");
 }

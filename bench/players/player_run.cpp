@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <set>
-#include <span>
 #include <thread>
 
 #include "bench/players/command.h"
 #include "bench/players/process_cost.h"
 #include "tests/support/watch/screen_watch.h"
+#include "tests/support/watch/shown_pictures.h"
 
 namespace vistrame::bench {
 namespace {
@@ -53,26 +52,6 @@ void AwaitNothing(const Player& player) {
     }
 }
 
-void CountPictures(std::span<const ScreenWatch::Change> changes, double begin, double end, Figures& figures) {
-    std::set<int> seen;
-    double since = begin;
-    int shown = -1;
-    for (const auto& [time, look] : changes) {
-        if (look.number < 0 || look.number == shown || time < begin || time > end) {
-            continue;
-        }
-        shown = look.number;
-        seen.insert(look.number);
-        figures.hold = std::max(figures.hold, time - since);
-        since = time;
-    }
-    figures.hold = std::max(figures.hold, end - since);
-    if (!seen.empty()) {
-        figures.pictures = *seen.rbegin() - *seen.begin() + 1;
-        figures.lost = figures.pictures - static_cast<int>(seen.size());
-    }
-}
-
 } // namespace
 
 Figures Play(const Player& player, const std::string& stream, double seconds, int copies) {
@@ -109,7 +88,10 @@ Figures Play(const Player& player, const std::string& stream, double seconds, in
     figures.processor = (ProcessorSeconds(processes) - processor) / (end - begin);
     figures.around = (ProcessorSeconds(around) - others) / (end - begin);
     figures.memory = Memory(processes);
-    CountPictures(screen.Changes(), begin, end, figures);
+    const live::ShownPictures pictures = live::FindShownPictures(screen.Changes(), begin, end);
+    figures.hold = pictures.longestHold;
+    figures.pictures = pictures.pictures;
+    figures.lost = pictures.lost;
     figures.failure = processes.empty() ? "no process " + player.process : "";
     return figures;
 }

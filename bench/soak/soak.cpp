@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -39,8 +40,9 @@ constexpr double kSlower = 1.2;      // times the first changes' median
 constexpr double kSlowerMsec = 20;   // or so much: a median of few moves by that on a busy machine
 // Wine's filter graph leaves one of its two events open when it goes.
 constexpr double kWinesEvents = 1;
-// Each thread under Wine holds four descriptors: two pipes to the server, and both ends of its own one.
-constexpr int kThreadsFiles = 4;
+// Each of Wine's threads holds four descriptors: two pipes to the server, and both ends of its own one.
+constexpr double kThreadsFiles = 4;
+constexpr double kThreads = 5; // may be more
 // How far the least of a figure's last third may lie above that of the first settled third. Single counts
 // swing by thirty handles and 60 MB with what the threads are just doing; what is kept for good lifts the
 // least of them too.
@@ -49,9 +51,15 @@ struct Limit {
     double most;
 };
 constexpr Limit kLimits[] = {
-    {&Change::memory, 32}, {&Change::threads, 5}, {&Change::handles, 5},
-    {&Change::keys, 5},    {&Change::files, 5},   {&Change::gdi, 5},
-    {&Change::user, 5},    {&Change::windows, 5}, {&Change::addresses, 96},
+    {&Change::memory, 32},
+    {&Change::threads, kThreads},
+    {&Change::handles, 5},
+    {&Change::keys, 5},
+    {&Change::files, 5 + kThreads* kThreadsFiles},
+    {&Change::gdi, 5},
+    {&Change::user, 5},
+    {&Change::windows, 5},
+    {&Change::addresses, 96},
 };
 
 const char* NameOf(double Change::*value) {
@@ -60,9 +68,15 @@ const char* NameOf(double Change::*value) {
 
 void Take(Change& change, const ProcessWatch::Look& look) {
     change.threads = look.threads;
-    change.files = look.files - kThreadsFiles * look.threads;
+    change.files = look.files;
     change.addresses = look.addresses;
     change.memory = look.memory;
+}
+
+// The analyzer writes -1 for what the system does not say.
+double Counted(const std::string& text, const char* key) {
+    const double value = Value(text, key);
+    return value < 0 ? kNotKnown : value;
 }
 
 std::vector<Change> Changes(const ProgrammeRun& run, const std::vector<ProcessWatch::Look>& looks) {
@@ -78,12 +92,14 @@ std::vector<Change> Changes(const ProgrammeRun& run, const std::vector<ProcessWa
             changes.back().picture = Value(line.text, " msec ");
         } else if (line.text.starts_with("count ")) {
             Change& change = changes.back();
-            change.keys = Value(line.text, "keys ");
-            change.handles = Value(line.text, "handles ") - std::max(change.keys, 0.0) -
-                             kWinesEvents * static_cast<double>(changes.size());
-            change.gdi = Value(line.text, "gdi ");
-            change.user = Value(line.text, "user ");
-            change.windows = Value(line.text, "windows ");
+            change.keys = Counted(line.text, "keys ");
+            if (const double all = Counted(line.text, "handles "); all != kNotKnown) {
+                change.handles =
+                    all - std::max(change.keys, 0.0) - kWinesEvents * static_cast<double>(changes.size());
+            }
+            change.gdi = Counted(line.text, "gdi ");
+            change.user = Counted(line.text, "user ");
+            change.windows = Counted(line.text, "windows ");
             const auto look = std::ranges::upper_bound(looks, line.time, {}, &ProcessWatch::Look::time);
             if (look != looks.begin()) {
                 Take(change, *std::prev(look));
@@ -98,7 +114,7 @@ std::vector<double> Known(const std::vector<Change>& changes, std::size_t from, 
                           double Change::*figure) {
     std::vector<double> values;
     for (std::size_t i = from; i < from + count && i < changes.size(); ++i) {
-        if (changes[i].*figure >= 0) {
+        if (changes[i].*figure != kNotKnown) {
             values.push_back(changes[i].*figure);
         }
     }
@@ -107,7 +123,11 @@ std::vector<double> Known(const std::vector<Change>& changes, std::size_t from, 
 }
 
 double Median(const std::vector<double>& values) {
-    return values.empty() ? -1 : values[values.size() / 2];
+    return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values[values.size() / 2];
+}
+
+double Least(const std::vector<double>& values) {
+    return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values.front();
 }
 
 // What was wrong, each with a comma before it.
@@ -124,8 +144,7 @@ std::string Judge(const std::vector<Change>& changes) {
         const auto* const limit = std::ranges::find(kLimits, figure.value, &Limit::figure);
         const bool right = limit == std::end(kLimits) || growth <= limit->most;
         std::printf("  %-18s middle %8.1f %8.1f   least %8.1f %8.1f%s\n", figure.name, Median(first),
-                    Median(last), first.empty() ? -1 : first.front(), last.empty() ? -1 : last.front(),
-                    right ? "" : "  GREW");
+                    Median(last), Least(first), Least(last), right ? "" : "  GREW");
         wrong += right ? "" : std::string(", more ") + NameOf(figure.value);
     }
     const std::size_t part = (changes.size() - kSettled) / 10;

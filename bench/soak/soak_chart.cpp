@@ -30,7 +30,7 @@ std::string Panel(const Figure& figure, int top, std::span<const Change> changes
     double least = 1e18;
     double most = -1e18;
     for (const Change& change : changes) {
-        if (const double value = change.*figure.value; value >= 0) {
+        if (const double value = change.*figure.value; value != kNotKnown) {
             least = std::min(least, value);
             most = std::max(most, value);
         }
@@ -42,7 +42,7 @@ std::string Panel(const Figure& figure, int top, std::span<const Change> changes
     svg += Text(kLeft - 54, top + 10, Number(most)) + Text(kLeft - 54, top + kPanel, Number(least)) +
            "<polyline points=\"";
     for (std::size_t i = 0; i < changes.size(); ++i) {
-        if (const double value = changes[i].*figure.value; value >= 0) {
+        if (const double value = changes[i].*figure.value; value != kNotKnown) {
             const double part = most > least ? (value - least) / (most - least) : 0;
             svg += Number(kLeft +
                           static_cast<double>(i) * (kWidth - kLeft) / static_cast<double>(changes.size())) +
@@ -63,7 +63,8 @@ bool WriteCourse(const std::string& path, const std::string& title, std::span<co
     for (std::size_t i = 0; i < changes.size(); ++i) {
         csv << '\n' << i + 1 << ',' << changes[i].time;
         for (const Figure& figure : kFigures) {
-            csv << ',' << changes[i].*figure.value;
+            const double value = changes[i].*figure.value;
+            csv << ',' << (value == kNotKnown ? "" : Number(value));
         }
     }
     csv << '\n';

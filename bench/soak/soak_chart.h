@@ -7,17 +7,19 @@
 
 namespace vistrame::live {
 
-// The state of the player's process at the end of one change of programme; -1 where it is not known.
+// A count that is corrected by what Wine keeps may fall below zero.
+inline constexpr double kNotKnown = -1e9;
+
+// The state of the player's process at the end of one change of programme.
 struct Change {
-    double time = 0;     // seconds since the first change
-    double setPid = 0;   // ms that the command took
-    double picture = -1; // ms to the first picture, where the script waited for it
-    double threads = -1;
-    double files = -1;                        // descriptors but for those of the threads
-    double addresses = -1, memory = -1;       // MB
-    double handles = -1;                      // but for registry keys, and for what Wine leaves of each graph
-    double keys = -1;                         // registry keys
-    double gdi = -1, user = -1, windows = -1; // objects
+    double time = 0;            // seconds since the first change
+    double setPid = 0;          // ms that the command took
+    double picture = kNotKnown; // ms to the first picture, where the script waited for it
+    double threads = kNotKnown, files = kNotKnown;
+    double addresses = kNotKnown, memory = kNotKnown; // MB
+    double handles = kNotKnown; // but for registry keys, and for what Wine leaves of each graph
+    double keys = kNotKnown;    // registry keys
+    double gdi = kNotKnown, user = kNotKnown, windows = kNotKnown; // objects
 };
 
 struct Figure {

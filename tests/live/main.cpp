@@ -18,12 +18,14 @@ int main(int count, char** words) {
         std::string_view name;
         Part part;
     };
+    const std::span arguments(words, static_cast<std::size_t>(count));
+    constexpr char kUsage[] = "live_probe demo|matrix|timers|foreign BUILD STREAMS [ROW]";
     for (const auto& [name, part] :
          {Named{"demo", RunDemo}, {"matrix", RunMatrix}, {"timers", RunTimers}, {"foreign", RunForeign}}) {
-        if (count >= 4 && name == words[1]) {
-            return RunPart(part, std::span(words, static_cast<std::size_t>(count)).subspan(2));
+        if (count >= 2 && name == words[1]) {
+            return RunPart(part, arguments.subspan(2), kUsage);
         }
     }
-    std::fputs("usage: live_probe demo|matrix|timers|foreign BUILD STREAMS [ROW]\n", stderr);
+    std::fprintf(stderr, "usage: %s\n", kUsage);
     return 2;
 }

@@ -107,8 +107,9 @@ void CheckPicture(const Row& row, const ProgrammeRun& run, double begin, double 
     if (right < 20 * other || right == 0) {
         result.wrong += " colour";
     }
-    result.hold = LongestHold(run, begin + kLipSyncAfter, end);
-    result.lost = PicturesLost(run, begin + kLipSyncAfter, end);
+    const ShownPictures shown = run.Shown(begin + kLipSyncAfter, end);
+    result.hold = shown.longestHold;
+    result.lost = shown.lost;
     if (result.hold > kHold || result.lost > kLost) {
         result.wrong += " motion";
     }

@@ -154,7 +154,8 @@ std::string Returns(const Paths& where, SoundWatch& sound) {
     const double last = LastPicture(run, back);
     Report("last picture to the graph's restart",
            NextSilence(ToneEnvelope(run.sound, kTones[0]), last + 1) - last, 3 - kShown, 4.7, wrong);
-    Report("longest hold from 1.5 s after the return on", LongestHold(run, back + 1.5, end), 0, 0.5, wrong);
+    Report("longest hold from 1.5 s after the return on", run.Shown(back + 1.5, end).longestHold, 0, 0.5,
+           wrong);
     const std::vector<LipSync> pairs = LipSyncs(run, back + 1.5, end);
     double worst = pairs.size() < 3 ? 1 : 0; // 1: no marks
     for (const LipSync& pair : pairs) {

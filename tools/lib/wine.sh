@@ -87,6 +87,9 @@ wine_environment() {
     export WINEDEBUG=${WINEDEBUG:--all}
     # No .NET or HTML engine is installed, nor wanted; no desktop menus either.
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
+    # What lies ready at the sound server, in milliseconds. Wine asks for 20 and lets it run down to nothing: each time
+    # that its thread comes a little late then, all that follows is heard so much later, and Wine counts on as before.
+    export PULSE_LATENCY_MSEC=${PULSE_LATENCY_MSEC:-60}
     # Names of files are UTF-8, whatever else is spoken here; the root knows no other locale either.
     [ -e "$wine_root/host" ] && [ "$(locale charmap 2>/dev/null)" = UTF-8 ] || export LC_ALL=C.UTF-8
 }

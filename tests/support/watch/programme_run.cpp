@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <future>
 #include <iterator>
 
@@ -101,7 +100,11 @@ bool WithFilters(const Paths& where, const std::function<bool()>& work) {
     return right;
 }
 
-int RunPart(Part part, std::span<char*> words) {
+int RunPart(Part part, std::span<char*> words, const char* usage) {
+    if (words.size() < 2) {
+        std::fprintf(stderr, "usage: %s\n", usage);
+        return 2;
+    }
     const Paths where{words[0], words[1]};
     const bool right = WithFilters(where, [&] {
         SoundWatch sound;
@@ -194,31 +197,8 @@ std::vector<LipSync> LipSyncs(const ProgrammeRun& run, double begin, double end)
     return pairs;
 }
 
-double LongestHold(const ProgrammeRun& run, double begin, double end) {
-    double longest = 0;
-    double since = begin;
-    int shown = -1;
-    for (const auto& [time, look] : run.screen) {
-        if (look.number == -1 || look.number == shown || time > end) {
-            continue;
-        }
-        shown = look.number;
-        if (time > since) {
-            longest = std::max(longest, time - since);
-            since = time;
-        }
-    }
-    return std::max(longest, end - since);
-}
-
-int PicturesLost(const ProgrammeRun& run, double begin, double end) {
-    std::set<int> seen;
-    for (const auto& [time, look] : run.screen) {
-        if (look.number != -1 && time >= begin && time <= end) {
-            seen.insert(look.number);
-        }
-    }
-    return seen.empty() ? 0 : *seen.rbegin() - *seen.begin() + 1 - static_cast<int>(seen.size());
+ShownPictures ProgrammeRun::Shown(double begin, double end) const {
+    return FindShownPictures(screen, begin, end);
 }
 
 double Value(const std::string& text, const std::string& key) {

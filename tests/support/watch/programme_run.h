@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/watch/screen_watch.h"
+#include "tests/support/watch/shown_pictures.h"
 #include "tests/support/watch/sound_marks.h"
 #include "tests/support/watch/sound_watch.h"
 
@@ -38,6 +39,7 @@ struct ProgrammeRun {
     double Time(const std::string& begin) const;
     // What it says behind `begin`.
     std::string Rest(const std::string& begin) const;
+    ShownPictures Shown(double begin, double end) const;
 };
 // The analyzer of the build under test carries out a script, which is ended when it takes longer than
 // `limit`. Only its log is read.
@@ -53,9 +55,9 @@ ProgrammeRun RunScript(const Paths& where, SoundWatch& sound, const std::vector<
 bool WithFilters(const Paths& where, const std::function<bool()>& work);
 
 // Runs a part with them, listening to the session's sink. `words`: BUILD STREAMS [ROW]. The program's exit
-// code.
+// code; 2, with the usage, where these are missing.
 using Part = bool (*)(const Paths& where, SoundWatch& sound, std::size_t only);
-int RunPart(Part part, std::span<char*> words);
+int RunPart(Part part, std::span<char*> words, const char* usage);
 
 // Tries a measurement up to three times and prints why again: a sound server or a player that other programs
 // keep from running for some milliseconds loses its timing for seconds. The only place where anything here is
@@ -68,11 +70,6 @@ struct LipSync {
     double soundLate = 0; // seconds from the flash to the beep
 };
 std::vector<LipSync> LipSyncs(const ProgrammeRun& run, double begin, double end);
-
-// The longest time in which the picture's number did not change, within.
-double LongestHold(const ProgrammeRun& run, double begin, double end);
-// Numbers between the first and the last one seen within that were never seen.
-int PicturesLost(const ProgrammeRun& run, double begin, double end);
 
 // The number behind `key` in a log line; -1 when there is none.
 double Value(const std::string& text, const std::string& key);
