@@ -17,10 +17,7 @@ HRESULT InputPin::Activate() {
 
 void InputPin::Deactivate() {
     flushing_ = false;
-    ended_ = false;
-    if (allocator_ != nullptr) {
-        (void)allocator_->Decommit(); // frees a deliverer that waits for a buffer of ours
-    }
+    ended_ = false; // the allocator is decommitted by whoever delivers, which knows when nobody asks it
 }
 
 HRESULT InputPin::Connect(IPin* /*peer*/, const AM_MEDIA_TYPE* /*type*/) {

@@ -17,6 +17,7 @@ HRESULT OutputPin::Activate() {
 
 void OutputPin::Deactivate() {
     if (allocator_ != nullptr) {
+        const std::lock_guard lock(takingLock_);
         (void)allocator_->Decommit(); // nothing to do about an allocator that will not
     }
 }
@@ -175,8 +176,7 @@ HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
     if (allocator_ == nullptr) {
         return VFW_E_NOT_CONNECTED;
     }
-    const HRESULT result = allocator_->GetBuffer(sample->ReleaseAndGetAddressOf(), nullptr, nullptr, flags);
-    if (FAILED(result)) {
+    if (const HRESULT result = TakeBuffer(sample->ReleaseAndGetAddressOf(), flags); FAILED(result)) {
         return result;
     }
     AM_MEDIA_TYPE* asked = nullptr;
@@ -197,7 +197,18 @@ HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
         return typed;
     }
     announceType_ = false;
-    return result;
+    return S_OK;
+}
+
+HRESULT OutputPin::TakeBuffer(IMediaSample** sample, DWORD flags) {
+    HRESULT result = E_FAIL;
+    {
+        const std::lock_guard lock(takingLock_);
+        result = allocator_->GetBuffer(sample, nullptr, nullptr, flags | AM_GBF_NOWAIT);
+    }
+    return FAILED(result) && (flags & AM_GBF_NOWAIT) == 0
+               ? allocator_->GetBuffer(sample, nullptr, nullptr, flags)
+               : result;
 }
 
 HRESULT OutputPin::Deliver(IMediaSample* sample) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "filters/base/base_pin.h"
+#include "filters/base/lock.h"
 
 namespace vistrame {
 
@@ -85,12 +86,17 @@ private:
     HRESULT AgreeAllocator(IPin* peer);
     HRESULT OfferAllocator(IMemInputPin* input, IMemAllocator* allocator, ALLOCATOR_PROPERTIES needs);
     HRESULT EnlargeBuffers(long bufferBytes);
+    HRESULT TakeBuffer(IMediaSample** sample, DWORD flags);
     HRESULT SendSome(std::span<const std::uint8_t>* left, const SampleAttributes& attributes);
 
     // Written under the filter lock while stopped; read by the streaming thread while active.
     ComPtr<IMemInputPin> input_;
     ComPtr<IMemAllocator> allocator_;
     long bufferBytes_ = 0;
+    // Keeps Decommit away from a GetBuffer that finds a buffer. Wine's memory allocator closes what its callers
+    // wait on as soon as all buffers are there: a thread on its way into that wait never came back, and the
+    // state change waited for the thread. With a buffer outstanding, when GetBuffer really waits, it is safe.
+    Lock takingLock_;
     std::atomic<bool> announceType_ = false; // the next buffer carries the type in force
 };
 
