@@ -1,30 +1,12 @@
 #include "transport/access_unit.h"
 
-#include <algorithm>
 #include <optional>
+
+#include "transport/nal_unit.h"
+#include "transport/start_codes.h"
 
 namespace vistrame {
 namespace {
-
-// Walks from start code (00 00 01) to start code; each unit begins with the byte behind it.
-class StartCodes {
-public:
-    explicit StartCodes(ByteSpan bytes) : rest_(bytes) {}
-
-    // The next unit up to the end of the data, empty when there is none. Only its beginning is meant to be
-    // read.
-    ByteSpan Next() {
-        constexpr std::uint8_t kStartCode[] = {0, 0, 1};
-        const auto found =
-            std::search(rest_.begin(), rest_.end(), std::begin(kStartCode), std::end(kStartCode));
-        const auto skipped = static_cast<std::size_t>(found - rest_.begin());
-        rest_ = rest_.subspan(std::min(rest_.size(), skipped + std::size(kStartCode)));
-        return rest_;
-    }
-
-private:
-    ByteSpan rest_;
-};
 
 // Reads bits, most significant first, and Exp-Golomb codes. Past the end it reads zeros.
 class BitReader {
@@ -75,26 +57,13 @@ bool IsMpegVideoStart(ByteSpan accessUnit) {
     return false;
 }
 
-// Supplemental enhancement information: messages of type and size, each a sum of bytes that ends with one
-// below 255.
 bool HasRecoveryPoint(ByteSpan sei) {
     constexpr std::size_t kRecoveryPoint = 6;
-    std::size_t at = 1;
-    const auto readSum = [&] {
-        std::size_t sum = 0;
-        while (at < sei.size() && sei[at] == 0xFF) {
-            sum += sei[at++];
-        }
-        return at < sei.size() ? sum + sei[at++] : sum;
-    };
-    // The message loop ends with a byte 0x80, and in front of the next start code.
-    while (at + 1 < sei.size() && sei[at] != 0x80 && !(sei[at] == 0 && sei[at + 1] == 0)) {
-        const std::size_t type = readSum();
-        const std::size_t size = readSum();
-        if (type == kRecoveryPoint) {
+    SeiMessages messages(sei.subspan(1));
+    for (auto message = messages.Next(); message; message = messages.Next()) {
+        if (message->type == kRecoveryPoint) {
             return true;
         }
-        at += std::min(size, sei.size() - at);
     }
     return false;
 }

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
+
+#include "transport/nal_unit.h"
+#include "transport/start_codes.h"
 
 namespace vistrame {
 namespace {
@@ -178,36 +180,19 @@ std::optional<PictureShape> HevcShape(ByteSpan sps) {
     return bits.Good() ? Shape(width, height, 1) : std::nullopt;
 }
 
-// Without the bytes that keep start codes out of a NAL unit.
-std::vector<std::uint8_t> Unescaped(ByteSpan unit) {
-    std::vector<std::uint8_t> bytes;
-    unsigned zeros = 0;
-    for (const std::uint8_t byte : unit) {
-        if (zeros >= 2 && byte == 3) {
-            zeros = 0;
-            continue;
-        }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        bytes.push_back(byte);
-    }
-    return bytes;
-}
-
 } // namespace
 
 std::optional<PictureShape> FindPictureShape(Coding coding, ByteSpan stream) {
     constexpr std::uint8_t kSequenceHeader = 0xB3;
     constexpr std::size_t kLongestUnit = 256; // of a parameter set that is looked at
-    for (std::size_t at = 0; at + 4 < stream.size(); ++at) {
-        if (stream[at] != 0 || stream[at + 1] != 0 || stream[at + 2] != 1) {
-            continue;
-        }
-        const std::uint8_t code = stream[at + 3];
-        const ByteSpan unit = stream.subspan(at + 4, std::min(stream.size() - at - 4, kLongestUnit));
+    StartCodes codes(stream);
+    for (ByteSpan rest = codes.Next(); !rest.empty(); rest = codes.Next()) {
+        const std::uint8_t code = rest[0];
+        const ByteSpan unit = rest.subspan(1, std::min(rest.size() - 1, kLongestUnit));
         std::optional<PictureShape> shape;
         if (coding == Coding::kH264 && (code & 0x9F) == 7) {
             shape = H264Shape(Unescaped(unit));
-        } else if (coding == Coding::kHevc && (code >> 1 & 0x3F) == 33) {
+        } else if (coding == Coding::kHevc && (code >> 1 & 0x3F) == 33 && !unit.empty()) {
             shape = HevcShape(Unescaped(unit.subspan(1)));
         } else if ((coding == Coding::kMpeg1Video || coding == Coding::kMpeg2Video) &&
                    code == kSequenceHeader) {

@@ -67,9 +67,8 @@ void MultiplexMonitor::OnPacket(const PacketView& packet, double now) {
         watch.pcrs.OnPcr(*pcr, packets_, packet.DiscontinuityIndicator());
         watch.lastPcrMsec = now;
     }
-    if (watch.shapeCoding != Coding::kOther && packet.UnitStart() && !packet.Scrambled()) {
-        const auto shape = FindPictureShape(watch.shapeCoding, packet.Payload());
-        watch.shape = shape ? shape : watch.shape;
+    if (watch.headers) {
+        watch.headers->Push(packet);
     }
     if (pid == kPatPid) {
         lastPat_ = now;
@@ -113,8 +112,8 @@ void MultiplexMonitor::OnTables(double now) {
         if (added || !SameMap(map.programme, programme)) {
             map.sinceMsec = map.lastMapMsec = now;
             for (const ElementaryStream& stream : programme.streams) {
-                PidWatch& watch = pids_[stream.pid];
-                watch.shapeCoding = IsVideo(stream.coding) ? stream.coding : Coding::kOther;
+                pids_[stream.pid].headers =
+                    IsVideo(stream.coding) ? std::optional<PictureHeaders>(stream.coding) : std::nullopt;
             }
         }
         map.programme = programme;
@@ -183,8 +182,9 @@ ProgrammeReading MultiplexMonitor::Reading(const MapWatch& map, double now) cons
         const auto watch = pids_.find(stream.pid);
         reading.streams.push_back(watch != pids_.end() ? Reading(stream.pid, watch->second, now)
                                                        : PidReading{.pid = stream.pid, .silentMsec = now});
-        if (!reading.shape && watch != pids_.end() && IsVideo(stream.coding)) {
-            reading.shape = watch->second.shape;
+        if (!reading.shape && watch != pids_.end() && watch->second.headers) {
+            reading.shape = watch->second.headers->Shape();
+            reading.picture = watch->second.headers->Text();
         }
     }
     pids.erase(kNullPid);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "analyzer/measure/pcr_watch.h"
-#include "transport/picture_shape.h"
+#include "transport/picture_headers.h"
 #include "transport/programme_table.h"
 
 namespace vistrame {
@@ -34,6 +34,7 @@ struct ProgrammeReading {
     std::array<float, kHistorySeconds> history{}; // bit/s of each second, the newest last
     std::vector<PcrWatch::Reading> pcrs;
     std::optional<PictureShape> shape; // of its first video
+    std::string picture;               // likewise, in words; empty while nothing is known
 };
 
 // Counts of ETSI TR 101 290: priority 1, and what of the others is measured here. Sync is not among them:
@@ -88,8 +89,7 @@ private:
         std::uint32_t now = 0; // packets of the second under way
         std::array<std::uint32_t, kHistorySeconds> seconds{}; // a ring, see slot_
         PcrWatch pcrs;
-        Coding shapeCoding = Coding::kOther; // looked for in it; kOther: not a video, or found
-        std::optional<PictureShape> shape;
+        std::optional<PictureHeaders> headers; // of a video
     };
     struct MapWatch {
         Programme programme;

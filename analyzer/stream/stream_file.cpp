@@ -58,6 +58,7 @@ public:
         return programmes;
     }
     const PacketCutter& Cutter() const { return cutter_; }
+    std::map<Pid, PictureHeaders> Pictures() const { return pictures_; }
 
     // Of the first programme that has a clock, otherwise of any PID that carries one.
     Pid ClockPid() const {
@@ -95,12 +96,22 @@ private:
         if (table_.Push(packet)) {
             KeepFirst();
         }
+        // The file's first that has a shape, for good.
+        const auto headers = pictures_.find(packet.PacketId());
+        if (headers != pictures_.end() && !headers->second.Shape()) {
+            headers->second.Push(packet);
+        }
     }
     void KeepFirst() {
         for (const Programme& programme : table_.Programmes()) {
             Programme& kept = programmes_.try_emplace(programme.number, programme).first->second;
             if (!kept.mapped) {
                 kept = programme;
+                for (const ElementaryStream& stream : kept.streams) {
+                    if (IsVideo(stream.coding)) {
+                        pictures_.try_emplace(stream.pid, stream.coding);
+                    }
+                }
             } else if (kept.name.empty()) {
                 kept.name = programme.name; // names come later than maps
             }
@@ -110,6 +121,7 @@ private:
     ProgrammeTable table_;
     std::map<std::uint16_t, Programme> programmes_;
     std::map<Pid, ClockProbe> probes_;
+    std::map<Pid, PictureHeaders> pictures_;
     std::uint64_t packets_ = 0;
     PacketCutter cutter_{[this](const PacketView& packet) { OnPacket(packet); }};
 };
@@ -144,6 +156,7 @@ Outcome StreamFile::Open(const std::string& path) {
     }
     path_ = path;
     programmes_ = scan.Programmes();
+    pictures_ = scan.Pictures();
     firstPcr_ = scan.FirstPcr();
     clockPid_ = scan.ClockPid();
     packetsPerSecond_ = scan.PacketsPerSecond();
@@ -171,6 +184,7 @@ Outcome StreamFile::OpenLive(const std::string& name, std::shared_ptr<LiveSource
     path_ = name;
     live_ = std::move(source);
     programmes_ = scan.Programmes();
+    pictures_ = scan.Pictures();
     clockPid_ = scan.ClockPid();
     packetsPerSecond_ = scan.PacketsPerSecond();
     return {};
@@ -179,6 +193,11 @@ Outcome StreamFile::OpenLive(const std::string& name, std::shared_ptr<LiveSource
 const Programme* StreamFile::Find(std::uint16_t number) const {
     const auto found = std::ranges::find(programmes_, number, &Programme::number);
     return found != programmes_.end() ? &*found : nullptr;
+}
+
+std::string StreamFile::PictureText(Pid pid) const {
+    const auto found = pictures_.find(pid);
+    return found != pictures_.end() ? found->second.Text() : "";
 }
 
 std::string FormatProgrammeTable(const StreamFile& file) {
@@ -190,7 +209,8 @@ std::string FormatProgrammeTable(const StreamFile& file) {
                         programme.pmtPid);
         table += programme.mapped ? Format(" pcr 0x%04X\n", programme.pcrPid) : " without a map\n";
         for (const ElementaryStream& stream : programme.streams) {
-            table += "  " + DescribeStream(stream) + "\n";
+            const std::string picture = file.PictureText(stream.pid);
+            table += "  " + DescribeStream(stream) + (picture.empty() ? "" : " " + picture) + "\n";
         }
     }
     return table;

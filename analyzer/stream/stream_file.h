@@ -1,11 +1,13 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "analyzer/base/outcome.h"
 #include "analyzer/source/live_source.h"
+#include "transport/picture_headers.h"
 #include "transport/programme_table.h"
 
 namespace vistrame {
@@ -31,6 +33,9 @@ public:
     const std::vector<Programme>& Programmes() const { return programmes_; }
     const Programme* Find(std::uint16_t number) const;
 
+    // What its first pictures say of themselves, as PictureHeaders words it; empty where nothing was found.
+    std::string PictureText(Pid pid) const;
+
     // The PCR everything is paced by: that of the first programme that has one, kNullPid when nobody has.
     // Never changed by choosing a programme, so that a switch leaves the pace alone.
     Pid ClockPid() const { return clockPid_; }
@@ -48,6 +53,7 @@ private:
     std::string path_;
     std::shared_ptr<LiveSource> live_;
     std::vector<Programme> programmes_;
+    std::map<Pid, PictureHeaders> pictures_;
     Pid clockPid_ = kNullPid;
     double packetsPerSecond_ = 0;
     double seconds_ = 0;

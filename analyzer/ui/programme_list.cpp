@@ -32,11 +32,15 @@ constexpr std::array kTitles{
     Column{L"Codings", 150, LVCFMT_LEFT},   Column{L"PIDs", 170, LVCFMT_LEFT},
 };
 
-std::string Codings(const Programme& programme) {
+// `picture`: what is known of the first video.
+std::string Codings(const Programme& programme, std::string picture) {
     std::string text;
     for (const ElementaryStream& stream : programme.streams) {
         if (stream.coding != Coding::kOther) {
             text += (text.empty() ? "" : ", ") + std::string(CodingName(stream.coding));
+            if (IsVideo(stream.coding) && !picture.empty()) {
+                text += " " + std::exchange(picture, "");
+            }
             text += stream.language.empty() ? "" : " " + stream.language;
             text += stream.audioDescription ? " (description)" : "";
         }
@@ -71,18 +75,19 @@ void ProgrammeList::Create(HWND parent, int id, HFONT font) {
 std::vector<ProgrammeList::Row> ProgrammeList::RowsOf(const std::vector<Programme>& known,
                                                       const MultiplexReading& reading) const {
     std::vector<Row> rows;
-    const auto add = [&rows](const Programme& programme, const std::string& rate, const std::string& state) {
+    const auto add = [&rows](const Programme& programme, const std::string& rate, const std::string& state,
+                             const std::string& picture) {
         rows.push_back(
             {.number = programme.number,
              .cells = {Widen(ProgrammeTitle(programme)), Widen(Format("%u", programme.number)), Widen(rate),
-                       Widen(state), Widen(Codings(programme)), Widen(Pids(programme))}});
+                       Widen(state), Widen(Codings(programme, picture)), Widen(Pids(programme))}});
     };
     for (const ProgrammeReading& each : reading.programmes) {
-        add(each.programme, Format("%.2f", each.bitsPerSecond / 1e6), ProgrammeState(each));
+        add(each.programme, Format("%.2f", each.bitsPerSecond / 1e6), ProgrammeState(each), each.picture);
     }
     for (const Programme& programme : known) {
         if (std::ranges::find(rows, programme.number, &Row::number) == rows.end()) {
-            add(programme, "", reading.tables ? "not sent now" : "");
+            add(programme, "", reading.tables ? "not sent now" : "", "");
         }
     }
     std::ranges::sort(rows, {}, &Row::number);

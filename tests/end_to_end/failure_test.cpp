@@ -51,7 +51,7 @@ TEST(Failures, TheTableIsPrintedWhereItIsAskedFor) {
     AnalyzerRun run({"--list", kStream});
     EXPECT_EQ(run.WaitForExit(kEndMsec), 0U);
     EXPECT_THAT(run.Written("output"), HasSubstr("programme 2 \"Vistrame Blue\" pmt 0x1001 pcr 0x0201\n"
-                                                 "  video 0x0201 MPEG-2 video\n"
+                                                 "  video 0x0201 MPEG-2 video 720x576 4:3\n"
                                                  "  audio 0x0202 MPEG audio eng\n"));
 }
 

@@ -2,7 +2,9 @@
 #include "tests/fuzz/require.h"
 #include "transport/aac_framing.h"
 #include "transport/access_unit.h"
+#include "transport/active_format.h"
 #include "transport/pes_assembler.h"
+#include "transport/picture_shape.h"
 #include "transport/service_text.h"
 #include "transport/tables.h"
 
@@ -47,6 +49,10 @@ void Pes(ByteSpan bytes) {
 template <Coding coding>
 void Stream(ByteSpan bytes) {
     (void)IsRandomAccessPoint(coding, bytes);
+    (void)FindPictureShape(coding, bytes);
+    if (const auto format = FindActiveFormat(coding, bytes)) {
+        Require(*format < 16);
+    }
     (void)HoldsAacFrame(Coding::kAacAdts, bytes);
     (void)HoldsAacFrame(Coding::kAacLatm, bytes);
 }

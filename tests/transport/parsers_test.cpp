@@ -8,7 +8,7 @@
 #include "transport/clock.h"
 #include "transport/dual_mono.h"
 #include "transport/pes_assembler.h"
-#include "transport/picture_shape.h"
+#include "transport/picture_headers.h"
 #include "transport/service_text.h"
 
 namespace vistrame {
@@ -155,25 +155,27 @@ TEST(ServiceText, BecomesUtf8) {
     }
 }
 
-// Headers as encoders wrote them, and cut short.
+// As encoders wrote them.
+const Bytes kAvc{0, 0,    1,    0x67, 0x64, 0, 0x1E, 0xAC, 0xD9, 0x40, 0xB4, 0x12, 0x6F, 0xFC, 0x01, 0,
+                 0, 0xB4, 0x40, 0,    0,    3, 0,    0x40, 0,    0,    0x0C, 0x83, 0xC5, 0x8B, 0x65, 0x80};
+const Bytes kInterlaced{0,    0, 1, 0x67, 0x64, 0,    0x28, 0xAC, 0xD9, 0x40, 0x78, 0x04, 0x4F, 0xDE, 0x02,
+                        0x20, 0, 0, 3,    0,    0x20, 0,    0,    6,    0x43, 0xE2, 0xC5, 0xB2, 0xC0};
+const Bytes kHevc{0, 0, 1, 0x42, 1,    1, 2,    0x20, 0,    0,    3,    0,    0x90, 0,    0,    3,   0,
+                  0, 3, 0, 0x78, 0xA0, 3, 0xC0, 0x80, 0x10, 0xE4, 0xD9, 0x65, 0x66, 0x92, 0x4C, 0xAF};
+const Bytes kMpeg2{0xFF, 0, 0, 1, 0xB3, 0x2D, 2, 0x40, 0x33, 0xFF};
+
+// Cut short as well.
 TEST(PictureShape, OfEachCoding) {
-    const Bytes h264{0,    0,    1, 0x67, 0x64, 0, 0x1E, 0xAC, 0xD9, 0x40, 0xB4, 0x12, 0x6F, 0xFC, 0x01, 0, 0,
-                     0xB4, 0x40, 0, 0,    3,    0, 0x40, 0,    0,    0x0C, 0x83, 0xC5, 0x8B, 0x65, 0x80};
-    const Bytes interlaced{0,    0, 1, 0x67, 0x64, 0,    0x28, 0xAC, 0xD9, 0x40, 0x78, 0x04, 0x4F, 0xDE, 0x02,
-                           0x20, 0, 0, 3,    0,    0x20, 0,    0,    6,    0x43, 0xE2, 0xC5, 0xB2, 0xC0};
-    const Bytes hevc{0, 0, 1, 0x42, 1,    1, 2,    0x20, 0,    0,    3,    0,    0x90, 0,    0,    3,   0,
-                     0, 3, 0, 0x78, 0xA0, 3, 0xC0, 0x80, 0x10, 0xE4, 0xD9, 0x65, 0x66, 0x92, 0x4C, 0xAF};
-    const Bytes mpeg2{0xFF, 0, 0, 1, 0xB3, 0x2D, 2, 0x40, 0x33, 0xFF};
     struct Row {
         Coding coding;
         const Bytes& header;
         PictureShape shape;
     };
     const Row rows[] = {
-        {Coding::kH264, h264, {720, 576, 16.0 / 9}},
-        {Coding::kH264, interlaced, {1920, 1080, 16.0 / 9}},
-        {Coding::kHevc, hevc, {1920, 1080, 16.0 / 9}},
-        {Coding::kMpeg2Video, mpeg2, {720, 576, 16.0 / 9}},
+        {Coding::kH264, kAvc, {720, 576, 16.0 / 9}},
+        {Coding::kH264, kInterlaced, {1920, 1080, 16.0 / 9}},
+        {Coding::kHevc, kHevc, {1920, 1080, 16.0 / 9}},
+        {Coding::kMpeg2Video, kMpeg2, {720, 576, 16.0 / 9}},
     };
     for (const Row& row : rows) {
         const auto found = FindPictureShape(row.coding, row.header);
@@ -183,6 +185,59 @@ TEST(PictureShape, OfEachCoding) {
         EXPECT_NEAR(found->aspect, row.shape.aspect, 0.001);
         EXPECT_FALSE(FindPictureShape(Coding::kMpegAudio, row.header).has_value());
         EXPECT_FALSE(FindPictureShape(row.coding, ByteSpan(row.header).first(8)).has_value());
+    }
+}
+
+// Headers, then a picture that says which part of it holds the picture, in one PID's packets.
+TEST(PictureHeaders, SayShapeAndActiveFormat) {
+    const Bytes message{4, 9, 0xB5, 0, 0x31, 'D', 'T', 'G', '1', 0x41, 0xFA, 0x80};
+    const auto joined = [](std::initializer_list<Bytes> parts) {
+        Bytes all;
+        for (const Bytes& part : parts) {
+            all.insert(all.end(), part.begin(), part.end());
+        }
+        return all;
+    };
+    const auto user = [](Bytes data) {
+        data.insert(data.begin(), {0, 0, 1, 0xB2, 'D', 'T', 'G', '1'});
+        return data;
+    };
+    const Bytes captions{0, 0, 1, 0xB2, 'G', 'A', '9', '4', 3, 0x41, 0xFA};
+    const Bytes other{4, 3, 0xB5, 0, 0x31, 5, 1, 0x33};
+    const Bytes nothing(3000); // longer than what is looked at
+    struct Row {
+        Coding coding;
+        Bytes unit;
+        Bytes next;
+        const char* text;
+    };
+    const Row rows[] = {
+        {Coding::kMpeg2Video, kMpeg2, nothing, "720x576 16:9"},
+        {Coding::kMpeg2Video, joined({kMpeg2, captions, user({0x41, 0xFB})}), nothing,
+         "720x576 16:9, AFD 14:9 centre"},
+        {Coding::kMpeg2Video, joined({kMpeg2, user({0x41, 0xFB})}), user({0x41, 0xF5}),
+         "720x576 16:9, AFD reserved 5"},
+        {Coding::kMpeg2Video, joined({kMpeg2, user({0x41, 0xFB})}), kMpeg2, "720x576 16:9"},
+        {Coding::kMpeg2Video, joined({kMpeg2, user({0x01})}), nothing, "720x576 16:9, AFD not said"},
+        {Coding::kMpeg2Video, joined({kMpeg2, user({0x41})}), {}, "720x576 16:9"}, // cut
+        {Coding::kMpeg2Video, joined({kMpeg2, {0, 0, 1, 1, 9}, user({0x41, 0xF8})}),
+         nothing, // behind a slice
+         "720x576 16:9"},
+        {Coding::kH264, joined({kAvc, {0, 0, 1, 6}, other, message}), nothing,
+         "720x576 16:9, AFD 16:9 centre"},
+        {Coding::kHevc, joined({kHevc, {0, 0, 1, 0x4E, 1}, message}), nothing,
+         "1920x1080 16:9, AFD 16:9 centre"},
+    };
+    for (const Row& row : rows) {
+        TsBuilder builder;
+        for (const Bytes& unit : {row.unit, row.next, Bytes()}) {
+            builder.AddPes(0x101, {}, unit);
+        }
+        PictureHeaders headers(row.coding);
+        for (const TsBuilder::Packet& packet : builder.packets) {
+            headers.Push(PacketView(packet));
+        }
+        EXPECT_EQ(headers.Text(), row.text);
     }
 }
 
