@@ -9,7 +9,6 @@
 #include <emmintrin.h>
 
 extern "C" {
-#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -24,30 +23,12 @@ constexpr int kChromaBits = 6;
 constexpr int kLumaNodes = (1 << kLumaBits) + 1;
 constexpr int kChromaNodes = (1 << kChromaBits) + 1;
 constexpr int kStepBits = 6; // of an 8-bit step, in the table
-constexpr int kAlignment = 64;
 
 // In which order sixty-four neighbours go up: thresholds of ordered dithering.
 constexpr std::array<std::uint8_t, 64> kDither{
     0,  48, 12, 60, 3,  51, 15, 63, 32, 16, 44, 28, 35, 19, 47, 31, 8,  56, 4,  52, 11, 59,
     7,  55, 40, 24, 36, 20, 43, 27, 39, 23, 2,  50, 14, 62, 1,  49, 13, 61, 34, 18, 46, 30,
     33, 17, 45, 29, 10, 58, 6,  54, 9,  57, 5,  53, 42, 26, 38, 22, 41, 25, 37, 21};
-
-// The 8-bit format with chroma in the same places; AV_PIX_FMT_NONE: the mapper does not know this one.
-int ResultFormat(const AVPixFmtDescriptor* format) {
-    constexpr std::uint64_t kOthers =
-        AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_FLOAT;
-    if (format == nullptr || format->nb_components != 3 || (format->flags & kOthers) != 0 ||
-        (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0 || format->comp[2].plane != 2 ||
-        format->comp[0].depth > 12) {
-        return AV_PIX_FMT_NONE;
-    }
-    if (format->log2_chroma_h == 1) {
-        return format->log2_chroma_w == 1 ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NONE;
-    }
-    return format->log2_chroma_w == 1   ? AV_PIX_FMT_YUV422P
-           : format->log2_chroma_w == 0 ? AV_PIX_FMT_YUV444P
-                                        : AV_PIX_FMT_NONE;
-}
 
 } // namespace
 
@@ -123,7 +104,7 @@ private:
 
 struct ColourMapper::Job {
     const Picture& from;
-    const Picture& to;
+    const MadePicture& to;
     int bits;
     int across, down; // a block: pixels that share their chroma, as powers of two
 
@@ -131,9 +112,6 @@ struct ColourMapper::Job {
     [[nodiscard]] const Sample* Line(std::size_t plane, int line) const {
         return reinterpret_cast<const Sample*>(from.planes[plane] +
                                                std::ptrdiff_t{line} * from.strides[plane]);
-    }
-    [[nodiscard]] std::uint8_t* Made(std::size_t plane, int line) const {
-        return const_cast<std::uint8_t*>(to.planes[plane]) + std::ptrdiff_t{line} * to.strides[plane];
     }
 };
 
@@ -175,35 +153,14 @@ void ColourMapper::Begin(const Colours& colours) {
     range_.emplace(colours);
 }
 
-// Room for the mapped picture. False: its format is not known.
-bool ColourMapper::Place(const Picture& picture) {
-    const int format = ResultFormat(av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format)));
-    const int bytes = av_image_get_buffer_size(static_cast<AVPixelFormat>(format), picture.width,
-                                               picture.height, kAlignment);
-    if (format == AV_PIX_FMT_NONE || bytes <= 0) {
-        return false;
-    }
-    bytes_.resize(static_cast<std::size_t>(bytes) + kAlignment); // the scaler reads on a little
-    mapped_ = picture;
-    mapped_.counted = nullptr;
-    mapped_.format = format;
-    mapped_.colours = {AVCOL_SPC_BT709, false, AVCOL_PRI_BT709, AVCOL_TRC_BT709, 0};
-    std::uint8_t* planes[4]{};
-    (void)av_image_fill_arrays(planes, mapped_.strides.data(), bytes_.data(),
-                               static_cast<AVPixelFormat>(format), picture.width, picture.height,
-                               kAlignment); // as its size was found a moment ago
-    std::ranges::copy(planes, mapped_.planes.begin());
-    return true;
-}
-
 // The blocks of a line of chroma.
 template <class Sample>
 void ColourMapper::MapBlockRow(const Job& job, int blockRow) {
     const Scale scale(job.bits);
     const auto* const us = job.Line<Sample>(1, blockRow);
     const auto* const vs = job.Line<Sample>(2, blockRow);
-    std::uint8_t* const madeU = job.Made(1, blockRow);
-    std::uint8_t* const madeV = job.Made(2, blockRow);
+    std::uint8_t* const madeU = job.to.Line(1, blockRow);
+    std::uint8_t* const madeV = job.to.Line(2, blockRow);
     const int firstLine = blockRow << job.down;
     const int endLine = std::min(firstLine + (1 << job.down), job.from.height);
     for (int block = 0, x = 0; x < job.from.width; ++block, x += 1 << job.across) {
@@ -218,7 +175,7 @@ void ColourMapper::MapBlockRow(const Job& job, int blockRow) {
         int sum = 0;
         for (int line = firstLine; line < endLine; ++line) {
             const auto* const lumas = job.Line<Sample>(0, line);
-            std::uint8_t* const made = job.Made(0, line);
+            std::uint8_t* const made = job.to.Line(0, line);
             for (int at = x; at < endAt; ++at) {
                 const int y = std::min<int>(lumas[at], scale.most);
                 sum += y;
@@ -232,9 +189,11 @@ void ColourMapper::MapBlockRow(const Job& job, int blockRow) {
 }
 
 const Picture& ColourMapper::Map(const Picture& picture) {
-    if (!StandardRange::IsNeededFor(picture.colours) || !Place(picture)) {
+    if (!StandardRange::IsNeededFor(picture.colours) ||
+        !mapped_.Place(picture, EightBitFormat(picture.format))) {
         return picture;
     }
+    mapped_.Get().colours = {AVCOL_SPC_BT709, false, AVCOL_PRI_BT709, AVCOL_TRC_BT709, 0};
     if (!range_ || colours_ != picture.colours) {
         Begin(picture.colours);
     }
@@ -248,7 +207,7 @@ const Picture& ColourMapper::Map(const Picture& picture) {
             MapBlockRow<std::uint8_t>(job, row);
         }
     }
-    return mapped_;
+    return mapped_.Get();
 }
 
 } // namespace vistrame

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "filters/pictures/picture.h"
+#include "filters/pictures/made_picture.h"
 #include "filters/pictures/standard_range.h"
 
 namespace vistrame {
@@ -35,7 +35,6 @@ private:
     void Begin(const Colours& colours);
     void MakeCell(int corner);
     void MakeColumn(int column);
-    bool Place(const Picture& picture);
     template <class Sample>
     void MapBlockRow(const Job& job, int blockRow);
 
@@ -47,8 +46,7 @@ private:
     std::vector<Made> made_;
     Colours colours_; // of the table, once there is a range
     std::optional<StandardRange> range_;
-    std::vector<std::uint8_t> bytes_;
-    Picture mapped_;
+    MadePicture mapped_;
 };
 
 } // namespace vistrame

@@ -7,6 +7,7 @@
 
 extern "C" {
 #include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
 
@@ -41,6 +42,7 @@ PictureWriter::PictureWriter() = default;
 
 PictureWriter::~PictureWriter() {
     sws_freeContext(scaler_);
+    sws_freeContext(ditherer_);
 }
 
 int PictureWriter::UsualMatrix(int width, int height) {
@@ -123,11 +125,38 @@ bool PictureWriter::Prepare(const Job& job) {
     return true;
 }
 
-bool PictureWriter::Write(const Picture& picture, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
+// On its way to planes the scaler dithers; to pixels of RGB or of pairs it cuts the last bits off.
+const Picture& PictureWriter::Dithered(const Picture& picture, const PictureBuffer& target) {
+    const AVPixFmtDescriptor* const deep = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
+    if (deep == nullptr || deep->comp[0].depth <= 8 || target.Planes() > 1 ||
+        !dithered_.Place(picture, EightBitFormat(picture.format))) {
+        return picture;
+    }
+    Picture& made = dithered_.Get();
+    ditherer_ = sws_getCachedContext(
+        ditherer_, picture.width, picture.height, static_cast<AVPixelFormat>(picture.format), picture.width,
+        picture.height, static_cast<AVPixelFormat>(made.format), SWS_BILINEAR, nullptr, nullptr, nullptr);
+    if (ditherer_ == nullptr) {
+        return picture;
+    }
+    const int range = picture.colours.fullRange ? 1 : 0;
+    const int* const same = sws_getCoefficients(SWS_CS_DEFAULT);
+    // It stores the ranges and refuses the rest, as nothing needs converting.
+    (void)sws_setColorspaceDetails(ditherer_, same, range, same, range, 0, 1 << 16, 1 << 16);
+    const PicturePlanes planes{{dithered_.Line(0, 0), dithered_.Line(1, 0), dithered_.Line(2, 0)},
+                               made.strides};
+    return sws_scale(ditherer_, picture.planes.data(), picture.strides.data(), 0, picture.height,
+                     planes.data.data(), planes.strides.data()) > 0
+               ? made
+               : picture;
+}
+
+bool PictureWriter::Write(const Picture& decoded, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
                           long bytes) {
     if (bytes < target.Bytes()) {
         return false;
     }
+    const Picture& picture = Dithered(decoded, target);
     Area area{0, 0, target.width, target.height};
     if (fit == Fit::kLetterbox && picture.aspect != target.aspect) {
         area = FitInto(target, picture.aspect);

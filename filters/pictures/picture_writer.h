@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "filters/pictures/made_picture.h"
 #include "filters/pictures/picture_buffer.h"
 
 struct SwsContext;
@@ -9,7 +10,7 @@ struct SwsContext;
 namespace vistrame {
 
 // Writes pictures into a renderer's buffer: another pixel layout, another size, both or neither; YUV with
-// the matrix that the buffer's colours name.
+// the matrix that the buffer's colours name. What 8 bits cannot hold is dithered.
 //
 // Units      pixels.
 // Threads    one at a time.
@@ -50,11 +51,15 @@ private:
         bool operator==(const Job&) const = default;
     };
     bool Prepare(const Job& job);
+    // The picture itself, or what is made of it where more than 8 bits would be cut off.
+    const Picture& Dithered(const Picture& picture, const PictureBuffer& target);
     bool WriteArea(const Picture& picture, const PictureBuffer& target, const Area& area,
                    const PicturePlanes& planes);
 
     SwsContext* scaler_ = nullptr;
     Job prepared_{};
+    SwsContext* ditherer_ = nullptr;
+    MadePicture dithered_;
     std::vector<std::uint8_t> roomy_; // an area on its way, where the scaler cannot write it in place
 };
 

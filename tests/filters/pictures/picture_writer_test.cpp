@@ -252,4 +252,44 @@ TEST(PictureWriter, YuvGetsTheMatrixOfItsBuffer) {
     }
 }
 
+// A grey of 10 bits lies between two of 8: its mean comes out, in every layout, by pixels of both kinds.
+TEST(PictureWriter, DithersWhatEightBitsCannotHold) {
+    constexpr int kWidth = 128;
+    constexpr int kHeight = 64;
+    for (const bool full : {false, true}) {
+        for (const Layout& layout : kLayouts) {
+            if (full && layout.pixels.format == AV_PIX_FMT_YUYV422) {
+                continue; // in its range two steps of the full one fall together
+            }
+            double before = -1;
+            for (int luma = 512; luma < 520; ++luma) {
+                std::vector<std::uint16_t> planes[3];
+                Picture picture;
+                picture.format = AV_PIX_FMT_YUV420P10LE;
+                picture.width = kWidth;
+                picture.height = kHeight;
+                picture.colours.fullRange = full;
+                for (std::size_t i = 0; i < 3; ++i) {
+                    planes[i].assign(kWidth * kHeight, static_cast<std::uint16_t>(i == 0 ? luma : 512));
+                    picture.planes[i] = reinterpret_cast<const std::uint8_t*>(planes[i].data());
+                    picture.strides[i] = kWidth * 2;
+                }
+                const PictureBuffer target{layout.pixels, kWidth, kHeight, kWidth,
+                                           kHeight,       true,   {16, 9}, {}};
+                std::vector<std::uint8_t> bytes(static_cast<std::size_t>(target.Bytes()));
+                PictureWriter writer;
+                ASSERT_TRUE(
+                    writer.Write(picture, target, PictureWriter::Fit::kFill, bytes.data(), target.Bytes()));
+                double mean = 0;
+                for (int pixel = 0; pixel < kWidth * kHeight; ++pixel) {
+                    mean += PixelAt(target, bytes.data(), pixel % kWidth, pixel / kWidth).a;
+                }
+                mean /= kWidth * kHeight;
+                EXPECT_GT(mean, before) << layout.name << ", luma " << luma << ", full range " << full;
+                before = mean + 0.1;
+            }
+        }
+    }
+}
+
 } // namespace vistrame::test
