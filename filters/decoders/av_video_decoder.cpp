@@ -184,17 +184,35 @@ private:
         picture.colours = {frame_->colorspace, frame_->color_range == AVCOL_RANGE_JPEG,
                            frame_->color_primaries, frame_->color_trc, Peak()};
         picture.chromaPlace = frame_->chroma_location;
-        picture.duration = Duration();
-        if (!preview_) {
-            if (frame_->pts != AV_NOPTS_VALUE) {
-                nextStart_ = frame_->pts;
-            }
-            picture.start = nextStart_;
-            if (nextStart_) {
-                *nextStart_ += picture.duration;
+        PlaceInTime(picture);
+        sink_.OnPicture(picture);
+    }
+
+    void PlaceInTime(Picture& picture) {
+        const std::int64_t one = UsualDuration();
+        picture.duration = one + one * frame_->repeat_pict / 2;
+        if (preview_) {
+            return;
+        }
+        if (frame_->pts != AV_NOPTS_VALUE) {
+            nextStart_ = frame_->pts;
+        }
+        picture.start = nextStart_;
+        if (nextStart_) {
+            *nextStart_ += picture.duration;
+        }
+        // Film at 24 pictures/s in a stream of 30 shows one for three fields, the next for two; each gets two
+        // and a half instead.
+        const bool repeats = frame_->repeat_pict == 1;
+        if (repeats && !repeated_) {
+            picture.duration -= one / 4;
+        } else if (!repeats && repeated_) {
+            picture.duration += one / 4;
+            if (picture.start) {
+                *picture.start -= one / 4;
             }
         }
-        sink_.OnPicture(picture);
+        repeated_ = repeats;
     }
 
     // cd/m2 of the display that the picture was made on, else of the brightest in the stream; 0: not said.
@@ -213,12 +231,11 @@ private:
         return light != nullptr ? static_cast<int>(light->MaxCLL) : 0;
     }
 
-    std::int64_t Duration() const {
+    std::int64_t UsualDuration() const {
         const AVRational rate = context_->framerate;
         const bool sensible =
             rate.num > 0 && rate.den > 0 && rate.num >= 5LL * rate.den && rate.num <= 240LL * rate.den;
-        const std::int64_t one = sensible ? kUnitsPerSecond * rate.den / rate.num : kUsualDuration;
-        return one + one * frame_->repeat_pict / 2;
+        return sensible ? kUnitsPerSecond * rate.den / rate.num : kUsualDuration;
     }
 
     const Coding coding_;
@@ -232,6 +249,7 @@ private:
     bool previewed_ = false;                // the first picture to begin with
     bool preview_ = false;                  // under way
     bool showAnything_ = false;             // no matter what it refers to
+    bool repeated_ = false;                 // the last one asked for one of its fields again
     std::optional<std::int64_t> nextStart_; // of a picture without a time of its own
 };
 

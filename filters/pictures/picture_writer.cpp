@@ -151,12 +151,12 @@ const Picture& PictureWriter::Dithered(const Picture& picture, const PictureBuff
                : picture;
 }
 
-bool PictureWriter::Write(const Picture& decoded, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
+bool PictureWriter::Write(const Picture& picture, const PictureBuffer& target, Fit fit, std::uint8_t* buffer,
                           long bytes) {
     if (bytes < target.Bytes()) {
         return false;
     }
-    const Picture& picture = Dithered(decoded, target);
+    const Picture& from = Dithered(picture, target);
     Area area{0, 0, target.width, target.height};
     if (fit == Fit::kLetterbox && picture.aspect != target.aspect) {
         area = FitInto(target, picture.aspect);
@@ -164,7 +164,7 @@ bool PictureWriter::Write(const Picture& decoded, const PictureBuffer& target, F
     const auto matrix = [](const Colours& colours, int width, int height) {
         return colours.matrix != AVCOL_SPC_UNSPECIFIED ? colours.matrix : UsualMatrix(width, height);
     };
-    if (!Prepare({picture.width, picture.height, picture.format,
+    if (!Prepare({picture.width, picture.height, from.format,
                   matrix(picture.colours, picture.width, picture.height), picture.colours.fullRange ? 1 : 0,
                   picture.chromaPlace, area.width, area.height, target.pixels.format,
                   matrix(target.colours, target.width, target.height)})) {
@@ -173,7 +173,7 @@ bool PictureWriter::Write(const Picture& decoded, const PictureBuffer& target, F
     if (area.width != target.width || area.height != target.height) {
         (void)FillBlack(target, buffer, bytes); // it fits, see above
     }
-    return WriteArea(picture, target, area, target.PlanesIn(buffer, area.x, area.y));
+    return WriteArea(from, target, area, target.PlanesIn(buffer, area.x, area.y));
 }
 
 bool PictureWriter::FitsScalerSteps(const PictureBuffer& target, int width) {

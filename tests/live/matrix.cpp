@@ -73,14 +73,23 @@ struct Foreign {
 };
 constexpr double kMerged = -0.5; // esmerge shows pictures half a second after their time
 constexpr std::array kForeign{
-    Foreign{"mjpegtools.ts", 0, 0, 0},           Foreign{"mjpegtools-576i.ts", 0, 0, 3},
-    Foreign{"mjpegtools-ac3.ts", 0, 1, 0},       Foreign{"gst-mpeg2.ts", 0, 0, 0},
-    Foreign{"gst-mpeg2-mp3.ts", 0, 0, 0},        Foreign{"gst-x264-aac.ts", 1, 2, 1},
-    Foreign{"gst-x264-ac3.ts", 1, 1, 1},         Foreign{"gst-openh264-aac.ts", 1, 2, 1},
-    Foreign{"gst-x265-mp3.ts", 2, 0, 2},         Foreign{"gst-x265-nowpp.ts", 2, 0, 2},
-    Foreign{"esmerge-mp2.ts", 1, 0, 1, kMerged}, Foreign{"esmerge-aac.ts", 1, 2, 1, kMerged},
-    Foreign{"esmerge-ac3.ts", 1, 1, 1, kMerged}, Foreign{"vlc-x264.ts", 1, 0, 1},
-    Foreign{"vlc-x264-ac3.ts", 1, 1, 1},         Foreign{"mencoder.ts", 0, 0, 0},
+    Foreign{"mjpegtools.ts", 0, 0, 0},
+    Foreign{"mjpegtools-576i.ts", 0, 0, 3},
+    Foreign{"mjpegtools-film.ts", 0, 0, 0},
+    Foreign{"mjpegtools-ac3.ts", 0, 1, 0},
+    Foreign{"gst-mpeg2.ts", 0, 0, 0},
+    Foreign{"gst-mpeg2-mp3.ts", 0, 0, 0},
+    Foreign{"gst-x264-aac.ts", 1, 2, 1},
+    Foreign{"gst-x264-ac3.ts", 1, 1, 1},
+    Foreign{"gst-openh264-aac.ts", 1, 2, 1},
+    Foreign{"gst-x265-mp3.ts", 2, 0, 2},
+    Foreign{"gst-x265-nowpp.ts", 2, 0, 2},
+    Foreign{"esmerge-mp2.ts", 1, 0, 1, kMerged},
+    Foreign{"esmerge-aac.ts", 1, 2, 1, kMerged},
+    Foreign{"esmerge-ac3.ts", 1, 1, 1, kMerged},
+    Foreign{"vlc-x264.ts", 1, 0, 1},
+    Foreign{"vlc-x264-ac3.ts", 1, 1, 1},
+    Foreign{"mencoder.ts", 0, 0, 0},
 };
 
 struct Result {

@@ -48,6 +48,9 @@ stream dual_mono.ts "$(pictures 352 288 25 2),scale=$sd" \
     -c:v mpeg2video -b:v 1M -c:a libtwolame -mode dual_channel -b:a 192k
 stream h264_refresh.ts "$(pictures 720 576 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v libx264 -preset superfast -tune zerolatency -x264opts intra-refresh=1:keyint=12 -c:a mp2
+# A layer of P pictures that needs nothing of the B pictures, to which others refer.
+stream h264_layers.ts "$(pictures 352 288 25 4),scale=$sd" "$(tone 48000 stereo 4)" -c:v libx264 -preset fast -bf 3 \
+    -x264opts b-pyramid=strict:b-adapt=0:keyint=25:scenecut=0 -c:a mp2
 # Hybrid log-gamma in 10 bits: its columns are other colours on a monitor of standard range.
 stream hevc_hlg.ts "$(pictures 352 288 25 1),scale=out_color_matrix=bt2020,format=yuv420p10le" "$(tone 48000 stereo 1)" \
     -c:v libx265 -preset ultrafast -c:a mp2 \

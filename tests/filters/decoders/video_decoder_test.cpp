@@ -74,6 +74,84 @@ std::vector<StreamPiece> RefreshedH264(bool everyPicture) {
     return pieces;
 }
 
+// Calls `change` with the bytes behind each start code whose first byte is `code`.
+void ForEachPart(Bytes& unit, int code, const std::function<void(std::uint8_t*)>& change) {
+    for (std::size_t at = 0; at + 12 < unit.size(); ++at) {
+        if (unit[at] == 0 && unit[at + 1] == 0 && unit[at + 2] == 1 && unit[at + 3] == code) {
+            change(unit.data() + at + 4);
+        }
+    }
+}
+
+// Film as a broadcast of more pictures than it has carries it: every second one asks for one of its fields
+// again.
+std::vector<StreamPiece> FilmMpeg2() {
+    std::vector<StreamPiece> pieces = ReadStream("mpeg2_288p.ts", true);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        ForEachPart(pieces[i].data, 0xB5, [i](std::uint8_t* extension) {
+            if (extension[0] >> 4 == 1) {
+                extension[1] &= ~0x08; // of the sequence: no longer all progressive
+            } else if (extension[0] >> 4 == 8) {
+                extension[3] = static_cast<std::uint8_t>((extension[3] & ~0x02) | (i % 2 == 0 ? 0x02 : 0));
+            }
+        });
+        pieces[i].time = static_cast<REFERENCE_TIME>(i / 2 * 100 + i % 2 * 60) * kMs;
+    }
+    return pieces;
+}
+
+class Bits {
+public:
+    explicit Bits(std::uint8_t* bytes, std::size_t at) : bytes_(bytes), at_(at) {}
+    bool Take() { return (bytes_[at_ / 8] >> (7 - at_++ % 8) & 1) != 0; }
+    unsigned Golomb() {
+        unsigned zeros = 0;
+        while (!Take()) {
+            ++zeros;
+        }
+        unsigned value = 1;
+        for (; zeros > 0; --zeros) {
+            value = value * 2 + (Take() ? 1 : 0);
+        }
+        return value - 1;
+    }
+    void Set() { bytes_[at_ / 8] |= static_cast<std::uint8_t>(0x80 >> at_ % 8); }
+
+private:
+    std::uint8_t* bytes_;
+    std::size_t at_;
+};
+
+// Its B pictures, to which others refer, have been left out on the way, as the sequence says they may be.
+std::vector<StreamPiece> ThinnedH264() {
+    std::vector<StreamPiece> pieces = ReadStream("h264_layers.ts", true);
+    std::erase_if(pieces, [](StreamPiece& piece) {
+        bool bidirectional = false;
+        for (const int slice : {0x21, 0x01}) { // of B pictures, others refer to the former
+            ForEachPart(piece.data, slice, [&](std::uint8_t* header) {
+                Bits bits(header, 0);
+                (void)bits.Golomb(); // first macroblock
+                bidirectional = bits.Golomb() % 5 == 1;
+            });
+        }
+        return bidirectional;
+    });
+    for (StreamPiece& piece : pieces) {
+        ForEachPart(piece.data, 0x67, [](std::uint8_t* parameters) {
+            Bits bits(parameters, 24); // behind profile and level
+            for (int i = 0; i < 4; ++i) {
+                (void)bits.Golomb(); // identifier, chroma, depths
+            }
+            EXPECT_FALSE(bits.Take() || bits.Take()); // no scaling lists
+            for (int i = 0; i < 4; ++i) {
+                (void)bits.Golomb(); // frame numbers, order (of type 0), reference pictures
+            }
+            bits.Set();
+        });
+    }
+    return pieces;
+}
+
 bool AllHaveColumns(std::span<const SeenPicture> seen) {
     return std::ranges::all_of(seen, &SeenPicture::columns);
 }
@@ -246,6 +324,35 @@ TEST(VideoDecoder, StreamsRefreshedPieceByPieceAreShown) {
         const std::vector<SeenPicture> seen = playback.Finish();
         EXPECT_GT(seen.size(), pieces.size() / 2);
         EXPECT_TRUE(!seen.empty() && seen.back().columns) << "come together in the end";
+    }
+}
+
+TEST(VideoDecoder, FilmInAStreamOfMoreFieldsIsShownEvenly) {
+    Playback playback(kMpeg2);
+    playback.Send(FilmMpeg2());
+    const std::vector<SeenPicture> seen = playback.Finish();
+    ASSERT_EQ(seen.size(), 50 + kAtOnce);
+    for (std::size_t i = 0; i < 50; ++i) {
+        const SeenPicture& picture = seen[i + kAtOnce];
+        SCOPED_TRACE(i);
+        EXPECT_EQ(*picture.time, static_cast<REFERENCE_TIME>(i) * 50 * kMs);
+        EXPECT_EQ(picture.stop - *picture.time, 50 * kMs);
+    }
+}
+
+TEST(VideoDecoder, GapsInTheFrameNumbersAreBridged) {
+    const std::vector<StreamPiece> pieces = ThinnedH264();
+    ASSERT_LT(pieces.size(), 35u);
+    Playback playback(kH264);
+    playback.Send(pieces);
+    const std::vector<SeenPicture> seen = playback.Finish();
+    ASSERT_EQ(seen.size(), pieces.size() + kAtOnce);
+    EXPECT_TRUE(AllHaveColumns(seen));
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        const SeenPicture& picture = seen[i + kAtOnce];
+        EXPECT_EQ(picture.time, pieces[i].time);
+        const REFERENCE_TIME sources = *pieces[i].time / (40 * kMs);
+        EXPECT_NEAR(picture.bar, (seen[0].bar + sources * kBarStep) % (352 - 32), 2) << i;
     }
 }
 

@@ -270,7 +270,8 @@ TEST(PictureWriter, DithersWhatEightBitsCannotHold) {
                 picture.height = kHeight;
                 picture.colours.fullRange = full;
                 for (std::size_t i = 0; i < 3; ++i) {
-                    planes[i].assign(kWidth * kHeight, static_cast<std::uint16_t>(i == 0 ? luma : 512));
+                    planes[i].assign(std::size_t{kWidth} * kHeight,
+                                     static_cast<std::uint16_t>(i == 0 ? luma : 512));
                     picture.planes[i] = reinterpret_cast<const std::uint8_t*>(planes[i].data());
                     picture.strides[i] = kWidth * 2;
                 }
