@@ -15,7 +15,7 @@ play: ## play the demo stream, or STREAM=file.ts, in the analyzer's window
 test: ## build everything and run every test
 	@tools/test
 
-live: ## measure what happens to live streams on the built player (ten minutes)
+live: ## measure what happens to live streams on the built player (fourteen minutes)
 	@tools/live
 
 foreign: ## play streams that other encoders and multiplexers made (seven minutes)

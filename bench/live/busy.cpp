@@ -47,28 +47,6 @@ private:
     std::vector<std::jthread> threads_;
 };
 
-// Stretches of silence longer than a gap may be, and the longest one; the streams' tone never ends.
-struct Silence {
-    int gaps = 0;
-    double longest = 0;
-};
-Silence FindSilence(const SoundWatch::Piece& sound) {
-    constexpr float kSilent = 0.002F;
-    Silence silence;
-    std::size_t length = 0;
-    for (std::size_t i = 0; i <= sound.samples.size(); ++i) {
-        if (i < sound.samples.size() && std::abs(sound.samples[i]) < kSilent) {
-            ++length;
-            continue;
-        }
-        const double seconds = static_cast<double>(length) / SoundWatch::kRate;
-        silence.gaps += seconds > kLongestGap ? 1 : 0;
-        silence.longest = std::max(silence.longest, seconds);
-        length = 0;
-    }
-    return silence;
-}
-
 struct Row {
     const char* what;
     const char* stream;
@@ -100,7 +78,7 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
     for (int i = 0; i < kTimes; ++i) {
         const double begin = run.Time("mark begin-" + std::to_string(i));
         const double end = run.Time("mark end-" + std::to_string(i));
-        const Silence found = FindSilence(run.sound.Cut(begin, end));
+        const Silence found = FindSilence(run.sound.Cut(begin, end), kLongestGap);
         silence = {silence.gaps + found.gaps, std::max(silence.longest, found.longest)};
         hold = std::max(hold, run.Shown(begin, end).longestHold);
     }

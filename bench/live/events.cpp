@@ -112,6 +112,19 @@ double NextPicture(const ProgrammeRun& run, double time) {
     return time + 99;
 }
 
+// How often a picture was seen behind a later one.
+int Reversals(const ProgrammeRun& run, double begin, double end) {
+    int last = -1;
+    int count = 0;
+    for (const auto& [when, look] : run.screen) {
+        if (when >= begin && when <= end && look.number >= 0) {
+            count += look.number < last ? 1 : 0;
+            last = look.number;
+        }
+    }
+    return count;
+}
+
 // How far the shown picture is behind, up to a constant: the clock minus the picture's own time.
 double Delay(const ProgrammeRun& run, double time) {
     double delay = 0;
@@ -139,10 +152,30 @@ struct Kind {
     double from, to;                            // places in the file
     Watched value;
     bool damaged = false; // what is seen and heard may be so, and marks with it
+    int vmr9 = 1;
+    bool ordered = false; // no picture may be seen again behind a later one
 };
 
 std::string Nothing(int /*i*/, double /*place*/) {
     return "";
+}
+
+// changes-*.ts: pictures of another kind from each of these seconds on.
+constexpr double kChange = 6;
+constexpr Kind Changing(const char* what, const char* stream, double watched, int vmr9) {
+    return {
+        what,
+        stream,
+        2.5 * kPicture, // one picture more than each is shown, and a look at the screen
+        watched,
+        [](int i, double) { return Line("+0 seek %.3f announced\n+2 mark before\n", kChange - 3 + 0.3 * i); },
+        [](int, double) { return Line("+0 mark change\n"); },
+        0,
+        0,
+        Watched::kHold,
+        false,
+        vmr9,
+        true};
 }
 
 // live.ts: 30 s, and the same again an hour later. wrap.ts: its PCR wraps at second 10.
@@ -182,10 +215,15 @@ const Kind kKinds[] = {
     {"10 s of pause, then Run: later than before", "live.ts", 0.3, 4,
      [](int i, double) { return Line("+%.2f mark delay\n+0 pause\n+10 mark before\n", 0.1 * i); },
      [](int, double) { return Line("+0 run\n"); }, 0, 0, Watched::kDelay},
+    Changing("576i: 4:3 to 16:9, overlay", "changes-sd.ts", 3.5, 0),
+    Changing("576i: 4:3 to 16:9, VMR9", "changes-sd.ts", 3.5, 1),
+    Changing("576i to 1080i to 720p, overlay", "changes-hd.ts", 9.5, 0),
+    Changing("576i to 1080i to 720p, VMR9", "changes-hd.ts", 9.5, 1),
 };
 
-std::vector<std::string> Options(std::size_t kind) {
-    return {"--set", "UseVMR9=1", "--set", "AudioUnmuteMsec=0", "--set", Line("KorvixCodec=%zu", kind % 2)};
+std::vector<std::string> Options(std::size_t kind, int vmr9) {
+    return {"--set", Line("UseVMR9=%d", vmr9),         "--set", "AudioUnmuteMsec=0",
+            "--set", Line("KorvixCodec=%zu", kind % 2)};
 }
 
 // One line, and whether it is within limits.
@@ -217,7 +255,7 @@ bool RunKind(const Paths& where, SoundWatch& sound, std::size_t index) {
         length += kind.watched + 15;
     }
     const ProgrammeRun run =
-        RunScript(where, sound, Options(index), script + "+0 quit\n", kind.stream, length);
+        RunScript(where, sound, Options(index, kind.vmr9), script + "+0 quit\n", kind.stream, length);
     if (!run.failure.empty()) {
         std::printf("%-44s WRONG: %s\n", kind.what, run.failure.c_str());
         return false;
@@ -235,7 +273,8 @@ bool RunKind(const Paths& where, SoundWatch& sound, std::size_t index) {
         Measured one;
         switch (kind.value) {
             case Watched::kHold:
-                one.value = run.Shown(event, end).longestHold;
+                one.value =
+                    run.Shown(event, end).longestHold + (kind.ordered ? Reversals(run, event, end) : 0);
                 break;
             case Watched::kNext:
                 one.value = NextPicture(run, event) - event;
@@ -299,7 +338,7 @@ bool RunSelections(const Paths& where, SoundWatch& sound) {
     for (int i = 0; i < 2 * kTimes; ++i) {
         script += Line("+%.2f play %d\n+0 wait picture 20\n+3 mark end-%d\n", 0.07 * i, 2 - i % 2, i);
     }
-    const ProgrammeRun run = RunScript(where, sound, Options(0), script + "+0 quit\n", "live.ts", 90);
+    const ProgrammeRun run = RunScript(where, sound, Options(0, 1), script + "+0 quit\n", "live.ts", 90);
     std::printf("SetPid %s\n  random access, command, picture | over it | tone after | lip sync\n",
                 run.failure.c_str());
     std::vector<Selected> selections;

@@ -79,6 +79,23 @@ std::vector<Beep> Beeps(const SoundWatch::Piece& sound) {
     return beeps;
 }
 
+Silence FindSilence(const SoundWatch::Piece& sound, double longer) {
+    constexpr float kSilent = 0.002F;
+    Silence silence;
+    std::size_t length = 0;
+    for (std::size_t i = 0; i <= sound.samples.size(); ++i) {
+        if (i < sound.samples.size() && std::abs(sound.samples[i]) < kSilent) {
+            ++length;
+            continue;
+        }
+        const double seconds = static_cast<double>(length) / SoundWatch::kRate;
+        silence.gaps += seconds > longer ? 1 : 0;
+        silence.longest = std::max(silence.longest, seconds);
+        length = 0;
+    }
+    return silence;
+}
+
 double Envelope::Onset() const {
     const auto found = std::ranges::find_if(amplitudes, [](double value) { return value > kThere; });
     return found == amplitudes.end() ? begin - 1 : Time(static_cast<std::size_t>(found - amplitudes.begin()));

@@ -14,6 +14,13 @@ struct Beep {
 // The beeps of a measured stream (tests/live/make-streams), at any volume.
 std::vector<Beep> Beeps(const SoundWatch::Piece& sound);
 
+// Stretches of silence longer than so many seconds, and the longest one; the streams' tone never ends.
+struct Silence {
+    int gaps = 0;
+    double longest = 0;
+};
+Silence FindSilence(const SoundWatch::Piece& sound, double longer);
+
 // One tone's amplitude, every kStep.
 struct Envelope {
     static constexpr double kStep = 0.01;
