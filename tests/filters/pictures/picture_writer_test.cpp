@@ -230,7 +230,9 @@ TEST(PictureWriter, YuvGetsTheMatrixOfItsBuffer) {
     picture.width = 352;
     picture.height = 288;
     for (std::size_t i = 0; i < 3; ++i) {
-        planes[i].assign(std::size_t{352} * 288, static_cast<std::uint8_t>(i == 0 ? sd.a : i == 1 ? sd.b : sd.c));
+        planes[i].assign(std::size_t{352} * 288, static_cast<std::uint8_t>(i == 0   ? sd.a
+                                                                           : i == 1 ? sd.b
+                                                                                    : sd.c));
         picture.planes[i] = planes[i].data();
         picture.strides[i] = 352;
     }
