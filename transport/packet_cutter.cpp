@@ -91,9 +91,11 @@ std::size_t PacketCutter::ConsumeLocked(ByteSpan bytes) {
             return 0;
         }
         if (!syncAt(stride_)) {
+            CountLoss();
             locked_ = false;
             return Search(bytes);
         }
+        ++errors_.bytes;
         Drop(kPacketSize); // only this packet's sync byte is damaged
         skip_ = stride_ - kPacketSize;
         return kPacketSize;
@@ -102,6 +104,7 @@ std::size_t PacketCutter::ConsumeLocked(ByteSpan bytes) {
         return 0;
     }
     if (const std::size_t next = CutShortAt(bytes); next != 0) {
+        CountLoss();
         Drop(next);
         return next;
     }
@@ -156,6 +159,10 @@ void PacketCutter::Lock(std::size_t stride) {
     stride_ = stride;
     skip_ = 0;
     locked_ = true;
+}
+
+void PacketCutter::CountLoss() {
+    errors_ += {.bytes = 2, .losses = 1};
 }
 
 void PacketCutter::Drop(std::size_t bytes) {
@@ -216,6 +223,7 @@ void PacketCutter::DoReset() {
     droppedInSearch_ = 0;
     packets_ = 0;
     dropped_ = 0;
+    errors_ = {};
 }
 
 } // namespace vistrame

@@ -7,6 +7,21 @@
 
 namespace vistrame {
 
+// What stood where a packet had to begin (ETSI TR 101 290, 1.1 and 1.2).
+struct SyncErrors {
+    std::uint64_t bytes = 0;  // packets that did not begin with a sync byte; two for each loss
+    std::uint64_t losses = 0; // two of them in a row, so that the packets had to be found again
+
+    friend SyncErrors operator-(SyncErrors later, SyncErrors earlier) {
+        return {later.bytes - earlier.bytes, later.losses - earlier.losses};
+    }
+    SyncErrors& operator+=(SyncErrors more) {
+        bytes += more.bytes;
+        losses += more.losses;
+        return *this;
+    }
+};
+
 // Cuts a byte stream that arrives in arbitrary chunks into whole transport packets, finding their distance by
 // itself: 188 bytes, 192 (4 bytes of time stamp in front of each) or 204 (16 bytes of error correction
 // behind).
@@ -41,6 +56,8 @@ public:
     bool Locked() const { return locked_; }
     std::uint64_t Packets() const { return packets_; }
     std::uint64_t DroppedBytes() const { return dropped_; }
+    // Nothing in front of the first lock counts.
+    SyncErrors Errors() const { return errors_; }
 
 private:
     static constexpr std::size_t kMaxStride = 204;
@@ -57,6 +74,7 @@ private:
     // Returns what is left of the chunk when the tail has been used up or the chunk has.
     ByteSpan ConsumeTail(ByteSpan chunk);
     void Lock(std::size_t stride);
+    void CountLoss();
     void Drop(std::size_t bytes);
     void Emit(ByteSpan bytes);
     void DoReset();
@@ -69,6 +87,7 @@ private:
     std::size_t droppedInSearch_ = 0;
     std::uint64_t packets_ = 0;
     std::uint64_t dropped_ = 0;
+    SyncErrors errors_;
     bool locked_ = false;
     bool inSink_ = false;
     bool resetWanted_ = false;

@@ -25,8 +25,10 @@ bool SameMap(const Programme& one, const Programme& other) {
 
 } // namespace
 
-void MultiplexMonitor::Push(std::span<const std::uint8_t> packets, double now) {
+void MultiplexMonitor::Push(std::span<const std::uint8_t> packets, double now, SyncErrors between) {
     const std::scoped_lock hold(lock_);
+    errors_.syncByte += between.bytes;
+    errors_.syncLoss += between.losses;
     if (begun_ < 0 && !packets.empty()) {
         begun_ = secondBegun_ = lastPat_ = now;
     }
@@ -45,8 +47,20 @@ void MultiplexMonitor::Break() {
     }
 }
 
+bool MultiplexMonitor::CheckSync(const PacketView& packet) {
+    const bool missed = packet.Bytes()[0] != kSyncByte;
+    errors_.syncByte += missed ? 1 : 0;
+    errors_.syncLoss += missed && syncMissed_ && !lost_ ? 1 : 0;
+    lost_ = missed && syncMissed_;
+    syncMissed_ = missed;
+    return !missed;
+}
+
 void MultiplexMonitor::OnPacket(const PacketView& packet, double now) {
     ++packets_;
+    if (!CheckSync(packet)) {
+        return; // whose packet it is cannot be trusted
+    }
     const Pid pid = packet.PacketId();
     PidWatch& watch = pids_[pid];
     ++watch.packets;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analyzer/measure/pcr_watch.h"
+#include "transport/packet_cutter.h"
 #include "transport/picture_headers.h"
 #include "transport/programme_table.h"
 
@@ -37,9 +38,10 @@ struct ProgrammeReading {
     std::string picture;               // likewise, in words; empty while nothing is known
 };
 
-// Counts of ETSI TR 101 290: priority 1, and what of the others is measured here. Sync is not among them:
-// what has no sync byte does not reach the monitor.
+// Counts of ETSI TR 101 290: priority 1, and what of the others is measured here.
 struct ErrorCounts {
+    std::uint64_t syncLoss = 0;   // TS_sync_loss
+    std::uint64_t syncByte = 0;   // Sync_byte_error
     std::uint64_t pat = 0;        // PAT_error
     std::uint64_t continuity = 0; // Continuity_count_error
     std::uint64_t pmt = 0;        // PMT_error
@@ -65,8 +67,9 @@ struct MultiplexReading {
 //            millisecond).
 class MultiplexMonitor {
 public:
-    // Whole packets.
-    void Push(std::span<const std::uint8_t> packets, double now);
+    // Whole packets, and what was found between them when they were cut. A packet among them without its sync
+    // byte counts as well.
+    void Push(std::span<const std::uint8_t> packets, double now, SyncErrors between = {});
     // The next packets do not continue the former: the file begins again, or is left for another place.
     void Break();
 
@@ -100,6 +103,7 @@ private:
     };
 
     void OnPacket(const PacketView& packet, double now);
+    bool CheckSync(const PacketView& packet);
     void CheckContinuity(PidWatch& watch, const PacketView& packet);
     void OnTables(double now);
     void Advance(double now);
@@ -116,7 +120,9 @@ private:
     std::uint64_t packets_ = 0;
     double begun_ = -1;      // no packet yet
     double secondBegun_ = 0; // of the second under way
-    std::size_t slot_ = 0;   // of the newest whole second in each ring
+    bool syncMissed_ = false; // by the last packet
+    bool lost_ = false;       // by the last two, counted
+    std::size_t slot_ = 0;    // of the newest whole second in each ring
     double lastPat_ = 0;
     bool patLate_ = false;
 };

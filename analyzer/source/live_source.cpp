@@ -9,8 +9,15 @@ std::vector<std::uint8_t> LiveSource::Take() {
     return std::exchange(packets_, {});
 }
 
+SyncErrors LiveSource::TakeErrors() {
+    const std::scoped_lock hold(lock_);
+    return errors_ - std::exchange(taken_, errors_);
+}
+
 void LiveSource::Receive(ByteSpan bytes) {
     cutter_.Feed(bytes);
+    const std::scoped_lock hold(lock_);
+    errors_ = cutter_.Errors();
 }
 
 void LiveSource::OnPcr(std::uint64_t, Pid) {}

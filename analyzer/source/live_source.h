@@ -25,6 +25,8 @@ public:
 
     // The whole packets that have come since the last call.
     std::vector<std::uint8_t> Take();
+    // What was found between them, since the last call.
+    SyncErrors TakeErrors();
     // Nothing more will come.
     bool Ended() const { return ended_; }
 
@@ -37,8 +39,10 @@ protected:
 private:
     void Keep(const PacketView& packet);
 
-    std::mutex lock_; // guards packets_
+    std::mutex lock_; // guards the three
     std::vector<std::uint8_t> packets_;
+    SyncErrors errors_;
+    SyncErrors taken_; // of them
     std::atomic<bool> ended_ = false;
     PacketCutter cutter_{[this](const PacketView& packet) {
         if (const auto pcr = packet.Pcr()) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "analyzer/base/utf8.h"
 
@@ -93,6 +94,7 @@ bool PacedReader::Read(Stretch& stretch) {
         stretch.duration = meter_.Estimate(stretch.Packets());
         sinceReference_ += stretch.Packets();
     }
+    stretch.sync = cutter_.Errors() - std::exchange(handedOn_, cutter_.Errors());
     pending_.erase(pending_.begin(), end);
     for (Reference& reference : references_) {
         reference.at -= bytes;
@@ -105,6 +107,7 @@ void PacedReader::Rewind() {
     file_.clear();
     file_.seekg(0);
     cutter_.Reset();
+    handedOn_ = {};
     pending_.clear();
     references_.clear();
     found_.reset();

@@ -16,6 +16,7 @@ struct Stretch {
     std::int64_t duration = 0;        // 27 MHz; packet i of n is due at i/n of it
     double fileSeconds = 0;           // where it begins, since the file's beginning
     std::optional<std::uint64_t> pcr; // that it begins with, as transmitted
+    SyncErrors sync;                  // found in the file up to a little behind its end, not handed on before
 
     std::size_t Packets() const { return bytes.size() / kPacketSize; }
 };
@@ -69,6 +70,7 @@ private:
     std::int64_t fileTicks_ = 0;       // 27 MHz, where pending_ begins
     bool fresh_ = true;                // nothing was read before pending_
     std::optional<Stretch> found_;     // by Seek, not handed on yet
+    SyncErrors handedOn_;              // of the cutter's
     PacketCutter cutter_{[this](const PacketView& packet) { OnPacket(packet); }};
 };
 

@@ -1,6 +1,7 @@
 #include "analyzer/stream/paced_stream.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vistrame {
 
@@ -18,6 +19,7 @@ bool PacedStream::Advance() {
     if (reader_.Next(stretch_)) {
         begin_ = end;
         sent_ = 0;
+        sync_ += stretch_.sync;
         return true;
     }
     if (loop_ && !seam_) {
@@ -56,6 +58,7 @@ PacedStream::Portion PacedStream::Due(std::int64_t now) {
         Take(portion, now, kBurst);
     }
     portion.seam = seam_;
+    portion.sync = std::exchange(sync_, {});
     backlog_ = backlog_ && portion.packets.size() >= kBurst;
     return portion;
 }
@@ -72,6 +75,7 @@ void PacedStream::Resume(ResumeAction kind, std::int64_t now) {
             seam_ = false;
             Take(missed, now, kBurst);
         } while (missed.packets.size() >= kBurst || seam_);
+        sync_ = {};
     }
     backlog_ = kind == ResumeAction::kBacklog;
     if (kind == ResumeAction::kLate && Advance()) {

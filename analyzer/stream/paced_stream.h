@@ -24,6 +24,7 @@ public:
 
     struct Portion {
         std::vector<std::uint8_t> packets;
+        SyncErrors sync;   // found among them in the file
         bool seam = false; // the file begins again with the next packets (none are in here)
     };
     Portion Due(std::int64_t now);
@@ -60,6 +61,7 @@ private:
     Stretch stretch_;
     std::size_t sent_ = 0;   // packets of stretch_
     std::int64_t begin_ = 0; // when stretch_ is due
+    SyncErrors sync_;        // not given out yet
     bool started_ = false;
     bool stalled_ = false;
     bool backlog_ = false; // everything that is due comes out at once

@@ -144,6 +144,7 @@ bool StreamPump::Pump() {
         if (!announce) { // otherwise the new place's packets wait for their announcement
             if (live_ != nullptr) {
                 portion.packets = live_->Take();
+                portion.sync = live_->TakeErrors();
             } else {
                 portion = stream_.Due(StreamTime());
             }
@@ -157,8 +158,8 @@ bool StreamPump::Pump() {
     if (broken) {
         watchers_.broken();
     }
-    if (!portion.packets.empty()) {
-        watchers_.sent(portion.packets);
+    if (!portion.packets.empty() || portion.sync.bytes > 0) {
+        watchers_.sent(portion.packets, portion.sync);
     }
     if (portion.seam) {
         watchers_.broken();

@@ -36,8 +36,8 @@ public:
         // The file begins again or an announced seek leaves for another place: between the last packet before
         // and the first after.
         std::function<void()> announceSeam;
-        // What is sent, or would be if a player were there.
-        std::function<void(std::span<const std::uint8_t> packets)> sent;
+        // What is sent, or would be if a player were there, and what was found between the packets.
+        std::function<void(std::span<const std::uint8_t> packets, SyncErrors between)> sent;
         // What is sent next does not continue what was sent before, announced or not.
         std::function<void()> broken;
     };

@@ -24,7 +24,7 @@ constexpr UINT kTickMsec = 250;
 // For 96 dots per inch.
 constexpr int kGap = 10;
 constexpr int kLeftWidth = 290;
-constexpr int kMeasuresHeight = 278;
+constexpr int kMeasuresHeight = 310;
 constexpr int kStatusHeight = 20;
 // Where the player opens its window; SD television.
 constexpr int kAreaWidth = 720;
@@ -48,7 +48,7 @@ bool MainWindow::Create() {
     kind.lpfnWndProc = Thunk;
     kind.hInstance = instance;
     kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    kind.hIcon = LoadIconA(nullptr, IDI_APPLICATION);
+    kind.hIcon = LoadIconA(instance, MAKEINTRESOURCEA(1)); // the program's own, from its version resource
     kind.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     kind.lpszClassName = L"VistrameAnalyzer";
     (void)RegisterClassExW(&kind); // stays registered when another file is opened

@@ -22,6 +22,8 @@ struct ErrorRow {
 };
 // ETSI TR 101 290: priority 1, then those of priority 2 that are measured.
 constexpr std::array kErrors{
+    ErrorRow{"1.1  TS_sync_loss", &ErrorCounts::syncLoss},
+    ErrorRow{"1.2  Sync_byte_error", &ErrorCounts::syncByte},
     ErrorRow{"1.3  PAT_error", &ErrorCounts::pat},
     ErrorRow{"1.4  Continuity_count_error", &ErrorCounts::continuity},
     ErrorRow{"1.5  PMT_error", &ErrorCounts::pmt},

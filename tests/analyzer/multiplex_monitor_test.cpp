@@ -90,8 +90,15 @@ TEST(MultiplexMonitor, CountsErrorsByTheirNamesAndPacketsByTheirSecond) {
     packets.erase(packets.begin() + 5); // one of 0x102 lost
     packets[8][1] |= 0x80;              // a transport error, whose counter is not believed: one more lost
     packets[11][7] ^= 0x04;             // the clock leaps
+    const auto whole = static_cast<double>(packets.size());
+    for (const std::uint8_t first : {0, 0, 0, 0x47, 0}) { // a loss, and a byte
+        packets.push_back(packets.back());
+        packets.back()[0] = first;
+        packets.back()[1] = 0x1F; // the null PID, which has no counter
+        packets.back()[2] = 0xFF;
+    }
     Multiplex multiplex;
-    multiplex.monitor.Push(Render(packets), multiplex.now);
+    multiplex.monitor.Push(Render(packets), multiplex.now, {.bytes = 2, .losses = 1});
     multiplex.now += 600;
     multiplex.monitor.Push({}, multiplex.now);
     const MultiplexReading reading = multiplex.monitor.Read(multiplex.now + 500);
@@ -100,7 +107,9 @@ TEST(MultiplexMonitor, CountsErrorsByTheirNamesAndPacketsByTheirSecond) {
     EXPECT_EQ(reading.errors.pat, 1U);
     EXPECT_EQ(reading.errors.pmt, 1U);
     EXPECT_EQ(reading.errors.pcrDiscontinuity, 2U) << "there and back";
-    EXPECT_EQ(reading.bitsPerSecond, static_cast<double>(packets.size() * kPacketSize * 8));
+    EXPECT_EQ(reading.errors.syncByte, 6U);
+    EXPECT_EQ(reading.errors.syncLoss, 2U);
+    EXPECT_EQ(reading.bitsPerSecond, (whole + 1) * kPacketSize * 8);
 }
 
 } // namespace

@@ -50,6 +50,7 @@ struct Player {
                     numbers.push_back(packet.PacketId() - kFirstNumber);
                 }
             }
+            sync += portion.sync;
             if (portion.seam) {
                 seams.push_back(sent.size());
             }
@@ -67,6 +68,7 @@ struct Player {
     std::vector<std::int64_t> sent;  // when each packet came out
     std::vector<int> numbers;        // since a test cleared them
     std::vector<std::size_t> seams;  // packets before each
+    SyncErrors sync;
     std::ptrdiff_t largestBurst = 0; // packets of the fullest 100 ms
 };
 
@@ -200,6 +202,28 @@ TEST(PacedStream, SeeksByTheTimeOfTheFile) {
     player.numbers.clear();
     player.PlayFor(100 * kMsec);
     EXPECT_EQ(player.numbers.at(0), 0);
+}
+
+// Two packets in a row and one alone have lost their sync bytes: said when they are due, and not for what a
+// seek looks at on its way.
+TEST(PacedStream, SaysWhatIsWrongBetweenThePackets) {
+    TsBuilder builder = NumberedStream(200);
+    for (const std::size_t packet : {600U, 601U, 1400U}) {
+        builder.packets[packet][0] = 0;
+    }
+    Player player(builder);
+    player.PlayFor(100 * kMsec);
+    EXPECT_EQ(player.sync.bytes, 0U);
+    player.PlayFor(1400 * kMsec);
+    EXPECT_EQ(player.sync.bytes, 2U);
+    EXPECT_EQ(player.sync.losses, 1U);
+    EXPECT_TRUE(player.stream->Seek(3.5));
+    player.PlayFor(kPcrPerSecond);
+    EXPECT_EQ(player.sync.bytes, 2U);
+    EXPECT_TRUE(player.stream->Seek(2));
+    player.PlayFor(kPcrPerSecond);
+    EXPECT_EQ(player.sync.bytes, 3U);
+    EXPECT_EQ(player.sync.losses, 1U);
 }
 
 // 10 GB, nearly all of them a hole: some megabytes at the beginning, and 5 s in the middle whose clock is 3 s

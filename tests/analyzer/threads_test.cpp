@@ -32,7 +32,7 @@ TEST(Threads, AStreamIsReceivedMeasuredAndReadAtTheSameTime) {
     const auto send = [&] {
         const Bytes packets = source.Take();
         taken += packets.size();
-        monitor.Push(packets, now = now + 40);
+        monitor.Push(packets, now = now + 40, source.TakeErrors());
         now > 5000 ? monitor.Break() : void();
     };
     const auto show = [&] {

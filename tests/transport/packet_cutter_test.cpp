@@ -37,13 +37,15 @@ TEST(PacketCutter, CutsDamagedStreamsInAnyChunks) {
         std::vector<int> flipped = {}; // packets whose sync bytes are damaged
         std::size_t garbage = 0;       // bytes put in front of packet `before`
         std::size_t before = 0;
+        std::uint64_t losses = 0;
     };
     const Row rows[] = {
         {.name = "whole"},
         {.name = "garbage in front, all sync bytes", .garbage = 100},
-        {.name = "garbage inside", .garbage = 77, .before = 10},
+        {.name = "garbage inside", .garbage = 77, .before = 10, .losses = 1},
         {.name = "sync byte flipped", .flipped = {20}},
         {.name = "two flipped, closer than a lock is long", .flipped = {20, 23}},
+        {.name = "two flipped in a row", .flipped = {20, 21}, .losses = 1},
     };
     for (const Row& row : rows) {
         for (const std::size_t stride : {188U, 192U, 204U}) {
@@ -66,9 +68,11 @@ TEST(PacketCutter, CutsDamagedStreamsInAnyChunks) {
                 FeedChunks(cutting.cutter, bytes, chunk);
                 cutting.cutter.Flush();
                 EXPECT_EQ(cutting.numbers, expected);
-                // What a stride of 204 leaves behind the last packet may count or not.
-                EXPECT_LE(cutting.cutter.DroppedBytes() - lost + (stride - 188), 2 * (stride - 188));
+                // What a stride of 204 leaves behind the last and a lost packet may count or not.
+                EXPECT_LE(cutting.cutter.DroppedBytes() - lost + (stride - 188), 3 * (stride - 188));
                 EXPECT_EQ(cutting.cutter.Stride(), stride);
+                EXPECT_EQ(cutting.cutter.Errors().losses, row.losses);
+                EXPECT_EQ(cutting.cutter.Errors().bytes, row.losses > 0 ? 2 : row.flipped.size());
             }
         }
     }
