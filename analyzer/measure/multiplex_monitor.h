@@ -118,8 +118,8 @@ private:
     ErrorCounts errors_;
     std::uint64_t revision_ = 0;
     std::uint64_t packets_ = 0;
-    double begun_ = -1;      // no packet yet
-    double secondBegun_ = 0; // of the second under way
+    double begun_ = -1;       // no packet yet
+    double secondBegun_ = 0;  // of the second under way
     bool syncMissed_ = false; // by the last packet
     bool lost_ = false;       // by the last two, counted
     std::size_t slot_ = 0;    // of the newest whole second in each ring

@@ -92,12 +92,17 @@ Session::Status Session::Read() {
                   .fileSeconds = pump_.FileSeconds(),
                   .pcr = pump_.Pcr(),
                   .last = {},
-                  .pictureMsec = {}};
+                  .pictureMsec = {},
+                  .accessMsec = {}};
     const std::scoped_lock hold(lock_);
     status.selection = selection_;
     status.last = last_;
     if (!facts_.selections.empty()) {
-        status.pictureMsec = facts_.selections.back().pictureMsec;
+        const SelectionFact& fact = facts_.selections.back();
+        status.pictureMsec = fact.pictureMsec;
+        if (fact.pictureMsec && !fact.randomAccessMsec.empty()) {
+            status.accessMsec = *fact.pictureMsec - fact.randomAccessMsec.back();
+        }
     }
     return status;
 }

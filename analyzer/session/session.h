@@ -59,6 +59,8 @@ public:
         std::optional<std::uint64_t> pcr;
         std::string last;                  // what was done last
         std::optional<double> pictureMsec; // of the last selection
+        // From the last random-access picture that was sent before to that picture.
+        std::optional<double> accessMsec;
     };
 
     Session(const StreamFile& file, const Options& options, Script script, EventLog& log, Windows windows);

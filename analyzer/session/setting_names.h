@@ -1,6 +1,7 @@
 // The player's settings as its user may set them here: their names and kinds, without the registry.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -27,6 +28,11 @@ inline constexpr std::array kSettingRows{
     SettingRow{setting::kAudioUnmuteMsec, false, "silence before the sound fades in, ms"},
     SettingRow{setting::kErrorLogDir, true, "folder of the error files, with its last backslash"},
 };
+
+// `name` is one of the table's.
+inline const SettingRow& SettingRowOf(std::string_view name) {
+    return *std::ranges::find(kSettingRows, name, &SettingRow::name);
+}
 
 // One value to be stored.
 struct SettingChange {

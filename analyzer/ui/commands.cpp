@@ -44,7 +44,19 @@ constexpr std::array kRows{
     Row{kFitFill, Where::kMenuOnly, nullptr, L"Fill the area\tCtrl+3", FCONTROL, '3'},
 };
 
-constexpr int kGap = 6;
+constexpr int kGap = 6; // for 96 dots per inch, as the next
+constexpr int kMostAround = 60;
+
+// In the window's font.
+int TextWidth(HWND window, const wchar_t* text) {
+    HDC device = GetDC(window);
+    HGDIOBJ before = SelectObject(device, reinterpret_cast<HGDIOBJ>(SendMessageW(window, WM_GETFONT, 0, 0)));
+    SIZE size{};
+    (void)GetTextExtentPoint32W(device, text, lstrlenW(text), &size); // empty at worst
+    (void)SelectObject(device, before);
+    (void)ReleaseDC(window, device);
+    return size.cx;
+}
 
 } // namespace
 
@@ -63,13 +75,22 @@ int CommandButtons::Height() const {
 
 void CommandButtons::Place(bool players, int x, int y, int width) const {
     const Where where = players ? Where::kPlayerButton : Where::kOwnButton;
-    const int count = std::max(static_cast<int>(std::ranges::count(kRows, where, &Row::where)), 1);
-    const int gap = Scaled(parent_, kGap);
-    const int each = std::min((width - (count - 1) * gap) / count, Scaled(parent_, 98));
+    const auto belongs = [where](const Row& row) { return row.where == where; };
+    const auto count = static_cast<int>(std::ranges::count_if(kRows, belongs));
+    int texts = 0;
     for (const Row& row : kRows) {
-        if (row.where == where) {
-            (void)MoveWindow(GetDlgItem(parent_, row.id), x, y, each, Height(), FALSE); // a lost move shows
-            x += each + gap;
+        texts += belongs(row) ? TextWidth(GetDlgItem(parent_, row.id), row.button) : 0;
+    }
+    // What the texts leave is shared out evenly.
+    const int gap = Scaled(parent_, kGap);
+    const int most = Scaled(parent_, kMostAround);
+    const int around = std::clamp((width - (count - 1) * gap - texts) / std::max(count, 1), 0, most);
+    for (const Row& row : kRows) {
+        if (belongs(row)) {
+            HWND button = GetDlgItem(parent_, row.id);
+            const int wide = TextWidth(button, row.button) + around;
+            (void)MoveWindow(button, x, y, wide, Height(), FALSE); // a lost move shows
+            x += wide + gap;
         }
     }
 }
@@ -130,44 +151,62 @@ int CommandNamed(std::string_view name) {
     };
     // Only what asks nothing: a script cannot answer.
     constexpr std::array kNames{
-        Named{"settings", kSettings},  Named{"full-screen", kFullScreen}, Named{"screenshot", kScreenshot},
-        Named{"fit-shape", kFitShape}, Named{"fit-whole", kFitWhole},     Named{"fit-fill", kFitFill},
+        Named{"settings", kSettings},
+        Named{"full-screen", kFullScreen},
+        Named{"screenshot", kScreenshot},
+        Named{"fit-shape", kFitShape},
+        Named{"fit-whole", kFitWhole},
+        Named{"fit-fill", kFitFill},
+        Named{"overlay-show", kShowOverlay},
+        Named{"overlay-move", kMoveOverlay},
+        Named{"overlay-refresh", kRefreshOverlay},
+        Named{"overlay-hide", kHideOverlay},
     };
     const auto* const found = std::ranges::find(kNames, name, &Named::name);
     return found != kNames.end() ? found->id : 0;
 }
 
-std::optional<Action> ActionOf(int id, unsigned& step) {
-    constexpr std::uint32_t kStart = 100; // overlay pixels from the corner
-    constexpr std::uint32_t kStride = 160;
+POINT OverlayElement::Place() const {
+    constexpr LONG kStart = 100; // from the corner
+    constexpr LONG kStride = 160;
+    return {kStart + static_cast<LONG>(step % 8) * kStride, kStart};
+}
+
+std::vector<Action> ActionsOf(int id, OverlayElement& element) {
     const auto command = [](CommandCode code, std::uint32_t argument = 0) {
         return Action(CommandAction{static_cast<std::uint32_t>(code), argument});
     };
-    const std::uint32_t place = kStart + step % 8 * kStride;
+    const auto place = [&element] { // of element 0, whose number is the argument's upper bits
+        return static_cast<std::uint32_t>(element.Place().x << 12 | element.Place().y);
+    };
     switch (id) {
         case kRun:
-            return command(CommandCode::Run);
+            return {command(CommandCode::Run)};
         case kPause:
-            return command(CommandCode::Pause);
+            return {command(CommandCode::Pause)};
         case kStop:
-            return command(CommandCode::Stop);
+            return {command(CommandCode::Stop)};
         case kDiscontinuity:
-            return command(CommandCode::SendDisc);
+            return {command(CommandCode::SendDisc)};
         case kUnmute:
-            return command(CommandCode::UnmuteAudio);
-        case kShowOverlay:
-            return command(CommandCode::ShowOverlay, place << 12 | kStart);
+            return {command(CommandCode::UnmuteAudio)};
+        case kShowOverlay: // which shows the overlay but does not bring back a hidden element
+            element.shown = true;
+            return {command(CommandCode::MoveOsdElement, place()),
+                    command(CommandCode::ShowOverlay, place())};
         case kMoveOverlay:
-            ++step;
-            return command(CommandCode::MoveOsdElement, (kStart + step % 8 * kStride) << 12 | kStart);
+            ++element.step;
+            element.shown = true;
+            return {command(CommandCode::MoveOsdElement, place())};
         case kRefreshOverlay:
-            return command(CommandCode::RefreshOverlay);
+            return {command(CommandCode::RefreshOverlay)};
         case kHideOverlay:
-            return command(CommandCode::ShowOverlay, 0);
+            element.shown = false;
+            return {command(CommandCode::ShowOverlay, 0)};
         case kQuitPlayer:
-            return QuitAction();
+            return {QuitAction()};
         default:
-            return std::nullopt;
+            return {};
     }
 }
 

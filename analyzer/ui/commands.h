@@ -63,8 +63,16 @@ int ChooseFromMenu(HWND owner, const RECT& below, const std::vector<std::string>
 // The command that scripts call so; 0: none.
 int CommandNamed(std::string_view name);
 
-// What the player is asked for by a command; nothing: it is not the player's. `step` counts how often the
-// overlay was moved.
-std::optional<Action> ActionOf(int id, unsigned& step);
+// The overlay's element that the commands show, as the player was asked for it.
+struct OverlayElement {
+    unsigned step = 0; // how often it was moved
+    bool shown = false;
+
+    // Overlay pixels.
+    POINT Place() const;
+};
+
+// What the player is asked for by a command, one after the other; nothing: it is not the player's.
+std::vector<Action> ActionsOf(int id, OverlayElement& element);
 
 } // namespace vistrame

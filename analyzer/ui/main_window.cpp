@@ -11,6 +11,7 @@
 
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
+#include "analyzer/session/player_settings.h"
 #include "analyzer/ui/ask_for_file.h"
 #include "analyzer/ui/png_file.h"
 #include "analyzer/ui/remembered.h"
@@ -56,6 +57,7 @@ LRESULT CALLBACK MainWindow::Thunk(HWND window, UINT message, WPARAM w, LPARAM l
 }
 
 void MainWindow::OnCommand(int id, int notification) {
+    said_.clear();
     if (id == kAudioId && notification == CBN_SELCHANGE && wanted_) {
         session_->Post(PlayAction{.programme = *wanted_, .audioPid = audio_.Chosen()});
     } else if (id == kLoopId) {
@@ -81,13 +83,38 @@ void MainWindow::OnCommand(int id, int notification) {
         SetFit(id == kFitShape   ? PlayerArea::Fit::kShape
                : id == kFitWhole ? PlayerArea::Fit::kWholeMultiple
                                  : PlayerArea::Fit::kFill);
-    } else if (const auto action = ActionOf(id, overlayStep_)) {
-        session_->Post(*action);
+    } else {
+        for (const Action& action : ActionsOf(id, element_)) {
+            session_->Post(action);
+        }
+        MarkElement(id);
+    }
+}
+
+// The place of the overlay's element, which the player takes note of and draws nothing for.
+void MainWindow::MarkElement(int id) {
+    if (id < kShowOverlay || id > kHideOverlay) {
+        return;
+    }
+    if (session_->PlayerWindow() == nullptr || LoadSetting(SettingRowOf(setting::kUseVmr9)) == "0") {
+        element_.shown = false;
+        said_ = "no overlay: a player that shows its picture by VMR9 has one (Player settings)";
+        return;
+    }
+    if (element_.shown) {
+        mark_.Show(element_.Place());
+        mark_.Place(area_.PictureOnScreen());
+    } else {
+        mark_.Hide();
+    }
+    if (id == kRefreshOverlay) {
+        mark_.Flash();
     }
 }
 
 void MainWindow::Choose(std::uint16_t programme) {
     wanted_ = programme;
+    said_.clear();
     if (session_) {
         session_->Post(PlayAction{.programme = programme, .audioPid = {}});
     }
@@ -177,6 +204,11 @@ void MainWindow::OnTick() {
         (void)EnableWindow(window_, TRUE); // answers what it was before
     }
     area_.SetPlayer(session_->PlayerWindow());
+    if (session_->PlayerWindow() == nullptr) {
+        element_.shown = false; // the next player knows nothing of it
+        mark_.Hide();
+    }
+    mark_.Place(area_.PictureOnScreen());
     list_.OnTick();
     const Session::Status status = session_->Read();
     const MultiplexReading reading = session_->Measure();
@@ -252,6 +284,9 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
         case WM_SIZE:
             Layout();
             return 0;
+        case WM_MOVE:
+            mark_.Place(area_.PictureOnScreen());
+            return 0;
         case WM_COMMAND:
             if (session_) {
                 OnCommand(LOWORD(w), HIWORD(w));
@@ -295,7 +330,7 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
             session_->End(); // its message ends the loop, after the player's end
             return 0;
         case WM_GETMINMAXINFO:
-            reinterpret_cast<MINMAXINFO*>(l)->ptMinTrackSize = {Scaled(window_, 690), Scaled(window_, 500)};
+            reinterpret_cast<MINMAXINFO*>(l)->ptMinTrackSize = {Scaled(window_, 850), Scaled(window_, 500)};
             return 0;
         default:
             return DefWindowProcW(window_, message, w, l);

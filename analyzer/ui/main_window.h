@@ -8,6 +8,7 @@
 #include "analyzer/ui/audio_choice.h"
 #include "analyzer/ui/commands.h"
 #include "analyzer/ui/measure_view.h"
+#include "analyzer/ui/overlay_mark.h"
 #include "analyzer/ui/player_area.h"
 #include "analyzer/ui/player_notice.h"
 #include "analyzer/ui/position_bar.h"
@@ -63,6 +64,7 @@ private:
     void Choose(std::uint16_t programme);
     void StartAgain();
     void ApplySettings(const Session::Launch& launch);
+    void MarkElement(int id);
     void SaveScreenshot();
     void OpenOther(const std::string& path);
     void OpenByDialog(std::string (*ask)(HWND owner));
@@ -83,6 +85,7 @@ private:
     ProgrammeList list_{[this](std::uint16_t programme) { Choose(programme); }};
     AudioChoice audio_;
     MeasureView measures_;
+    OverlayMark mark_;
     PositionBar position_;
     CommandButtons buttons_;
     PlayerNotice notice_;
@@ -95,7 +98,7 @@ private:
     std::string said_; // in the status line instead of what was done last
     PlayerArea::Fit fit_;
     std::optional<std::uint16_t> wanted_; // the programme chosen last
-    unsigned overlayStep_ = 0;
+    OverlayElement element_;
     int ownBoxes_ = 0;         // open now; each keeps this window disabled
     bool redrawAgain_ = false; // at the next tick
     bool fullScreen_ = false;

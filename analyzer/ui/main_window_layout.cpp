@@ -24,7 +24,7 @@ constexpr UINT kTickMsec = 250;
 // For 96 dots per inch.
 constexpr int kGap = 10;
 constexpr int kLeftWidth = 290;
-constexpr int kMeasuresHeight = 310;
+constexpr int kMeasuresHeight = 326;
 constexpr int kStatusHeight = 20;
 // Where the player opens its window; SD television.
 constexpr int kAreaWidth = 720;
@@ -48,7 +48,7 @@ bool MainWindow::Create() {
     kind.lpfnWndProc = Thunk;
     kind.hInstance = instance;
     kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    kind.hIcon = LoadIconA(instance, MAKEINTRESOURCEA(1)); // the program's own, from its version resource
+    kind.hIcon = ProgramIcon();
     kind.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     kind.lpszClassName = L"VistrameAnalyzer";
     (void)RegisterClassExW(&kind); // stays registered when another file is opened
@@ -64,7 +64,9 @@ bool MainWindow::Create() {
     CreateControls();
     const auto placement = options_.WindowMode() ? RememberedPlacement() : std::nullopt;
     if (!placement || !SetWindowPlacement(window_, &*placement)) {
-        SizeArea(kAreaWidth, kAreaHeight);
+        // As large in the eye of a user as on any screen; a script counts pixels.
+        const int dpi = forPeople_ ? DpiOf(window_) : 96;
+        SizeArea(MulDiv(kAreaWidth, dpi, 96), MulDiv(kAreaHeight, dpi, 96));
     }
     DragAcceptFiles(window_, forPeople_ ? TRUE : FALSE);
     (void)ShowWindow(window_, SW_SHOWNORMAL); // answers whether it was shown before
@@ -78,6 +80,7 @@ void MainWindow::CreateControls() {
     list_.Create(window_, 100, font_);
     audio_.Create(window_, 101, font_);
     measures_.Create(window_, font_, bold_);
+    mark_.Create(window_, font_);
     position_.Create(window_, 102, font_, file_.Seconds(), options_.loop);
     buttons_.Create(window_, font_);
     notice_.Create(window_, kAgain, IDCLOSE, font_, bold_);
@@ -115,7 +118,7 @@ void MainWindow::Layout() {
     const int buttons = client.bottom - status - buttons_.Height() - 2 * gap;
     const int leftBottom = buttons - gap;
     const int measuresTop =
-        leftBottom - std::min(scaled(kMeasuresHeight), static_cast<int>(client.bottom) / 2);
+        leftBottom - std::min(scaled(kMeasuresHeight), static_cast<int>(client.bottom) * 3 / 5);
     place(list_.Window(), gap, gap, left, measuresTop - scaled(32) - 2 * gap);
     audio_.Place(gap, measuresTop - scaled(32), left);
     place(measures_.Window(), gap, measuresTop, left, leftBottom - measuresTop);
@@ -147,8 +150,12 @@ void MainWindow::SizeArea(int width, int height) {
                    Scaled(window_, kStatusHeight) + 4 * gap};
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE));
     (void)AdjustWindowRect(&outer, style, FALSE); // at worst the frame eats from the area
-    (void)SetWindowPos(window_, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
-                       SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SIZE size{outer.right - outer.left, outer.bottom - outer.top};
+    RECT room{};
+    if (forPeople_ && SystemParametersInfoW(SPI_GETWORKAREA, 0, &room, 0)) {
+        size = {std::min(size.cx, room.right - room.left), std::min(size.cy, room.bottom - room.top)};
+    }
+    (void)SetWindowPos(window_, nullptr, 0, 0, size.cx, size.cy, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void MainWindow::SwitchFullScreen() {
@@ -186,6 +193,7 @@ void MainWindow::OnDpi(const RECT& place) {
     (void)DeleteObject(std::exchange(font_, font)); // nobody draws with it any more
     (void)DeleteObject(std::exchange(bold_, MakeMessageFont(DpiOf(window_), true)));
     measures_.SetFonts(font_, bold_);
+    mark_.SetFont(font_);
     (void)SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left,
                        place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
     Layout();

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <span>
+#include <utility>
 
 #include "analyzer/base/text.h"
 #include "analyzer/base/utf8.h"
@@ -81,8 +82,26 @@ void MeasureView::Show(const MultiplexReading& reading, const Session::Status& s
         });
         programme_ = found != reading_.programmes.end() ? std::optional(*found) : std::nullopt;
     }
-    picture_ = status.pictureMsec ? Format("first picture after %.0f ms", *status.pictureMsec) : "";
+    picture_ = status.pictureMsec ? Format("picture after %.0f ms", *status.pictureMsec) : "";
+    picture_ += status.accessMsec ? Format(", random access %.0f ms before", *status.accessMsec) : "";
+    if (std::wstring spoken = Spoken(); spoken != spoken_) {
+        spoken_ = std::move(spoken);
+        (void)SetWindowTextW(window_, spoken_.c_str()); // shown by nobody else
+    }
     (void)InvalidateRect(window_, nullptr, FALSE);
+}
+
+// What is drawn has no text that a screen reader could find, so it is the window's own text. Without what
+// changes all the time.
+std::wstring MeasureView::Spoken() const {
+    std::string text =
+        "Measurements: " + (programme_ ? ProgrammeTitle(programme_->programme) : "no programme");
+    text += picture_.empty() ? "" : ", " + picture_;
+    for (const ErrorRow& row : kErrors) {
+        const std::uint64_t count = reading_.errors.*row.count;
+        text += count > 0 ? Format(", %s %llu", row.name, static_cast<unsigned long long>(count)) : "";
+    }
+    return Widen(text);
 }
 
 void MeasureView::Paint() {
@@ -131,9 +150,9 @@ int MeasureView::DrawRate(HDC device, const RECT& area, int top) const {
     const int height = Scaled(window_, 34);
     Plot(device, {0, top, area.right, top + height}, history, largest);
     top += height;
-    std::string text = Format("last minute, at most %.2f Mbit/s", static_cast<double>(largest) / 1e6);
-    text += picture_.empty() ? "" : "; " + picture_;
-    return top + Text(device, 0, top, text);
+    top +=
+        Text(device, 0, top, Format("last minute, at most %.2f Mbit/s", static_cast<double>(largest) / 1e6));
+    return picture_.empty() ? top : top + Text(device, 0, top, picture_);
 }
 
 int MeasureView::DrawPcrs(HDC device, const RECT& area, int top) const {

@@ -31,6 +31,7 @@ public:
 private:
     static LRESULT CALLBACK Thunk(HWND window, UINT message, WPARAM w, LPARAM l);
     void Paint();
+    std::wstring Spoken() const;
     void Draw(HDC device, const RECT& area) const;
     int DrawRate(HDC device, const RECT& area, int top) const;
     int DrawPcrs(HDC device, const RECT& area, int top) const;
@@ -45,6 +46,7 @@ private:
     MultiplexReading reading_;
     std::optional<ProgrammeReading> programme_; // that plays
     std::string picture_;                       // how long the first picture took
+    std::wstring spoken_;                       // of what is drawn, for screen readers
 };
 
 } // namespace vistrame

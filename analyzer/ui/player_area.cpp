@@ -27,7 +27,7 @@ bool PlayerArea::Create(HWND parent) {
     kind.hbrBackground = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
     kind.lpszClassName = kClass;
     (void)RegisterClassExW(&kind); // stays registered when another file is opened
-    return CreateWindowExW(0, kClass, L"", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 0, 0, parent,
+    return CreateWindowExW(0, kClass, L"Picture", WS_CHILD | WS_VISIBLE | WS_CLIPCHILDREN, 0, 0, 0, 0, parent,
                            nullptr, kind.hInstance, this) != nullptr;
 }
 

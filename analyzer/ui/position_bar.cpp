@@ -27,6 +27,7 @@ std::string TimeText(double seconds) {
 
 void PositionBar::Create(HWND parent, int loopId, HFONT font, double seconds, bool loop) {
     seconds_ = seconds;
+    NameNextChild(parent, L"Pos&ition in the file");
     bar_ = MakeChild(parent, TRACKBAR_CLASSW, L"Position in the file", WS_TABSTOP | TBS_HORZ | TBS_NOTICKS, 0,
                      font);
     (void)SendMessageW(bar_, TBM_SETRANGEMAX, FALSE, static_cast<LPARAM>(std::lround(seconds * kSteps)));

@@ -59,6 +59,7 @@ std::string Pids(const Programme& programme) {
 } // namespace
 
 void ProgrammeList::Create(HWND parent, int id, HFONT font) {
+    NameNextChild(parent, L"&Programmes");
     window_ = MakeChild(parent, WC_LISTVIEWW, L"Programmes",
                         WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS, id, font);
     (void)SendMessageW(window_, LVM_SETEXTENDEDLISTVIEWSTYLE, 0, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);

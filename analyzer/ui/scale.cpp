@@ -35,4 +35,13 @@ HWND MakeChild(HWND parent, const wchar_t* kind, const wchar_t* text, DWORD styl
     return made;
 }
 
+HICON ProgramIcon() {
+    return LoadIconA(GetModuleHandleW(nullptr), MAKEINTRESOURCEA(1)); // beside its version
+}
+
+void NameNextChild(HWND parent, const wchar_t* name) {
+    (void)CreateWindowExW(0, L"STATIC", name, WS_CHILD | WS_VISIBLE, 0, 0, 0, 0, parent, nullptr, nullptr,
+                          nullptr); // goes with its parent
+}
+
 } // namespace vistrame

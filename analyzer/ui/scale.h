@@ -20,4 +20,11 @@ HFONT MakeMessageFont(int dpi, bool bold = false);
 HWND MakeChild(HWND parent, const wchar_t* kind, const wchar_t* text, DWORD style, int id, HFONT font,
                DWORD extended = 0);
 
+// The program's own; null: it has none.
+HICON ProgramIcon();
+
+// A label without size in front of the next child that is made: what a screen reader calls a list or a bar,
+// and whose letter leads to it.
+void NameNextChild(HWND parent, const wchar_t* name);
+
 } // namespace vistrame

@@ -14,8 +14,8 @@ namespace vistrame {
 namespace {
 
 constexpr int kApplyId = 1;
-constexpr int kWidth = 560; // for 96 dots per inch, as all of these
-constexpr int kRowHeight = 50;
+constexpr int kWidth = 560;    // for 96 dots per inch, as all of these
+constexpr int kRowHeight = 42; // all rows fit a screen of 1080 lines at 192 dots per inch
 constexpr int kLabelWidth = 150;
 constexpr int kMargin = 14;
 
@@ -79,14 +79,22 @@ constexpr std::array kRows{
         L"The player writes C:\\Vistrame.txt. Not stored: it holds until this program ends.", OffOn},
 };
 
-const SettingRow& StoredRow(std::string_view name) {
-    return *std::ranges::find(kSettingRows, name, &SettingRow::name); // every name of the table is one
-}
-
 std::string TextOf(HWND window) {
     wchar_t text[512];
     const int length = GetWindowTextW(window, text, 512);
     return Narrow(std::wstring(text, static_cast<std::size_t>(length)));
+}
+
+// The corner for a window of that size that is as near the wanted one as its screen allows.
+POINT CornerOnScreen(HWND owner, POINT wanted, SIZE size) {
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    if (!GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTONEAREST), &monitor)) {
+        return wanted;
+    }
+    const RECT& room = monitor.rcWork;
+    return {std::max(std::min(wanted.x, room.right - size.cx), room.left),
+            std::max(std::min(wanted.y, room.bottom - size.cy), room.top)};
 }
 
 } // namespace
@@ -158,18 +166,22 @@ bool SettingsWindow::Create(HWND owner) {
     kind.lpfnWndProc = Thunk;
     kind.hInstance = GetModuleHandleW(nullptr);
     kind.hCursor = LoadCursorA(nullptr, IDC_ARROW);
+    kind.hIcon = ProgramIcon();
     kind.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
     kind.lpszClassName = L"VistrameAnalyzerSettings";
     (void)RegisterClassExW(&kind); // stays registered when another file is opened
     constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
     const int rows = static_cast<int>(kRows.size());
-    RECT size{0, 0, Scaled(owner, kWidth), Scaled(owner, rows * kRowHeight + 84)};
+    RECT size{0, 0, Scaled(owner, kWidth), Scaled(owner, rows * kRowHeight + 76)};
     RECT place{};
     (void)AdjustWindowRect(&size, kStyle, FALSE); // at worst the frame eats from the rows
     (void)GetWindowRect(owner, &place);           // the corner at worst
-    if (CreateWindowExW(WS_EX_CONTROLPARENT, kind.lpszClassName, L"Player settings", kStyle,
-                        place.left + Scaled(owner, 40), place.top + Scaled(owner, 40), size.right - size.left,
-                        size.bottom - size.top, owner, nullptr, kind.hInstance, this) == nullptr) {
+    const POINT corner =
+        CornerOnScreen(owner, {place.left + Scaled(owner, 40), place.top + Scaled(owner, 40)},
+                       {size.right - size.left, size.bottom - size.top});
+    if (CreateWindowExW(WS_EX_CONTROLPARENT, kind.lpszClassName, L"Player settings", kStyle, corner.x,
+                        corner.y, size.right - size.left, size.bottom - size.top, owner, nullptr,
+                        kind.hInstance, this) == nullptr) {
         return false;
     }
     font_ = MakeMessageFont(DpiOf(window_));
@@ -200,7 +212,7 @@ void SettingsWindow::CreateFields() {
         }
         place(field.label, kMargin, y, kLabelWidth, 22);
         place(field.field, kMargin + kLabelWidth, y, fieldWidth, list ? 260 : 22);
-        place(field.about, kMargin, y + 26, kWidth - 2 * kMargin, 18);
+        place(field.about, kMargin, y + 23, kWidth - 2 * kMargin, 17);
         y += kRowHeight;
     }
     said_ = MakeChild(window_, L"STATIC", L"", SS_NOPREFIX, 0, font_);
@@ -216,7 +228,7 @@ void SettingsWindow::Load() {
         Field& field = fields_[i];
         std::string text = i == kClockRow ? Format("%d", launch_.clockSource)
                            : i == kLogRow ? Format("%d", launch_.log ? 1 : 0)
-                                          : LoadSetting(StoredRow(kRows[i].setting));
+                                          : LoadSetting(SettingRowOf(kRows[i].setting));
         if (field.choices.empty()) {
             (void)SetWindowTextW(field.field, Widen(text).c_str()); // stays empty at worst
             continue;

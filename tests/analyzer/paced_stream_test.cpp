@@ -65,9 +65,9 @@ struct Player {
     StreamFile file;
     std::optional<PacedStream> stream;
     std::int64_t now = 0;
-    std::vector<std::int64_t> sent;  // when each packet came out
-    std::vector<int> numbers;        // since a test cleared them
-    std::vector<std::size_t> seams;  // packets before each
+    std::vector<std::int64_t> sent; // when each packet came out
+    std::vector<int> numbers;       // since a test cleared them
+    std::vector<std::size_t> seams; // packets before each
     SyncErrors sync;
     std::ptrdiff_t largestBurst = 0; // packets of the fullest 100 ms
 };

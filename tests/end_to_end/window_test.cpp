@@ -4,12 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "analyzer/ui/commands.h"
+#include "contract/settings.h"
 #include "player/resources/resource_ids.h"
 #include "tests/end_to_end/analyzer_run.h"
 #include "tests/support/files.h"
 #include "transport/crc32.h"
 #include "transport/packet.h"
-#include "contract/settings.h"
 
 namespace vistrame::test {
 namespace {
@@ -53,6 +54,29 @@ TEST(Window, ClicksBecomeCommandsAndSettings) {
         Press(window, button);
         EXPECT_TRUE(run.WaitForLine(line, kLimitMsec)) << button;
     }
+    // The overlay's element is marked in the picture, on the screen.
+    const auto press = [window](int id) { SendMessageA(window, WM_COMMAND, static_cast<WPARAM>(id), 0); };
+    HWND mark = FindWindowA("VistrameAnalyzerMark", nullptr);
+    RECT places[3]{};
+    const int steps[] = {kShowOverlay, kMoveOverlay, kRefreshOverlay};
+    for (std::size_t i = 0; i < std::size(steps); ++i) {
+        press(steps[i]);
+        GetWindowRect(mark, &places[i]);
+        EXPECT_TRUE(IsWindowVisible(mark));
+    }
+    EXPECT_TRUE(run.WaitForLine("command ShowOverlay argument 00064064", kLimitMsec));
+    EXPECT_TRUE(run.WaitForLine("command MoveOsdElement argument 00104064", kLimitMsec));
+    EXPECT_GT(places[1].left, places[0].left);
+    EXPECT_TRUE(EqualRect(&places[1], &places[2]));
+    HDC screen = GetDC(nullptr);
+    const auto corner = [&] { return GetPixel(screen, places[1].left + 1, places[1].top + 1); };
+    for (DWORD start = GetTickCount(); corner() != RGB(255, 208, 0) && GetTickCount() - start < 5000;) {
+        Sleep(20);
+    }
+    EXPECT_EQ(corner(), RGB(255, 208, 0));
+    ReleaseDC(nullptr, screen);
+    press(kHideOverlay);
+    EXPECT_FALSE(IsWindowVisible(mark));
     Type(window, VK_DOWN);
     EXPECT_TRUE(run.WaitForLine("select programme 2 video 0x0201 audio 0x0202", kLimitMsec));
     EXPECT_TRUE(run.WaitForLine("picture programme 2", kLimitMsec));
