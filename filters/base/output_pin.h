@@ -93,9 +93,10 @@ private:
     ComPtr<IMemInputPin> input_;
     ComPtr<IMemAllocator> allocator_;
     long bufferBytes_ = 0;
-    // Keeps Decommit away from a GetBuffer that finds a buffer. Wine's memory allocator closes what its callers
-    // wait on as soon as all buffers are there: a thread on its way into that wait never came back, and the
-    // state change waited for the thread. With a buffer outstanding, when GetBuffer really waits, it is safe.
+    // Keeps Decommit away from a GetBuffer that finds a buffer. Wine's memory allocator closes what its
+    // callers wait on as soon as all buffers are there: a thread on its way into that wait never came back,
+    // and the state change waited for the thread. With a buffer outstanding, when GetBuffer really waits, it
+    // is safe.
     Lock takingLock_;
     std::atomic<bool> announceType_ = false; // the next buffer carries the type in force
 };

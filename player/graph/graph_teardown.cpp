@@ -1,6 +1,7 @@
 // How a graph is taken down. The order is fixed: stopped first, emptied, then let go of, and the feed's
 // interface under the lock that the pipe reader delivers under.
 
+#include <climits>
 #include <utility>
 
 #include "player/graph/feed_lock.h"
@@ -28,6 +29,23 @@ void RemoveAllFilters(IGraphBuilder& graph) {
     }
 }
 
+// Lets the stopped graph's clock look up from its sleep now and then until it is released. Wine's clocks tell
+// their thread to end by a flag and a wake-up; a thread that was on its way to sleep missed both, and whoever
+// released the clock waited for it for ever. What is asked for here ends with the clock.
+void KeepClockAwake(IGraphBuilder& graph) {
+    constexpr REFERENCE_TIME kPeriod = 50 * 10'000; // 50 ms: how long such a release takes now
+    // Counted up by clocks that may live longer than the graph, so it is never closed.
+    static const HANDLE ticks = CreateSemaphoreA(nullptr, 0, LONG_MAX, nullptr);
+    Microsoft::WRL::ComPtr<IMediaFilter> filter;
+    Microsoft::WRL::ComPtr<IReferenceClock> clock;
+    REFERENCE_TIME now = 0;
+    DWORD_PTR cookie = 0;
+    if (ticks != nullptr && SUCCEEDED(graph.QueryInterface(IID_PPV_ARGS(filter.GetAddressOf()))) &&
+        SUCCEEDED(filter->GetSyncSource(clock.GetAddressOf())) && clock && SUCCEEDED(clock->GetTime(&now))) {
+        (void)clock->AdvisePeriodic(now + kPeriod, kPeriod, reinterpret_cast<HSEMAPHORE>(ticks), &cookie);
+    }
+}
+
 } // namespace
 
 void PlayerGraph::LetGoOfOldWindows() {
@@ -42,6 +60,7 @@ void PlayerGraph::ReleaseGraph() {
         control.Reset();
     }
     if (graph) {
+        KeepClockAwake(*graph.Get());
         RemoveAllFilters(*graph.Get());
     }
 

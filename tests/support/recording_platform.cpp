@@ -217,7 +217,11 @@ void RecordingPlatform::FurnishGraph(FakeObject& graph) {
             return Hand(AddEnumerator<IEnumFilters>("filters", list), out);
         });
     OfferControl(graph);
-    graph.Offer<IMediaFilter>().Records<&IMediaFilter::SetSyncSource>();
+    graph.Offer<IMediaFilter>().Records<&IMediaFilter::SetSyncSource>().On<&IMediaFilter::GetSyncSource>(
+        [](IReferenceClock** out) {
+            *out = nullptr;
+            return VFW_E_NO_CLOCK;
+        });
     graph.Offer<IVideoWindow>()
         .Records<&IVideoWindow::put_Owner, &IVideoWindow::put_WindowStyle, &IVideoWindow::put_MessageDrain,
                  &IVideoWindow::SetWindowPosition, &IVideoWindow::put_Caption>();

@@ -309,7 +309,8 @@ TEST(BuildGraph, ReferencesThroughTwoGraphs) {
                             "feed.Release", "feed.Release", "graph.Release"));
     EXPECT_THAT(
         Matching(Lines(calls.begin(), emptied), {"graph."}),
-        ElementsAre("graph.Stop", "graph.Release", "graph.RemoveFilter(audio decoder)",
+        // Let go of: its control, and what was asked for its clock.
+        ElementsAre("graph.Stop", "graph.Release", "graph.Release", "graph.RemoveFilter(audio decoder)",
                     "graph.RemoveFilter(video decoder)", "graph.RemoveFilter(feed)",
                     "graph.RemoveFilter(demux)", "graph.RemoveFilter(sound)", "graph.RemoveFilter(VMR9)"));
     // The window's reference is dropped without a release; volume and statistics wait for the next build.
