@@ -206,7 +206,7 @@ HRESULT OutputPin::TakeBuffer(IMediaSample** sample, DWORD flags) {
         const std::lock_guard lock(takingLock_);
         result = allocator_->GetBuffer(sample, nullptr, nullptr, flags | AM_GBF_NOWAIT);
     }
-    return FAILED(result) && (flags & AM_GBF_NOWAIT) == 0
+    return FAILED(result) && result != VFW_E_NOT_COMMITTED && (flags & AM_GBF_NOWAIT) == 0
                ? allocator_->GetBuffer(sample, nullptr, nullptr, flags)
                : result;
 }

@@ -1,5 +1,8 @@
 // The base library in the system's graph: negotiation, blocking, flushing, references. A type that changes in
 // mid-stream and a sink's own allocator are seen in the tests of the decoders.
+#include <atomic>
+#include <thread>
+
 #include "tests/filters/filter_fakes.h"
 
 namespace vistrame::test {
@@ -99,6 +102,29 @@ TEST(Streaming, NothingPassesWhileFlushingOrBehindTheEndOfStream) {
     EXPECT_EQ(output.DeliverEndFlush(), S_OK);
     EXPECT_EQ(pair.source->Send(Bytes{3}), S_OK);
     EXPECT_EQ(pair.sink->Count(), 1u);
+}
+
+// Wine's memory allocator, decommitted with all buffers at home, leaves a thread that is taking one waiting for
+// ever.
+TEST(Streaming, NoFilterStopsInTheMiddleOfTakingABufferThatIsThere) {
+    Pair pair;
+    pair.sink->layOut = [](VIDEOINFOHEADER2&) { return false; };
+    pair.Run();
+    std::atomic<bool> over = false;
+    std::atomic<int> sent = 0;
+    const std::jthread sender([&] {
+        while (!over) {
+            sent += pair.source->Send(Bytes{1}) == S_OK ? 1 : 0;
+        }
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(pair.source->Stop(), S_OK);
+        EXPECT_EQ(pair.source->Pause(), S_OK);
+        pair.sink->Forget();
+    }
+    EXPECT_TRUE(WaitUntil([&] { return sent > 0; }));
+    over = true;
+    EXPECT_EQ(pair.sink->decommittedMeanwhile, 0);
 }
 
 } // namespace vistrame::test

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <thread>
 
 namespace vistrame::test {
 
@@ -26,11 +27,21 @@ public:
     HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* now) override {
         return inner_->GetProperties(now);
     }
-    HRESULT STDMETHODCALLTYPE Commit() override { return inner_->Commit(); }
-    HRESULT STDMETHODCALLTYPE Decommit() override { return inner_->Decommit(); }
+    HRESULT STDMETHODCALLTYPE Commit() override {
+        committed_ = true;
+        return inner_->Commit();
+    }
+    HRESULT STDMETHODCALLTYPE Decommit() override {
+        committed_ = false;
+        owner_.decommittedMeanwhile += takingOne_ ? 1 : 0;
+        return inner_->Decommit();
+    }
     HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** sample, REFERENCE_TIME*, REFERENCE_TIME*,
                                         DWORD flags) override {
+        takingOne_ = committed_.load();
+        std::this_thread::yield();
         const HRESULT result = inner_->GetBuffer(sample, nullptr, nullptr, flags);
+        takingOne_ = false;
         MediaType type(owner_.Input().Type());
         const auto* now = type.FormatAs<VIDEOINFOHEADER2>(FORMAT_VideoInfo2);
         if (auto format = now != nullptr ? *now : VIDEOINFOHEADER2{};
@@ -49,6 +60,7 @@ private:
 
     ComPtr<IMemAllocator> inner_;
     SinkFilter& owner_;
+    std::atomic<bool> committed_ = false, takingOne_ = false;
 };
 
 } // namespace

@@ -80,6 +80,8 @@ public:
     // Like a renderer with surfaces: changes how pictures are to be laid out in the buffers, which then carry
     // the type, until the pin has one in which this leaves nothing to change (false).
     std::function<bool(VIDEOINFOHEADER2&)> layOut;
+    // How often that allocator was decommitted while somebody took a buffer.
+    std::atomic<int> decommittedMeanwhile = 0;
 
     // Receive waits until it is unblocked, flushed or stopped.
     void Block(bool blocked);

@@ -205,7 +205,7 @@ TEST(Threads, WhatIsTakenOfTheKeptStreamStaysAsItIs) {
         kept.Forget();
     };
     Together({feed, feed, look, forget});
-    EXPECT_GT(pictures, 5);
+    EXPECT_GT(pictures, 0);
 }
 
 } // namespace
