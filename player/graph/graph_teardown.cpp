@@ -33,9 +33,9 @@ void RemoveAllFilters(IGraphBuilder& graph) {
 // their thread to end by a flag and a wake-up; a thread that was on its way to sleep missed both, and whoever
 // released the clock waited for it for ever. What is asked for here ends with the clock.
 void KeepClockAwake(IGraphBuilder& graph) {
-    constexpr REFERENCE_TIME kPeriod = 50 * 10'000; // 50 ms: how long such a release takes now
+    constexpr REFERENCE_TIME kPeriod = 500'000; // 50 ms: how long such a release takes now
     // Counted up by clocks that may live longer than the graph, so it is never closed.
-    static const HANDLE ticks = CreateSemaphoreA(nullptr, 0, LONG_MAX, nullptr);
+    static void* const ticks = CreateSemaphoreA(nullptr, 0, LONG_MAX, nullptr);
     Microsoft::WRL::ComPtr<IMediaFilter> filter;
     Microsoft::WRL::ComPtr<IReferenceClock> clock;
     REFERENCE_TIME now = 0;

@@ -104,8 +104,8 @@ TEST(Streaming, NothingPassesWhileFlushingOrBehindTheEndOfStream) {
     EXPECT_EQ(pair.sink->Count(), 1u);
 }
 
-// Wine's memory allocator, decommitted with all buffers at home, leaves a thread that is taking one waiting for
-// ever.
+// Wine's memory allocator, decommitted with all buffers at home, leaves a thread that is just taking one
+// waiting for ever.
 TEST(Streaming, NoFilterStopsInTheMiddleOfTakingABufferThatIsThere) {
     Pair pair;
     pair.sink->layOut = [](VIDEOINFOHEADER2&) { return false; };
