@@ -11,7 +11,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
-#include <iterator>
 #include <span>
 #include <string>
 #include <thread>
@@ -91,13 +90,7 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
 }
 
 bool RunBusy(const Paths& where, SoundWatch& sound, std::size_t only) {
-    bool right = true;
-    for (std::size_t i = 0; i < std::size(kRows); ++i) {
-        if (only == 0 || only == i + 1) {
-            right = RunRow(where, sound, kRows[i]) && right;
-        }
-    }
-    return right;
+    return RunTable(kRows, only, [&](const Row& row) { return RunRow(where, sound, row); });
 }
 
 } // namespace

@@ -59,6 +59,16 @@ bool WithFilters(const Paths& where, const std::function<bool()>& work);
 using Part = bool (*)(const Paths& where, SoundWatch& sound, std::size_t only);
 int RunPart(Part part, std::span<char*> words, const char* usage);
 
+// Whether every row of a table, or the only one asked for (from 1 on; 0: all), is right. All are run.
+template <typename Row, std::size_t kCount, typename Run>
+bool RunTable(const Row (&rows)[kCount], std::size_t only, const Run& run) {
+    bool right = true;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        right = ((only != 0 && only != i + 1) || run(rows[i])) && right;
+    }
+    return right;
+}
+
 // Tries a measurement up to three times and prints why again: a sound server or a player that other programs
 // keep from running for some milliseconds loses its timing for seconds. The only place where anything here is
 // tried again. `measure` answers what was wrong, or nothing; so does this.
