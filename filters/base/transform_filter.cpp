@@ -43,8 +43,12 @@ public:
 
 protected:
     ALLOCATOR_PROPERTIES NeededBuffers() override { return owner_.NeededBuffers(Type()); }
-    HRESULT CheckPeer(IPin* /*peer*/) override {
-        return owner_.input_.IsConnected() ? S_OK : VFW_E_NO_ACCEPTABLE_TYPES;
+    HRESULT CheckPeer(IPin* peer) override {
+        if (!owner_.input_.IsConnected()) {
+            return VFW_E_NO_ACCEPTABLE_TYPES;
+        }
+        owner_.OutputConnecting(*peer);
+        return S_OK;
     }
     void TypeAgreed(const MediaType& type) override { owner_.OutputTypeAgreed(type); }
 

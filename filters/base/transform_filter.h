@@ -29,7 +29,10 @@ protected:
     virtual HRESULT CheckInputType(const MediaType& type) = 0;
     // Types the input enumerates, for graph builders; identifiers suffice.
     virtual std::vector<MediaType> InputTypes() = 0;
-    // For the input's agreed type; called only while the input is connected.
+    // Called only while the input is connected: types are about to be tried with this pin, and then what to
+    // offer it.
+    virtual void OutputConnecting(IPin& /*peer*/) {}
+    // For the input's agreed type.
     virtual std::vector<MediaType> OutputTypes() = 0;
     virtual HRESULT CheckOutputType(const MediaType& type) = 0;
     virtual ALLOCATOR_PROPERTIES NeededBuffers(const MediaType& outputType) = 0;

@@ -30,12 +30,12 @@ PictureOutput::PictureOutput(BaseFilter& filter, OutputPin& pin)
       buffers_(pin),
       queue_(kBuffers, kBuffers) {}
 
-std::vector<MediaType> PictureOutput::OfferedTypes() {
+std::vector<MediaType> PictureOutput::OfferedTypes(Size size) {
     std::vector<MediaType> types;
     for (const GUID& format : {FORMAT_VideoInfo2, FORMAT_VideoInfo}) {
         for (const SampleLayout& layout : PixelLayouts()) {
             types.push_back(
-                MakePictureType(layout, kConnectWidth, kConnectHeight, Aspect{}, Picture{}.duration, format));
+                MakePictureType(layout, size.width, size.height, Aspect{}, Picture{}.duration, format));
         }
     }
     return types;

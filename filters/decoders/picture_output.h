@@ -18,8 +18,8 @@ namespace vistrame {
 // their size, writes them into the renderer's buffers and hands those over on a thread of its own, so that
 // decoding runs ahead of the picture on the screen.
 //
-// The pin is connected before the stream is known, as a picture of kConnectWidth x kConnectHeight. When the
-// first picture comes, and whenever size or aspect change, the renderer is asked:
+// The pin is connected before the programme is known, as a picture of FirstSize(). When the first picture
+// comes, and whenever size or aspect change, the renderer is asked:
 //   1. to reconnect with the picture's own size;
 //   2. to take the new aspect with the size that was connected; the picture is scaled to that.
 // Each with the colours that the stream specifies, or that are usual for its own size where they are not
@@ -34,14 +34,17 @@ namespace vistrame {
 // Errors     a picture that cannot be delivered is dropped.
 class PictureOutput final : public PictureSink {
 public:
-    static constexpr int kConnectWidth = 1920; // the largest picture of broadcast below UHD
-    static constexpr int kConnectHeight = 1080;
+    struct Size {
+        int width;
+        int height;
+    };
+    static constexpr Size kLargest{1920, 1080}; // of broadcast below UHD
     static constexpr int kBuffers = 4; // one at the renderer, the rest decoded ahead
 
     PictureOutput(BaseFilter& filter, OutputPin& pin);
 
-    // What the pin offers before anything is known of the stream.
-    static std::vector<MediaType> OfferedTypes();
+    // What the pin offers before it is connected.
+    static std::vector<MediaType> OfferedTypes(Size size = kLargest);
     // Whatever type the pin is connected with.
     void Connected(const MediaType& type);
 

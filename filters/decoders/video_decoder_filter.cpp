@@ -1,6 +1,7 @@
 #include "filters/decoders/video_decoder_filter.h"
 
 #include "filters/base/guarded.h"
+#include "filters/decoders/first_size.h"
 #include "filters/decoders/stream_types.h"
 
 namespace vistrame {
@@ -18,6 +19,11 @@ std::vector<MediaType> VideoDecoderFilter::InputTypes() {
         types.emplace_back(*type.clsMajorType, *type.clsMinorType);
     }
     return types;
+}
+
+void VideoDecoderFilter::OutputConnecting(IPin& peer) {
+    firstSize_ = FirstSize(peer, coding_);
+    Trace(*this, ": to be connected as ", firstSize_.width, " x ", firstSize_.height);
 }
 
 HRESULT VideoDecoderFilter::CheckOutputType(const MediaType& type) {

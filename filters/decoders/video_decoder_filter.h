@@ -32,7 +32,8 @@ public:
 protected:
     HRESULT CheckInputType(const MediaType& type) override;
     std::vector<MediaType> InputTypes() override;
-    std::vector<MediaType> OutputTypes() override { return PictureOutput::OfferedTypes(); }
+    void OutputConnecting(IPin& peer) override;
+    std::vector<MediaType> OutputTypes() override { return PictureOutput::OfferedTypes(firstSize_); }
     HRESULT CheckOutputType(const MediaType& type) override;
     ALLOCATOR_PROPERTIES NeededBuffers(const MediaType& outputType) override;
     void InputTypeAgreed(const MediaType& type) override;
@@ -51,6 +52,7 @@ private:
     PictureOutput pictures_;
     std::unique_ptr<VideoDecoder> decoder_; // for coding_; gives its pictures to pictures_
     Coding coding_ = Coding::kOther;
+    PictureOutput::Size firstSize_ = PictureOutput::kLargest; // of the connection that is tried
     std::atomic<std::chrono::steady_clock::time_point> begun_{}; // to run, or anew after a flush
 };
 

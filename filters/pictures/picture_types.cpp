@@ -5,6 +5,7 @@
 
 #include "filters/base/reference_time.h"
 #include "filters/base/subtypes.h"
+#include "filters/base/wine.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -25,11 +26,6 @@ const SampleLayout kOnWindows[] = {kNv12, kYv12, kYuy2, kRgb32, kRgb24};
 // Wine's VMR9 accepts the YUV layouts, but converts them through a viewport of the window's size instead of
 // its own surface's, so that a window smaller than the surface shows a corner of the picture.
 const SampleLayout kOnWine[] = {kRgb32, kYv12, kNv12, kYuy2, kRgb24};
-
-bool IsWine() {
-    const HMODULE system = GetModuleHandleA("ntdll.dll");
-    return system != nullptr && GetProcAddress(system, "wine_get_version") != nullptr;
-}
 
 DWORD BufferBytes(const SampleLayout& layout, int width, int height) {
     PictureBuffer buffer;

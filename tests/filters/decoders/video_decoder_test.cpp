@@ -272,7 +272,7 @@ TEST(VideoDecoder, SizeAndAspectMayChangeInMidStream) {
         int padding = 0;   // of each line
         bool holds = false;
     };
-    const SIZE connected{PictureOutput::kConnectWidth, PictureOutput::kConnectHeight};
+    const SIZE connected{PictureOutput::kLargest.width, PictureOutput::kLargest.height};
     const Row rows[] = {
         {"a renderer that reconnects", true, true, {720, 576}, {352, 288}, {4, 3}},
         {"one that wants longer lines", true, true, {720, 576}, {352, 288}, {4, 3}, false, 128},

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "filters/kept/largest_picture.h"
 #include "filters/kept/last_picture.h"
 #include "tests/transport/ts_builder.h"
 
@@ -98,6 +99,55 @@ TEST(KeptStream, KeepsSixSecondsAndNoMoreThanItsBytes) {
     for (std::size_t fed = 0; fed < KeptStream::kMostBytes * 2; fed += second.size()) {
         kept.Append(second, true, kBegin + 20s);
         ASSERT_LE(Size(kept.Take(kBegin + 20s)), KeptStream::kMostBytes);
+    }
+}
+
+// Two programmes of MPEG-2 video on 0x101 and 0x102, one of H.264 on 0x103; the pictures of `sizes` are sent.
+Bytes Programmes(const std::vector<std::pair<Pid, std::pair<int, int>>>& sizes) {
+    TsBuilder builder;
+    builder.AddSection(kPatPid, MakeTable(0, 1, {0, 1, 0xE2, 0x01, 0, 2, 0xE2, 0x02, 0, 3, 0xE2, 0x03}));
+    for (const std::uint8_t i : {1, 2, 3}) {
+        const std::uint8_t type = i == 3 ? 0x1B : 2;
+        builder.AddSection(0x200 + i, MakeTable(2, i, {0xE1, i, 0xF0, 0, type, 0xE1, i, 0xF0, 0}));
+    }
+    for (const auto& [pid, size] : sizes) {
+        Bytes picture = Picture(0, true);
+        picture[4] = static_cast<std::uint8_t>(size.first >> 4);
+        picture[5] = static_cast<std::uint8_t>((size.first & 15) << 4 | size.second >> 8);
+        picture[6] = static_cast<std::uint8_t>(size.second);
+        builder.AddPes(pid, {.pts = 3600}, picture);
+        builder.AddPes(pid, {.pts = 7200}, Picture(1, false));
+    }
+    return Render(builder.packets);
+}
+
+TEST(KeptStream, SaysWhatSizeHoldsEveryProgramme) {
+    struct Row {
+        const char* what;
+        Coding coding;
+        std::vector<std::pair<Pid, std::pair<int, int>>> sizes;
+        std::optional<LargestPicture> expected;
+    };
+    const auto mpeg2 = Coding::kMpeg2Video;
+    for (const auto& [what, coding, sizes, expected] :
+         {Row{"both seen", mpeg2, {{0x101, {720, 576}}, {0x102, {544, 480}}}, LargestPicture{720, 576, true}},
+          Row{"each larger in one way",
+              mpeg2,
+              {{0x101, {720, 480}}, {0x102, {544, 576}}},
+              LargestPicture{720, 576, true}},
+          Row{"one not seen yet", mpeg2, {{0x102, {544, 480}}}, LargestPicture{544, 480, false}},
+          Row{"none", mpeg2, {}, std::nullopt},
+          Row{"of another coding", Coding::kH264, {{0x101, {720, 576}}}, std::nullopt}}) {
+        SCOPED_TRACE(what);
+        KeptStream kept;
+        EXPECT_EQ(FindLargestPicture(kept.Take(kBegin), coding), std::nullopt);
+        kept.Append(Programmes(sizes), false, kBegin);
+        TsBuilder more; // so that it lies far back
+        for (int i = 0; i < 2000; ++i) {
+            more.AddPes(0x300, {.pts = i * 3600}, Picture(i, false));
+        }
+        kept.Append(Render(more.packets), true, kBegin);
+        EXPECT_EQ(FindLargestPicture(kept.Take(kBegin), coding), expected);
     }
 }
 

@@ -37,7 +37,7 @@ TEST(OverlayMixer, ShowsTheDecodersPicturesWhateverTheOrderAndTheRenderer) {
         EXPECT_TRUE(static_cast<OutputPin*>(output.Get())->Type() == sink->Input().Type());
         ASSERT_GT(sink->Count(), 10u);
         for (const SeenPicture& seen : sink->Pictures()) {
-            EXPECT_EQ(seen.width, reconnects ? 352 : PictureOutput::kConnectWidth);
+            EXPECT_EQ(seen.width, reconnects ? 352 : PictureOutput::kLargest.width);
             EXPECT_EQ(seen.aspect, (Aspect{4, 3}));
             EXPECT_TRUE(seen.columns);
         }

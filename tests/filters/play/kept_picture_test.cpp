@@ -1,5 +1,9 @@
 // What a new graph shows of a stream that an earlier graph of the process was fed.
+#include <thread>
+#include <utility>
+
 #include "filters/kept/kept_stream.h"
+#include "filters/pictures/picture_types.h"
 #include "tests/filters/play/playing_graph.h"
 
 namespace vistrame::test {
@@ -7,6 +11,8 @@ namespace vistrame::test {
 namespace {
 
 constexpr ULONG kVideoPid = 0x100, kAudioPid = 0x101; // as FFmpeg numbers them
+
+using Size = std::pair<int, int>;
 
 } // namespace
 
@@ -52,6 +58,37 @@ TEST(KeptPicture, OfAnotherStreamIsNotShown) {
         EXPECT_TRUE(play.pictures->Await(1)) << "black";
         EXPECT_EQ(play.pictures->firstWidth, 1920) << "nothing is known of it";
         play.graph.Stop();
+    }
+}
+
+// Wine's VMR9 shows all pictures in the size of its first connection, which comes before the programme.
+TEST(KeptPicture, RenderersThatKeepTheirSizeGetTheStreams) {
+    struct Row {
+        const char* what;
+        DWORD before,
+            during; // milliseconds of the stream, sent before the connection and from shortly before
+        Size expected;
+    };
+    for (const auto& [what, before, during, expected] :
+         {Row{"nothing is known", 0, 0, {1920, 1080}}, Row{"a stream is kept", 1500, 0, {720, 576}},
+          Row{"a stream begins", 0, 1000, {720, 576}}}) {
+        SCOPED_TRACE(what);
+        KeptStreamOfProcess().Forget();
+        PlayingGraph play;
+        EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.video->Output()));
+        EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.pictures->Input()));
+        ComPtr<IBaseFilter> renderer;
+        ASSERT_HRESULT_SUCCEEDED(CoCreateInstance(CLSID_VideoMixingRenderer9, nullptr, CLSCTX_INPROC_SERVER,
+                                                  IID_PPV_ARGS(renderer.GetAddressOf())));
+        play.graph.Add(renderer, L"VMR9");
+        Broadcast().Send(*play.feed, before);
+        std::jthread sender([&, length = during] { Broadcast().Send(*play.feed, length); });
+        Sleep(during == 0 ? 0 : 50);
+        const ComPtr<IPin> input = PinOf(renderer.Get(), L"VMR Input0");
+        EXPECT_EQ(play.graph.Connect(&play.video->Output(), input.Get()), S_OK);
+        const auto picture = ReadPictureType(play.video->Output().Type());
+        ASSERT_TRUE(picture);
+        EXPECT_EQ((Size{picture->width, picture->height}), expected);
     }
 }
 
