@@ -39,7 +39,7 @@ public:
         int height;
     };
     static constexpr Size kLargest{1920, 1080}; // of broadcast below UHD
-    static constexpr int kBuffers = 4; // one at the renderer, the rest decoded ahead
+    static constexpr int kBuffers = 4;          // one at the renderer, the rest decoded ahead
 
     PictureOutput(BaseFilter& filter, OutputPin& pin);
 

@@ -52,7 +52,7 @@ private:
     PictureOutput pictures_;
     std::unique_ptr<VideoDecoder> decoder_; // for coding_; gives its pictures to pictures_
     Coding coding_ = Coding::kOther;
-    PictureOutput::Size firstSize_ = PictureOutput::kLargest; // of the connection that is tried
+    PictureOutput::Size firstSize_ = PictureOutput::kLargest;    // of the connection that is tried
     std::atomic<std::chrono::steady_clock::time_point> begun_{}; // to run, or anew after a flush
 };
 
