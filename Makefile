@@ -45,8 +45,10 @@ format-check: ## is every source laid out as .clang-format says?
 	@tools/setup check
 	@tools/format-check
 
-docs-check: ## do the documents say what is there?
+docs-check: ## do the documents say what is there, and do the commands they show work? (two minutes)
+	@tools/setup
 	@tools/docs-check
+	@tools/docs-commands run
 
 tidy: ## clang-tidy over the product's sources
 	@tools/setup
