@@ -22,9 +22,16 @@ end_wine() {
     (
         wine_surroundings
         HOME=/tmp timeout 10 "${in_wine[@]}" "$wine_server" -k
-    ) >/dev/null 2>&1 8>&- || true # nothing ran
+    ) >/dev/null 2>&1 8>&- 9>&- || true # nothing ran
     # Wine names its socket's folder here.
     [ ! -s "$WINEPREFIX/wineserver" ] || rm -rf "/tmp/$(basename "$(cat "$WINEPREFIX/wineserver")")"
+}
+
+# Sessions come and go one at a time: while its lock is made or removed, one looks as if it had been killed. Until descriptor
+# 9 is closed.
+take_sessions() {
+    exec 9>"$sessions/.lock"
+    flock 9
 }
 
 # Sessions that were killed: their lock is free again.
@@ -43,6 +50,7 @@ open_session() {
     local template
     template=$(readlink -f "${VISTRAME_MACHINE:-$repo/build}/wine-prefix") && [ -d "$template" ] || die "Wine is not set up yet: run 'make setup'."
     mkdir -p "$sessions"
+    take_sessions
     sweep_sessions
     # Two folders: sockets need a short path, the prefix is hard links into the cache's file system.
     VISTRAME_SESSION=$(mktemp -d /tmp/vistrame-session.XXXXXX)
@@ -51,6 +59,7 @@ open_session() {
     chmod 700 "$VISTRAME_SESSION/run"
     exec 8>"$state/lock"
     flock 8
+    exec 9>&-
     trap close_session EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP
@@ -137,6 +146,7 @@ close_session() {
     for pid in "$program" "$recorder"; do end_process "$pid"; done
     end_wine
     for pid in "${services[@]}"; do end_process "$pid"; done
+    take_sessions
     if [ -n "$keep" ]; then
         rm -f "$state/lock" # what has no lock is not swept away
         echo "session kept: $VISTRAME_SESSION, prefix $WINEPREFIX" >&2
