@@ -23,7 +23,6 @@ namespace {
 
 constexpr int kAudioId = 101;
 constexpr int kLoopId = 102;
-constexpr UINT kDpiChanged = 0x02E0; // WM_DPICHANGED, of Windows 8.1
 
 } // namespace
 
@@ -307,7 +306,7 @@ LRESULT MainWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
             OnDrop(w);
             return 0;
         case kDpiChanged:
-            OnDpi(*reinterpret_cast<const RECT*>(l));
+            OnDpi(LOWORD(w), *reinterpret_cast<const RECT*>(l));
             return 0;
         case WM_TIMER:
         case Session::kNewsMessage:

@@ -53,7 +53,7 @@ private:
     void SizeArea(int width, int height);
     void SwitchFullScreen();
     void ShowOthers(bool shown) const;
-    void OnDpi(const RECT& place);
+    void OnDpi(int dpi, const RECT& place);
 
     void OnCommand(int id, int notification);
     void OnAnnounced(HWND player);

@@ -1,6 +1,5 @@
 // Where the parts of the main window are.
 #include <algorithm>
-#include <utility>
 
 #include <windows.h>
 // Needs the former.
@@ -185,13 +184,9 @@ void MainWindow::SwitchFullScreen() {
     Layout();
 }
 
-void MainWindow::OnDpi(const RECT& place) {
-    HFONT font = MakeMessageFont(DpiOf(window_));
-    for (HWND child = GetWindow(window_, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
-        (void)SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE); // answers nothing
-    }
-    (void)DeleteObject(std::exchange(font_, font)); // nobody draws with it any more
-    (void)DeleteObject(std::exchange(bold_, MakeMessageFont(DpiOf(window_), true)));
+void MainWindow::OnDpi(int dpi, const RECT& place) {
+    RemakeFonts(window_, dpi, &font_, &bold_);
+    list_.SetDpi(dpi);
     measures_.SetFonts(font_, bold_);
     mark_.SetFont(font_);
     (void)SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left,

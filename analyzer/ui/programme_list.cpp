@@ -63,6 +63,7 @@ void ProgrammeList::Create(HWND parent, int id, HFONT font) {
     window_ = MakeChild(parent, WC_LISTVIEWW, L"Programmes",
                         WS_BORDER | WS_TABSTOP | LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS, id, font);
     (void)SendMessageW(window_, LVM_SETEXTENDEDLISTVIEWSTYLE, 0, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    dpi_ = DpiOf(window_);
     for (std::size_t i = 0; i < kTitles.size(); ++i) {
         LVCOLUMNW column{};
         column.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_FMT;
@@ -71,6 +72,14 @@ void ProgrammeList::Create(HWND parent, int id, HFONT font) {
         column.pszText = const_cast<wchar_t*>(kTitles[i].title); // only read
         (void)SendMessageW(window_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
     }
+}
+
+void ProgrammeList::SetDpi(int dpi) {
+    for (std::size_t i = 0; i < kTitles.size(); ++i) {
+        const auto width = static_cast<int>(SendMessageW(window_, LVM_GETCOLUMNWIDTH, i, 0));
+        (void)SendMessageW(window_, LVM_SETCOLUMNWIDTH, i, MulDiv(width, dpi, dpi_)); // a loss shows
+    }
+    dpi_ = dpi;
 }
 
 std::vector<ProgrammeList::Row> ProgrammeList::RowsOf(const std::vector<Programme>& known,

@@ -27,6 +27,8 @@ public:
 
     void Create(HWND parent, int id, HFONT font);
     HWND Window() const { return window_; }
+    // Its columns for another screen, as its user has made them.
+    void SetDpi(int dpi);
 
     // What is sent now, behind the programmes that were `known` before; those that are not sent say so.
     void Show(const std::vector<Programme>& known, const MultiplexReading& reading);
@@ -55,6 +57,7 @@ private:
 
     const std::function<void(std::uint16_t)> chosen_;
     HWND window_ = nullptr;
+    int dpi_ = 96;
     std::vector<Row> rows_;
     std::optional<std::uint16_t> marked_;
     bool filling_ = false; // what changes is not the user's choice

@@ -1,5 +1,7 @@
 #include "analyzer/ui/scale.h"
 
+#include <utility>
+
 #include "contract/system_dlls.h"
 
 namespace vistrame {
@@ -25,6 +27,20 @@ HFONT MakeMessageFont(int dpi, bool bold) {
     look.lfHeight = MulDiv(look.lfHeight, dpi, DpiOf(nullptr));
     look.lfWeight = bold ? FW_BOLD : look.lfWeight;
     return CreateFontIndirectW(&look);
+}
+
+void RemakeFonts(HWND window, int dpi, HFONT* font, HFONT* bold) {
+    HFONT before = std::exchange(*font, MakeMessageFont(dpi));
+    HFONT boldBefore = std::exchange(*bold, MakeMessageFont(dpi, true));
+    for (HWND child = GetWindow(window, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
+        auto* has = reinterpret_cast<HFONT>(SendMessageW(child, WM_GETFONT, 0, 0));
+        if (has == before || has == boldBefore) {
+            HFONT now = has == before ? *font : *bold;
+            (void)SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(now), FALSE); // answers nothing
+        }
+    }
+    (void)DeleteObject(before); // nobody draws with them any more
+    (void)DeleteObject(boldBefore);
 }
 
 HWND MakeChild(HWND parent, const wchar_t* kind, const wchar_t* text, DWORD style, int id, HFONT font,

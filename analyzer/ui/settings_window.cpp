@@ -136,6 +136,9 @@ LRESULT SettingsWindow::OnMessage(UINT message, WPARAM w, LPARAM l) {
             (void)SetFocus(LOWORD(l) != 0 ? reinterpret_cast<HWND>(w)
                                           : GetNextDlgTabItem(window_, GetFocus(), w != 0));
             return 0;
+        case kDpiChanged:
+            OnDpi(LOWORD(w), *reinterpret_cast<const RECT*>(l));
+            return 0;
         case WM_DESTROY:
             window_ = nullptr;
             return 0;
@@ -184,19 +187,15 @@ bool SettingsWindow::Create(HWND owner) {
                         kind.hInstance, this) == nullptr) {
         return false;
     }
-    font_ = MakeMessageFont(DpiOf(window_));
-    bold_ = MakeMessageFont(DpiOf(window_), true);
+    dpi_ = DpiOf(window_);
+    font_ = MakeMessageFont(dpi_);
+    bold_ = MakeMessageFont(dpi_, true);
     CreateFields();
+    Layout();
     return true;
 }
 
 void SettingsWindow::CreateFields() {
-    const auto place = [this](HWND child, int x, int y, int width, int height) {
-        (void)MoveWindow(child, Scaled(window_, x), Scaled(window_, y), Scaled(window_, width),
-                         Scaled(window_, height), FALSE); // a lost move shows
-    };
-    const int fieldWidth = kWidth - kLabelWidth - 2 * kMargin;
-    int y = kMargin;
     for (const Row& row : kRows) {
         Field& field = fields_.emplace_back();
         field.choices = row.choices();
@@ -210,17 +209,39 @@ void SettingsWindow::CreateFields() {
             const std::wstring text = Widen(choice.text);
             (void)SendMessageW(field.field, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
         }
+    }
+    said_ = MakeChild(window_, L"STATIC", L"", SS_NOPREFIX, 0, font_);
+    apply_ = MakeChild(window_, L"BUTTON", L"&Apply", WS_TABSTOP | BS_DEFPUSHBUTTON, kApplyId, font_);
+    close_ = MakeChild(window_, L"BUTTON", L"Close", WS_TABSTOP, IDCANCEL, font_);
+}
+
+void SettingsWindow::Layout() {
+    const auto place = [this](HWND child, int x, int y, int width, int height) {
+        const auto scaled = [this](int size) { return MulDiv(size, dpi_, 96); };
+        (void)MoveWindow(child, scaled(x), scaled(y), scaled(width), scaled(height),
+                         FALSE); // a lost move shows
+    };
+    int y = kMargin;
+    for (const Field& field : fields_) {
         place(field.label, kMargin, y, kLabelWidth, 22);
-        place(field.field, kMargin + kLabelWidth, y, fieldWidth, list ? 260 : 22);
+        place(field.field, kMargin + kLabelWidth, y, kWidth - kLabelWidth - 2 * kMargin,
+              field.choices.empty() ? 22 : 260); // a list's height is how far it opens
         place(field.about, kMargin, y + 23, kWidth - 2 * kMargin, 17);
         y += kRowHeight;
     }
-    said_ = MakeChild(window_, L"STATIC", L"", SS_NOPREFIX, 0, font_);
     place(said_, kMargin, y + 4, kWidth - 2 * kMargin - 230, 40);
-    place(MakeChild(window_, L"BUTTON", L"&Apply", WS_TABSTOP | BS_DEFPUSHBUTTON, kApplyId, font_),
-          kWidth - kMargin - 220, y + 8, 120, 28);
-    place(MakeChild(window_, L"BUTTON", L"Close", WS_TABSTOP, IDCANCEL, font_), kWidth - kMargin - 90, y + 8,
-          90, 28);
+    place(apply_, kWidth - kMargin - 220, y + 8, 120, 28);
+    place(close_, kWidth - kMargin - 90, y + 8, 90, 28);
+}
+
+void SettingsWindow::OnDpi(int dpi, const RECT& place) {
+    dpi_ = dpi;
+    RemakeFonts(window_, dpi_, &font_, &bold_);
+    (void)SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left,
+                       place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE); // a lost move shows
+    Layout();
+    (void)RedrawWindow(window_, nullptr, nullptr,
+                       RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN); // a loss shows
 }
 
 void SettingsWindow::Load() {

@@ -42,6 +42,8 @@ private:
     LRESULT OnMessage(UINT message, WPARAM w, LPARAM l);
     bool Create(HWND owner);
     void CreateFields();
+    void Layout();
+    void OnDpi(int dpi, const RECT& place);
     void Load();
     void Apply();
     void Tell(const std::wstring& text) const;
@@ -50,6 +52,9 @@ private:
     const std::function<void(const Session::Launch&)> applied_;
     HWND window_ = nullptr;
     HWND said_ = nullptr; // the line beside the buttons
+    HWND apply_ = nullptr;
+    HWND close_ = nullptr;
+    int dpi_ = 96;
     HFONT font_ = nullptr;
     HFONT bold_ = nullptr;
     std::vector<Field> fields_; // as the rows of the table

@@ -135,5 +135,50 @@ TEST(MainWindow, HasAnIconAndIsUsedByKeyboardAndScreenReader) {
     });
 }
 
+struct Look {
+    RECT place; // in its parent
+    LOGFONTW font;
+};
+
+std::vector<Look> LooksOfChildren(HWND parent) {
+    std::vector<Look> looks;
+    for (HWND child = GetWindow(parent, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
+        Look& look = looks.emplace_back();
+        GetWindowRect(child, &look.place);
+        MapWindowPoints(nullptr, parent, reinterpret_cast<POINT*>(&look.place), 2);
+        const LRESULT font = SendMessageW(child, WM_GETFONT, 0, 0);
+        GetObjectW(reinterpret_cast<HFONT>(font), sizeof look.font, &look.font);
+    }
+    return looks;
+}
+
+// As when the window is drawn to a screen of 200 % (which Wine has not: the message is sent by hand).
+TEST(MainWindow, TakesTheScalingOfAnotherScreen) {
+    (void)Use([](HWND window) {
+        PostMessageW(window, WM_COMMAND, kSettings, 0);
+        HWND settings = Shown(L"VistrameAnalyzerSettings");
+        HWND list = GetDlgItem(window, 100);
+        const LRESULT column = SendMessageW(list, LVM_GETCOLUMNWIDTH, 0, 0);
+        for (HWND each : {settings, window}) {
+            const std::vector<Look> before = LooksOfChildren(each);
+            RECT place{100, 50, 1220, 990};
+            SendMessageW(each, 0x02E0 /* WM_DPICHANGED */, MAKEWPARAM(192, 192),
+                         reinterpret_cast<LPARAM>(&place));
+            const std::vector<Look> after = LooksOfChildren(each);
+            for (std::size_t i = 0; i < before.size(); ++i) {
+                SCOPED_TRACE(i);
+                EXPECT_EQ(after[i].font.lfHeight, 2 * before[i].font.lfHeight);
+                EXPECT_EQ(after[i].font.lfWeight, before[i].font.lfWeight);
+                EXPECT_TRUE(each != settings || (after[i].place.top == 2 * before[i].place.top &&
+                                                 after[i].place.right == 2 * before[i].place.right));
+            }
+            RECT now{};
+            GetWindowRect(each, &now);
+            EXPECT_TRUE(EqualRect(&now, &place));
+        }
+        EXPECT_EQ(SendMessageW(list, LVM_GETCOLUMNWIDTH, 0, 0), 2 * column);
+    });
+}
+
 } // namespace
 } // namespace vistrame::test
