@@ -27,8 +27,8 @@ end_wine() {
     [ ! -s "$WINEPREFIX/wineserver" ] || rm -rf "/tmp/$(basename "$(cat "$WINEPREFIX/wineserver")")"
 }
 
-# Sessions come and go one at a time: while its lock is made or removed, one looks as if it had been killed. Until descriptor
-# 9 is closed.
+# Sessions come and go one at a time: while its lock is made or removed, one looks as if it had been killed.
+# Until descriptor 9 is closed.
 take_sessions() {
     exec 9>"$sessions/.lock"
     flock 9

@@ -20,6 +20,8 @@ ManifestDPIAware true
 
 !include MUI2.nsh
 !include LogicLib.nsh
+!include FileFunc.nsh
+!include TextFunc.nsh
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
 !define MUI_FINISHPAGE_RUN "$INSTDIR\vistrame-analyzer.exe"
@@ -78,6 +80,50 @@ FunctionEnd
     ExecWait '"$SYSDIR\regsvr32.exe" /s ${options} "$INSTDIR\vistrame.ax"' $0
 !macroend
 
+; What the version that is there had installed goes, or what only it had would stay. Anybody may have written
+; into its list since: a name that could lead out of the folder, or stands for several files, is left alone.
+Function TakeOldFiles
+    ReadRegStr $0 HKCU "${UNINSTALL}" InstallLocation
+    ${If} $0 != $INSTDIR
+        Return ; what lies there is the user's
+    ${EndIf}
+    ClearErrors
+    FileOpen $0 "$INSTDIR\vistrame-files.txt" r
+    ${If} ${Errors}
+        Return
+    ${EndIf}
+    ${Do}
+        ClearErrors ; of what could not be removed
+        FileRead $0 $1
+        ${If} ${Errors}
+            ${ExitDo}
+        ${EndIf}
+        ${TrimNewLines} $1 $1
+        StrCpy $2 0
+        ${Do}
+            StrCpy $3 $1 1 $2
+            StrCpy $4 $1 2 $2
+            ${If} $3 == ""
+            ${OrIf} $3 == ":"
+            ${OrIf} $3 == "*"
+            ${OrIf} $3 == "?"
+            ${OrIf} $4 == ".."
+                ${ExitDo}
+            ${EndIf}
+            IntOp $2 $2 + 1
+        ${Loop}
+        ${If} $3 == "" ; its end was reached
+        ${AndIf} $1 != ""
+            Delete "$INSTDIR\$1"
+            ${GetParent} "$INSTDIR\$1" $2
+            ${If} $2 != $INSTDIR
+                RMDir $2 ; when it is empty
+            ${EndIf}
+        ${EndIf}
+    ${Loop}
+    FileClose $0
+FunctionEnd
+
 Function Failed
     MessageBox MB_OK|MB_ICONSTOP "$2" /SD IDOK
     SetErrorLevel 2
@@ -87,9 +133,11 @@ FunctionEnd
 Section
     SetShellVarContext current
     Call NothingRuns
+    Call TakeOldFiles
     SetOutPath $INSTDIR
     ClearErrors
     File /r "${STAGE}\*"
+    File "/oname=vistrame-files.txt" "${LIST}"
     WriteUninstaller "$INSTDIR\uninstall.exe"
     ${If} ${Errors}
         StrCpy $2 "The files cannot be written to $INSTDIR."
@@ -127,6 +175,7 @@ Section Uninstall
         Quit
     ${EndIf}
     !include "${FILES}"
+    Delete "$INSTDIR\vistrame-files.txt"
     Delete "$INSTDIR\uninstall.exe"
     RMDir "$INSTDIR\licences"
     RMDir $INSTDIR
