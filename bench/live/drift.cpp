@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <span>
 #include <string>
 #include <vector>
@@ -23,7 +24,7 @@ constexpr double kBegun = 3; // seconds after the first picture that do not coun
 constexpr double kPicture = 0.04;
 constexpr double kLipSync = 0.040;
 constexpr double kLongestGap = 0.020; // of the sound
-constexpr int kNumbers = 4096;        // after which those of the pictures begin anew
+constexpr int kNumbers = 4096;        // from there on the pictures' Gray code counts down again
 
 struct Row {
     int ppm;
@@ -44,20 +45,21 @@ std::vector<double> Delays(const ProgrammeRun& run, double begin, double end, in
     double sum = 0;
     int count = 0;
     int last = -1;
-    int rounds = 0;
+    int picture = 0;
     double second = begin;
     for (const auto& [when, look] : run.screen) {
         if (look.number < 0 || look.number == last || when < begin || when > end) {
             continue;
         }
-        rounds += look.number < last - kNumbers / 2 ? 1 : 0;
         last = look.number;
+        const int mirrored = 2 * kNumbers - 1 - last;
+        picture = std::abs(mirrored - picture) < std::abs(last - picture) ? mirrored : last;
         if (when >= second + 1 && count > 0) {
             means.push_back(sum / count);
             sum = count = 0;
             second = when;
         }
-        sum += when - (last + rounds * kNumbers) * kPicture / (1 + ppm * 1e-6);
+        sum += when - picture * kPicture / (1 + ppm * 1e-6);
         ++count;
     }
     return means;
