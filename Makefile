@@ -28,7 +28,7 @@ build: ## build the product: build/mingw32
 	@tools/setup play
 	@tools/build mingw32
 
-try-package: ## the package by mouse and keyboard: installed, used, removed, a picture of each step
+try-package: ## the package by mouse and keyboard: installed, used, updated, removed, a picture of each step
 	@tools/try-package
 
 package: ## zip and installer for Windows: build/package
