@@ -33,7 +33,7 @@ void PositionBar::Create(HWND parent, int loopId, HFONT font, double seconds, bo
     (void)SendMessageW(bar_, TBM_SETRANGEMAX, FALSE, static_cast<LPARAM>(std::lround(seconds * kSteps)));
     (void)SendMessageW(bar_, TBM_SETLINESIZE, 0, static_cast<LPARAM>(5 * kSteps));
     (void)SendMessageW(bar_, TBM_SETPAGESIZE, 0, static_cast<LPARAM>(60 * kSteps));
-    time_ = MakeChild(parent, L"STATIC", L"", SS_CENTERIMAGE | SS_RIGHT, 0, font);
+    time_ = MakeChild(parent, L"STATIC", L"", SS_CENTERIMAGE, 0, font);
     loop_ = MakeChild(parent, L"BUTTON", L"&Loop", WS_TABSTOP | BS_AUTOCHECKBOX, loopId, font);
     (void)SendMessageW(loop_, BM_SETCHECK, loop ? BST_CHECKED : BST_UNCHECKED, 0);
 }
