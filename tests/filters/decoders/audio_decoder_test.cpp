@@ -75,9 +75,11 @@ TEST(AudioDecoder, EveryCodingBecomesTheToneAtItsTime) {
     };
     const Row rows[] = {
         {"mpeg2_576i.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 3000},
-        {"mpeg2_288p.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000}, // one channel
-        {"h264_1080i.ts", Audio(MEDIASUBTYPE_DOLBY_AC3), 48'000, 2000},   // 5.1
-        {"h264_720p.ts", Audio(kLatm), 48'000, 2000},                     // 44.1 kHz
+        {"mpeg2_288p.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000},   // one channel
+        {"mpeg_audio_2.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000}, // layer 2 at 24 kHz
+        {"mpeg_layer_3.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000}, // at 22.05 kHz
+        {"h264_1080i.ts", Audio(MEDIASUBTYPE_DOLBY_AC3), 48'000, 2000},     // 5.1
+        {"h264_720p.ts", Audio(kLatm), 48'000, 2000},                       // 44.1 kHz
         {"h264_720p.ts", Audio(kLatm), 44'100, 2000},
         {"aac_adts.ts", Audio(kLatm), 48'000, 2000}, // as the demultiplexers call any AAC
         {"hevc_1080p.ts", Audio(kDigitalPlus), 48'000, 2000},

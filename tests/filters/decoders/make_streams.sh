@@ -43,6 +43,10 @@ stream h264_720p.ts "$(pictures 1280 720 50 2),scale=$hd" "$(tone 44100 stereo 2
     -c:a aac -b:a 128k -mpegts_flags latm
 stream aac_adts.ts "$(pictures 352 288 25 2),scale=$sd" "$(tone 48000 stereo 2)" \
     -c:v mpeg2video -b:v 1M -c:a aac -b:a 128k
+stream mpeg_audio_2.ts "$(pictures 352 288 25 2),scale=$sd" "$(tone 24000 stereo 2)" \
+    -c:v mpeg2video -b:v 1M -c:a mp2 -b:a 96k
+stream mpeg_layer_3.ts "$(pictures 352 288 25 2),scale=$sd" "$(tone 22050 stereo 2)" \
+    -c:v mpeg2video -b:v 1M -c:a libmp3lame -b:a 96k
 stream dual_mono.ts "$(pictures 352 288 25 2),scale=$sd" \
     "aevalsrc=exprs='sin(2*PI*440*t)/8^0.5|sin(2*PI*1000*t)/8^0.5':s=48000:d=2" \
     -c:v mpeg2video -b:v 1M -c:a libtwolame -mode dual_channel -b:a 192k
