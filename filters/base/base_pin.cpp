@@ -24,6 +24,15 @@ HRESULT PinIdentity::QueryInterface(REFIID iid, void** object) {
 BasePin::BasePin(BaseFilter& filter, PIN_DIRECTION direction, std::wstring name)
     : WithInterfaces(filter), direction_(direction), name_(std::move(name)) {}
 
+ComPtr<IBaseFilter> FilterOf(IPin& pin) {
+    PIN_INFO info{};
+    ComPtr<IBaseFilter> filter;
+    if (SUCCEEDED(pin.QueryPinInfo(&info))) {
+        *filter.ReleaseAndGetAddressOf() = info.pFilter; // with its reference
+    }
+    return filter;
+}
+
 TraceLine& operator<<(TraceLine& line, const BasePin& pin) {
     return line << pin.Filter() << "/" << std::wstring_view(pin.Name());
 }

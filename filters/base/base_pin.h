@@ -98,6 +98,9 @@ private:
     MediaType type_;
 };
 
+// Whose pin it is; null where the pin does not say.
+ComPtr<IBaseFilter> FilterOf(IPin& pin);
+
 // Filter and pin by name.
 TraceLine& operator<<(TraceLine& line, const BasePin& pin);
 

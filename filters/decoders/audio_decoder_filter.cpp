@@ -195,13 +195,12 @@ REFERENCE_TIME AudioDecoderFilter::DeviceAhead(std::optional<REFERENCE_TIME> now
 
 bool AudioDecoderFilter::ClockIsTheRenderers() const {
     const ComPtr<IPin> peer = Output().Peer();
-    PIN_INFO info{};
+    const ComPtr<IBaseFilter> filter = peer != nullptr ? FilterOf(*peer.Get()) : nullptr;
     ComPtr<IUnknown> renderer;
     ComPtr<IUnknown> owner;
     ComPtr<IBaseFilter> clock;
-    if (peer != nullptr && SUCCEEDED(peer->QueryPinInfo(&info)) && info.pFilter != nullptr) {
-        (void)info.pFilter->QueryInterface(IID_PPV_ARGS(&renderer)); // every object answers to this one
-        info.pFilter->Release();
+    if (filter != nullptr) {
+        (void)filter.As(&renderer); // every object answers to this one
     }
     const ComPtr<IReferenceClock> graphs = Clock();
     return graphs != nullptr && SUCCEEDED(graphs.As(&clock)) && SUCCEEDED(clock.As(&owner)) &&

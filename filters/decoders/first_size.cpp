@@ -4,7 +4,7 @@
 #include <chrono>
 #include <thread>
 
-#include "filters/base/com_object.h"
+#include "filters/base/base_pin.h"
 #include "filters/base/wine.h"
 #include "filters/kept/largest_picture.h"
 
@@ -20,14 +20,9 @@ constexpr auto kWhole = 5s;
 constexpr auto kRound = 10ms;
 
 bool KeepsItsSize(IPin& renderer) {
-    PIN_INFO pin{};
-    if (!IsWine() || FAILED(renderer.QueryPinInfo(&pin)) || pin.pFilter == nullptr) {
-        return false;
-    }
-    ComPtr<IBaseFilter> filter;
-    *filter.ReleaseAndGetAddressOf() = pin.pFilter;
+    const ComPtr<IBaseFilter> filter = IsWine() ? FilterOf(renderer) : nullptr;
     CLSID id{};
-    return SUCCEEDED(filter->GetClassID(&id)) && id == CLSID_VideoMixingRenderer9;
+    return filter != nullptr && SUCCEEDED(filter->GetClassID(&id)) && id == CLSID_VideoMixingRenderer9;
 }
 
 } // namespace

@@ -52,15 +52,10 @@ void StreamPin::TypeAgreed(const MediaType& type) {
 }
 
 HRESULT StreamPin::CheckPeer(IPin* peer) {
-    PIN_INFO info{};
-    if (FAILED(peer->QueryPinInfo(&info)) || info.pFilter == nullptr) {
-        return S_OK;
-    }
-    ComPtr<IBaseFilter> filter;
-    *filter.ReleaseAndGetAddressOf() = info.pFilter;
+    const ComPtr<IBaseFilter> filter = FilterOf(*peer);
     ComPtr<IUnknown> soundControl;
-    return FAILED(
-               filter->QueryInterface(IID_IBasicAudio, reinterpret_cast<void**>(soundControl.GetAddressOf())))
+    return filter == nullptr || FAILED(filter->QueryInterface(
+                                    IID_IBasicAudio, reinterpret_cast<void**>(soundControl.GetAddressOf())))
                ? S_OK
                : VFW_E_CANNOT_CONNECT;
 }
@@ -122,15 +117,9 @@ void StreamPin::FinishFlush() {
 
 void StreamPin::ShowKept(Pid pid) const {
     const ComPtr<IPin> peer = Peer();
-    PIN_INFO info{};
-    if (!IsVideo(coding_) || peer == nullptr || FAILED(peer->QueryPinInfo(&info)) ||
-        info.pFilter == nullptr) {
-        return;
-    }
-    ComPtr<IBaseFilter> decoder;
-    *decoder.ReleaseAndGetAddressOf() = info.pFilter;
+    const ComPtr<IBaseFilter> decoder = IsVideo(coding_) && peer != nullptr ? FilterOf(*peer.Get()) : nullptr;
     ComPtr<StillSink> sink;
-    if (FAILED(decoder.As(&sink))) {
+    if (decoder == nullptr || FAILED(decoder.As(&sink))) {
         return;
     }
     const auto last = FindLastPicture(KeptStreamOfProcess().Take(), pid, coding_);

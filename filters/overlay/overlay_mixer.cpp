@@ -35,14 +35,9 @@ ComPtr<IOverlay> WindowOwner(IPin* renderer) {
 
 // The renderer's own pictures go where nobody sees them.
 void HideOwnPictures(IPin* renderer) {
-    PIN_INFO info{};
-    if (FAILED(renderer->QueryPinInfo(&info)) || info.pFilter == nullptr) {
-        return;
-    }
-    ComPtr<IBaseFilter> filter;
-    *filter.ReleaseAndGetAddressOf() = info.pFilter;
+    const ComPtr<IBaseFilter> filter = FilterOf(*renderer);
     ComPtr<IBasicVideo> video;
-    if (SUCCEEDED(filter->QueryInterface(IID_IBasicVideo, &video))) {
+    if (filter != nullptr && SUCCEEDED(filter->QueryInterface(IID_IBasicVideo, &video))) {
         (void)video->SetDestinationPosition(-kStandInWidth, -kStandInHeight, kStandInWidth, kStandInHeight);
     }
 }
@@ -90,12 +85,10 @@ protected:
     // A graph builder looks for any free input pin, and ours is one; and for the renderer of the highest
     // merit, which mixes itself and says nothing of its window.
     HRESULT CheckPeer(IPin* peer) override {
-        PIN_INFO info{};
-        if (FAILED(peer->QueryPinInfo(&info))) {
+        const ComPtr<IBaseFilter> filter = FilterOf(*peer);
+        if (filter == nullptr) {
             return E_UNEXPECTED;
         }
-        ComPtr<IBaseFilter> filter;
-        *filter.ReleaseAndGetAddressOf() = info.pFilter;
         if (filter.Get() == static_cast<IBaseFilter*>(&owner_)) {
             return VFW_E_CANNOT_CONNECT;
         }

@@ -12,6 +12,9 @@ mkdir -p "$cache" "$logs"
 # One line on what is going on now, inside a step.
 doing() { printf '     %s\n' "$*" >&3; }
 
+# The product's version, from the one place that has it.
+product_version() { sed -n 's/^project(vistrame VERSION \([0-9.]*\).*/\1/p' "$repo/CMakeLists.txt"; }
+
 # Ends the set-up with one line that says what to do.
 die() {
     printf 'vistrame set-up: %s\n' "$*" >&2
