@@ -94,10 +94,10 @@ void SkipScalingLists(Bits& bits, unsigned lists) {
         if (bits.Take(1) == 0) {
             continue;
         }
-        int last = 8;
-        int next = 8;
+        unsigned last = 8;
+        unsigned next = 8;
         for (int i = 0; i < (list < 6 ? 16 : 64) && next != 0 && bits.Good(); ++i) {
-            next = (last + bits.TakeSe()) & 0xFF;
+            next = (last + static_cast<unsigned>(bits.TakeSe())) & 0xFF; // a damaged step may be any number
             last = next != 0 ? next : last;
         }
     }

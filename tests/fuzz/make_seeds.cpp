@@ -58,9 +58,16 @@ void WriteParserInputs() {
     }
     inputs.push_back(MakePes({.pts = 90'000, .dts = 86'400, .bounded = true}, Bytes(20)));
     inputs.push_back(PicturePayload(0));
-    inputs.push_back({0, 0, 1, 9, 0x10, 0, 0, 1, 6, 6, 1, 0x84, 0x80, 0, 0, 1, 0x41, 0x9A}); // H.264
-    inputs.push_back({0, 0, 1, 0x40, 1, 0, 0, 1, 0x26, 1, 0xAF});                            // HEVC
-    inputs.push_back({0x10, 0, 2, 'A', 0xC8, 'u'});                                          // text
+    // H.264 and HEVC: the sequence's parameters, user data with an active format, a picture.
+    inputs.push_back({0,    0,    1,    9,    0x10, 0,    0,    1,    0x67, 0x64, 0, 0x1E, 0xAC, 0xD9, 0x40,
+                      0xB4, 0x12, 0x6F, 0xFC, 0x01, 0,    0,    1,    6,    4,    9, 0xB5, 0,    0x31, 'D',
+                      'T',  'G',  '1',  0x41, 0xFA, 0x80, 0,    0,    1,    6,    6, 1,    0x84, 0x80, 0,
+                      0,    1,    0x67, 0x64, 0,    0x1E, 0xAD, 0xC5, 0x49, 0,    0, 1,    0x41, 0x9A});
+    inputs.push_back({0,    0,    1,    0x40, 1,    0,    0,    1,    0x42, 1, 1, 2,    0x20, 0,
+                      0,    3,    0,    0x90, 0,    0,    3,    0,    0,    3, 0, 0x78, 0xA0, 3,
+                      0xC0, 0x80, 0x10, 0xE4, 0xD9, 0,    0,    1,    0x4E, 1, 4, 9,    0xB5, 0,
+                      0x31, 'D',  'T',  'G',  '1',  0x41, 0xFA, 0x80, 0,    0, 1, 0x26, 1,    0xAF});
+    inputs.push_back({0x10, 0, 2, 'A', 0xC8, 'u'}); // text
     for (std::uint8_t parser = 0; parser < inputs.size(); ++parser) {
         Write("parsers_fuzz/" + std::to_string(parser), {parser}, inputs[parser]);
     }

@@ -186,6 +186,9 @@ TEST(PictureShape, OfEachCoding) {
         EXPECT_FALSE(FindPictureShape(Coding::kMpegAudio, row.header).has_value());
         EXPECT_FALSE(FindPictureShape(row.coding, ByteSpan(row.header).first(8)).has_value());
     }
+    const Bytes largestStep{0,    0, 1, 0x67, 0x64, 0,    0x1E, 0xAD, // of a scaling list
+                            0x80, 0, 0, 0,    0xFF, 0xFF, 0xFF, 0xFC};
+    EXPECT_FALSE(FindPictureShape(Coding::kH264, largestStep).has_value());
 }
 
 // Headers, then a picture that says which part of it holds the picture, in one PID's packets.
