@@ -25,7 +25,8 @@ namespace vistrame {
 //            and kMaxHeldBytes.
 // Units      stamps 90 kHz, PCR 27 MHz.
 // Threads    none of its own, not thread-safe: the owner's streaming lock covers every call.
-// Ownership  borrows the handler for its whole life; units borrow their bytes to the handler.
+// Ownership  borrows the handler for its whole life; units lend their bytes to the handler, which may keep
+//            them.
 // Errors     damaged data is delivered and marked where its PES header is there, counted and dropped
 //            otherwise. What there is no memory for is lost, the unit under way of its PID included, and that
 //            PID's next unit carries the flag; the calls that select or announce throw std::bad_alloc

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "transport/coding.h"
 
@@ -25,6 +26,9 @@ struct StreamUnit {
     StreamKind kind = StreamKind::kElementary;
     Coding coding = Coding::kOther; // kOther until the PMT is in
     ByteSpan data;                  // borrowed until the handler returns
+    // What data lies in, for a handler that keeps the unit: it may take it and leave an empty one, at best
+    // one that it no longer needs, whose capacity then serves the next unit.
+    std::vector<std::uint8_t>* memory = nullptr;
     std::optional<TimeStamp> pts;
     std::optional<TimeStamp> dts; // present when pts is; equal to it when the stream carries only that
     std::uint32_t segment = 0;    // time base of the stamps; another than the unit's before: the clock jumped

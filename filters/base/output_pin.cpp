@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "filters/base/guarded.h"
+#include "filters/base/lent_sample.h"
+#include "filters/base/place_reader.h"
 
 namespace vistrame {
 
@@ -12,7 +14,7 @@ OutputPin::OutputPin(BaseFilter& filter, std::wstring name)
 
 HRESULT OutputPin::Activate() {
     announceType_ = false;
-    return allocator_ != nullptr ? allocator_->Commit() : S_OK;
+    return allocator_ != nullptr && !lends_ ? allocator_->Commit() : S_OK;
 }
 
 void OutputPin::Deactivate() {
@@ -125,6 +127,8 @@ HRESULT OutputPin::AgreeAllocator(IPin* peer) {
     if (const HRESULT result = peer->QueryInterface(IID_PPV_ARGS(&input)); FAILED(result)) {
         return result;
     }
+    ComPtr<PlaceReader> reader;
+    lends_ = SUCCEEDED(peer->QueryInterface(IID_PPV_ARGS(&reader)));
     ALLOCATOR_PROPERTIES needs = NeededBuffers();
     ALLOCATOR_PROPERTIES wanted{};
     if (SUCCEEDED(input->GetAllocatorRequirements(&wanted))) {
@@ -157,7 +161,7 @@ HRESULT OutputPin::OfferAllocator(IMemInputPin* input, IMemAllocator* allocator,
     if (actual.cbBuffer < needs.cbBuffer) {
         return VFW_E_BUFFER_OVERFLOW;
     }
-    result = input->NotifyAllocator(allocator, FALSE);
+    result = input->NotifyAllocator(allocator, lends_ ? TRUE : FALSE); // true: is only read
     if (SUCCEEDED(result)) {
         input_ = input;
         allocator_ = allocator;
@@ -170,6 +174,7 @@ void OutputPin::Disconnected() {
     input_.Reset();
     allocator_.Reset();
     bufferBytes_ = 0;
+    lends_ = false;
 }
 
 HRESULT OutputPin::GetBuffer(ComPtr<IMediaSample>* sample, DWORD flags) {
@@ -220,6 +225,10 @@ HRESULT OutputPin::Deliver(IMediaSample* sample) {
 }
 
 HRESULT OutputPin::Send(std::span<const std::uint8_t> bytes, SampleAttributes attributes) {
+    if (lends_) {
+        const auto copy = std::make_shared<const std::vector<std::uint8_t>>(bytes.begin(), bytes.end());
+        return SendWhole(copy, *copy, attributes);
+    }
     HRESULT result = S_OK;
     while (!bytes.empty() && result == S_OK) {
         result = SendSome(&bytes, attributes);
@@ -241,16 +250,26 @@ HRESULT OutputPin::SendSome(std::span<const std::uint8_t>* left, const SampleAtt
     const auto bytes = left->first(std::min(left->size(), static_cast<std::size_t>(sample->GetSize())));
     *left = left->subspan(bytes.size());
     std::ranges::copy(bytes, target);
+    (void)sample->SetActualDataLength(static_cast<long>(bytes.size())); // fits: at most GetSize()
+    return DeliverAs(sample.Get(), attributes);
+}
+
+HRESULT OutputPin::SendWhole(std::shared_ptr<const void> owner, std::span<const std::uint8_t> bytes,
+                             const SampleAttributes& attributes) {
+    return lends_ ? DeliverAs(MakeObject<LentSample>(std::move(owner), bytes).Get(), attributes)
+                  : Send(bytes, attributes);
+}
+
+HRESULT OutputPin::DeliverAs(IMediaSample* sample, const SampleAttributes& attributes) {
     REFERENCE_TIME start = attributes.start.value_or(0);
     REFERENCE_TIME stop = attributes.stop.value_or(0);
     // Setters of a sample that is ours alone: nothing can go wrong, and nothing could be done.
-    (void)sample->SetActualDataLength(static_cast<long>(bytes.size())); // fits: at most GetSize()
     (void)sample->SetTime(attributes.start ? &start : nullptr,
                           attributes.start && attributes.stop ? &stop : nullptr);
     (void)sample->SetSyncPoint(attributes.syncPoint ? TRUE : FALSE);
     (void)sample->SetDiscontinuity(attributes.discontinuity ? TRUE : FALSE);
     (void)sample->SetPreroll(attributes.preroll ? TRUE : FALSE);
-    return Deliver(sample.Get());
+    return Deliver(sample);
 }
 
 HRESULT OutputPin::DeliverEndOfStream() {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -27,7 +28,8 @@ struct SampleAttributes {
 //   null, partial  the types this pin offers, then those the peer offers, each if it fits the given one;
 //                  last the given type itself when it names major type and subtype.
 // A type is agreed when CheckMediaType here and ReceiveConnection there take it. Then the allocator: the
-// peer's when it can give what NeededBuffers asks for, else the system's memory allocator.
+// peer's when it can give what NeededBuffers asks for, else the system's memory allocator. A PlaceReader is
+// lent the bytes instead.
 //
 // Threads    connecting under the filter lock. GetBuffer and the Deliver functions belong to the thread that
 //            streams (the stream lock, or a worker of the filter's own); BeginFlush/EndFlush come from any
@@ -49,6 +51,9 @@ public:
     // Copies the bytes into buffers and delivers them, in as many samples as it takes; times, sync point and
     // discontinuity stand on the first. Ends with the first result that is not S_OK.
     HRESULT Send(std::span<const std::uint8_t> bytes, SampleAttributes attributes);
+    // The same for bytes that `owner` keeps: one sample without a copy where the peer is a PlaceReader.
+    HRESULT SendWhole(std::shared_ptr<const void> owner, std::span<const std::uint8_t> bytes,
+                      const SampleAttributes& attributes);
     HRESULT DeliverEndOfStream();
     HRESULT DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     HRESULT DeliverBeginFlush();
@@ -88,11 +93,13 @@ private:
     HRESULT EnlargeBuffers(long bufferBytes);
     HRESULT TakeBuffer(IMediaSample** sample, DWORD flags);
     HRESULT SendSome(std::span<const std::uint8_t>* left, const SampleAttributes& attributes);
+    HRESULT DeliverAs(IMediaSample* sample, const SampleAttributes& attributes);
 
     // Written under the filter lock while stopped; read by the streaming thread while active.
     ComPtr<IMemInputPin> input_;
     ComPtr<IMemAllocator> allocator_;
     long bufferBytes_ = 0;
+    bool lends_ = false; // the peer is a PlaceReader; the allocator is agreed on and not used
     // Keeps Decommit away from a GetBuffer that finds a buffer. Wine's memory allocator closes what its
     // callers wait on as soon as all buffers are there: a thread on its way into that wait never came back,
     // and the state change waited for the thread. With a buffer outstanding, when GetBuffer really waits, it

@@ -2,11 +2,14 @@
 
 #include <memory>
 
+#include "filters/base/place_reader.h"
+
 namespace vistrame {
 
-class TransformFilter::TransformInput final : public InputPin {
+class TransformFilter::TransformInput final : public WithInterfaces<InputPin, PlaceReader> {
 public:
-    TransformInput(TransformFilter& owner, const wchar_t* name) : InputPin(owner, name), owner_(owner) {}
+    TransformInput(TransformFilter& owner, const wchar_t* name)
+        : WithInterfaces(owner, name), owner_(owner) {}
 
     HRESULT CheckMediaType(const MediaType& type) override { return owner_.CheckInputType(type); }
     std::vector<MediaType> OfferedTypes() override { return owner_.InputTypes(); }

@@ -25,7 +25,12 @@ void AccessUnitSplitter::Feed(ByteSpan piece, std::optional<std::int64_t> time) 
         return;
     }
     const std::size_t pieceStart = bytes_.size();
-    bytes_.insert(bytes_.end(), piece.begin(), piece.end());
+    if (pieceStart == 0) {
+        bytes_ = piece; // usually a whole unit, of which nothing has to be kept
+    } else {
+        kept_.insert(kept_.end(), piece.begin(), piece.end());
+        bytes_ = kept_;
+    }
     if (time) {
         pieceTime_ = time;
         pieceTimeAt_ = pieceStart;
@@ -36,6 +41,17 @@ void AccessUnitSplitter::Feed(ByteSpan piece, std::optional<std::int64_t> time) 
     if ((trust_ == kTrustAfter && IsWhole()) || bytes_.size() > kMaxUnitBytes) {
         Flush();
     }
+    KeepRest();
+}
+
+void AccessUnitSplitter::KeepRest() {
+    const bool kept = !kept_.empty() && !bytes_.empty(); // bytes_ is a part of kept_, to its end
+    if (kept) {
+        kept_.erase(kept_.begin(), kept_.end() - static_cast<std::ptrdiff_t>(bytes_.size()));
+    } else {
+        kept_.assign(bytes_.begin(), bytes_.end());
+    }
+    bytes_ = kept_;
 }
 
 void AccessUnitSplitter::Flush() {
@@ -46,7 +62,8 @@ void AccessUnitSplitter::Flush() {
 }
 
 void AccessUnitSplitter::Reset() {
-    bytes_.clear();
+    bytes_ = {};
+    kept_.clear();
     scanned_ = 0;
     pieceTimeAt_ = 0;
     started_ = false;
@@ -87,7 +104,7 @@ void AccessUnitSplitter::Scan(std::size_t pieceStart) {
 }
 
 AccessUnitSplitter::Element AccessUnitSplitter::Classify(std::size_t at) {
-    const ByteSpan code = ByteSpan(bytes_).subspan(at + 3);
+    const ByteSpan code = bytes_.subspan(at + 3);
     if (coding_ == Coding::kH264) {
         const int type = code[0] & 0x1F;
         if (type == 1 || type == 2 || type == 5) {
@@ -149,13 +166,13 @@ void AccessUnitSplitter::StartUnit(std::size_t at) {
 }
 
 void AccessUnitSplitter::Drop(std::size_t bytes) {
-    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(bytes));
+    bytes_ = bytes_.subspan(bytes);
     scanned_ -= bytes;
     pieceTimeAt_ -= std::min(pieceTimeAt_, bytes);
 }
 
 void AccessUnitSplitter::Emit(std::size_t end) {
-    sink_({ByteSpan(bytes_).first(end), unitTime_});
+    sink_({bytes_.first(end), unitTime_});
 }
 
 } // namespace vistrame

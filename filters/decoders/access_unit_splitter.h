@@ -25,7 +25,7 @@ struct AccessUnit {
 //
 // Units      times 100 ns; a piece's time belongs to the first unit that starts in it.
 // Threads    none of its own, not thread-safe.
-// Ownership  keeps the bytes of the unfinished unit only; the sink must not call back.
+// Ownership  copies the bytes of the unfinished unit only; the sink must not call back.
 // Errors     bytes before the first start are dropped; a unit longer than kMaxUnitBytes is given out as it
 //            is.
 class AccessUnitSplitter {
@@ -60,16 +60,18 @@ private:
     void StartUnit(std::size_t at);
     void Emit(std::size_t end);
     void Drop(std::size_t bytes);
+    void KeepRest();
     bool IsWhole() const { return started_ && hasPicture_ && !secondFieldDue_; }
 
     const Coding coding_;
     const Sink sink_;
-    std::vector<std::uint8_t> bytes_; // the unit under way
-    std::size_t scanned_ = 0;         // start codes before this position in bytes_ are dealt with
-    bool started_ = false;            // bytes_ begins with the start of a unit
-    bool hasPicture_ = false;         // or what is left of it
-    bool secondFieldDue_ = false;     // MPEG video: the picture under way is the first field of its frame
-    bool secondField_ = false;        // MPEG video: it is the second
+    ByteSpan bytes_;                 // the unit under way: in the piece that is being fed, or kept
+    std::vector<std::uint8_t> kept_; // what began in an earlier piece
+    std::size_t scanned_ = 0;        // start codes before this position in bytes_ are dealt with
+    bool started_ = false;           // bytes_ begins with the start of a unit
+    bool hasPicture_ = false;        // or what is left of it
+    bool secondFieldDue_ = false;    // MPEG video: the picture under way is the first field of its frame
+    bool secondField_ = false;       // MPEG video: it is the second
     std::uint32_t temporalReference_ = 0;
     std::optional<std::int64_t> unitTime_;
     std::optional<std::int64_t> pieceTime_; // until a unit takes it

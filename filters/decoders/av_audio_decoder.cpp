@@ -128,10 +128,7 @@ private:
 
     void DecodeFrame(ByteSpan bytes) {
         dualMono_ = IsDualMono(coding_, bytes);
-        buffer_.assign(bytes.begin(), bytes.end());
-        buffer_.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE);
-        packet_->data = buffer_.data();
-        packet_->size = static_cast<int>(bytes.size());
+        FillPacket(*packet_, bytes);
         packet_->pts = parser_->pts;
         packet_->dts = AV_NOPTS_VALUE;
         (void)avcodec_send_packet(context_.get(), packet_.get()); // what cannot be decoded yields no sound
@@ -213,7 +210,6 @@ private:
     AvPtr<AVCodecParserContext> parser_;
     AvPtr<AVPacket> packet_;
     AvPtr<AVFrame> frame_;
-    std::vector<std::uint8_t> buffer_; // the frame with the padding that libavcodec reads into
     SwrContext* resampler_ = nullptr;
     Source source_;
     bool dualMono_ = false; // the frame under way

@@ -1,7 +1,6 @@
 #include "filters/decoders/video_decoder.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "filters/base/guarded.h"
 #include "filters/base/reference_time.h"
@@ -65,8 +64,8 @@ public:
 
     bool DecodeAlone(ByteSpan picture) override {
         BeginAnew();
-        Fill(picture);
-        Preview({picture, std::nullopt});
+        FillPacket(*packet_, picture);
+        Preview(std::nullopt);
         const bool shown = firstShown_;
         BeginAnew();
         return shown;
@@ -103,7 +102,7 @@ private:
     }
 
     void DecodeUnit(const AccessUnit& unit) {
-        Fill(unit.data);
+        FillPacket(*packet_, unit.data);
         const bool begins = IsRandomAccessPoint(coding_, unit.data);
         if (begins && coding_ == Coding::kMpeg2Video) {
             // A sequence header; the codec would keep the colours of the last one that stated any.
@@ -112,34 +111,29 @@ private:
             context_->color_trc = AVCOL_TRC_UNSPECIFIED;
         }
         if (begins && !firstShown_ && !previewed_) {
-            Preview(unit);
+            Preview(unit.time);
         }
         if (!firstShown_ && showAnything_) {
             context_->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
         }
-        SendUnit(unit);
-    }
-
-    void Fill(ByteSpan data) {
-        buffer_.assign(data.begin(), data.end());
-        buffer_.resize(data.size() + AV_INPUT_BUFFER_PADDING_SIZE);
+        SendUnit(unit.time);
+        av_packet_unref(packet_.get());
     }
 
     // Once only: it makes the codec forget what it has, and where every picture is marked as one to begin
     // with, a stream refreshed piece by piece would never come together.
-    void Preview(const AccessUnit& unit) {
+    void Preview(std::optional<std::int64_t> time) {
         previewed_ = true;
         preview_ = true;
-        SendUnit(unit);
+        SendUnit(time);
         DrainCodec();
         preview_ = false;
         avcodec_flush_buffers(context_.get());
     }
 
-    void SendUnit(const AccessUnit& unit) {
-        packet_->data = buffer_.data();
-        packet_->size = static_cast<int>(unit.data.size());
-        packet_->pts = unit.time.value_or(AV_NOPTS_VALUE);
+    // What is in the packet.
+    void SendUnit(std::optional<std::int64_t> time) {
+        packet_->pts = time.value_or(AV_NOPTS_VALUE);
         packet_->dts = AV_NOPTS_VALUE;
         // A unit that is too damaged to decode yields no picture; the next one may.
         (void)avcodec_send_packet(context_.get(), packet_.get());
@@ -244,7 +238,6 @@ private:
     AvPtr<AVCodecContext> context_;
     AvPtr<AVPacket> packet_;
     AvPtr<AVFrame> frame_;
-    std::vector<std::uint8_t> buffer_; // the unit with the padding that libavcodec reads into
     bool firstShown_ = false;
     bool previewed_ = false;                // the first picture to begin with
     bool preview_ = false;                  // under way

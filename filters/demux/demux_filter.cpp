@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "filters/base/guarded.h"
+#include "filters/base/place_reader.h"
 #include "filters/base/reference_time.h"
 
 namespace vistrame {
@@ -26,9 +27,9 @@ void DemuxFilter::ForEachStreamPin(Call call) const {
     }
 }
 
-class DemuxFilter::TsInputPin final : public InputPin {
+class DemuxFilter::TsInputPin final : public WithInterfaces<InputPin, PlaceReader> {
 public:
-    TsInputPin(DemuxFilter& owner, const wchar_t* name) : InputPin(owner, name), owner_(owner) {}
+    TsInputPin(DemuxFilter& owner, const wchar_t* name) : WithInterfaces(owner, name), owner_(owner) {}
 
     HRESULT CheckMediaType(const MediaType& type) override {
         const bool transport = type->subtype == MEDIASUBTYPE_MPEG2_TRANSPORT || type->subtype == GUID_NULL;
@@ -197,6 +198,7 @@ void DemuxFilter::OnUnit(const StreamUnit& unit) {
     }
     const std::optional<REFERENCE_TIME> now = Now();
     const auto& decodeTime = unit.dts ? unit.dts : unit.pts;
+    std::ptrdiff_t left = std::ranges::count(routes_, unit.pid, &Route::pid);
     for (const Route& route : routes_) {
         if (route.pid != unit.pid) {
             continue;
@@ -204,7 +206,9 @@ void DemuxFilter::OnUnit(const StreamUnit& unit) {
         if (now && decodeTime && !unit.continued) {
             timing_.Arrive(TimingStream(*route.pin), ReferenceFromTicks(decodeTime->timeline), *now);
         }
-        route.pin->Push(unit);
+        StreamUnit own = unit;
+        own.memory = --left == 0 ? unit.memory : nullptr; // the last of them may have it
+        route.pin->Push(own);
         UnitArrived(*route.pin);
     }
 }

@@ -145,11 +145,16 @@ bool StreamPin::CanBeginWith(const StreamUnit& unit) const {
 void StreamPin::Push(const StreamUnit& unit) {
     const HRESULT pushed = Guarded([&] {
         QueuedUnit queued{};
-        queued.data.assign(unit.data.begin(), unit.data.end());
         queued.pts = TimelineReference(unit.pts);
         queued.discontinuity = unit.discontinuity || lost_;
         queued.randomAccess = CanBeginWith(unit);
         queued.continued = unit.continued;
+        if (unit.memory != nullptr) {
+            queued.dataAt = unit.memory->size() - unit.data.size(); // behind a header, if anything
+            queued.memory = std::exchange(*unit.memory, queue_.Spare());
+        } else {
+            queued.memory.assign(unit.data.begin(), unit.data.end());
+        }
         queue_.Push(std::move(queued));
         return S_OK;
     });
@@ -166,7 +171,7 @@ void StreamPin::PushEndOfStream() {
 
 void StreamPin::Work() {
     (void)DeliverNewSegment(0, std::numeric_limits<REFERENCE_TIME>::max(), 1.0);
-    while (const auto unit = queue_.Take()) {
+    while (auto unit = queue_.Take()) {
         const HRESULT handled = Guarded([&] {
             Handle(*unit);
             return S_OK;
@@ -178,7 +183,7 @@ void StreamPin::Work() {
     }
 }
 
-void StreamPin::Handle(const QueuedUnit& unit) {
+void StreamPin::Handle(QueuedUnit& unit) {
     std::optional<REFERENCE_TIME> time;
     const Verdict verdict = unit.endOfStream ? Verdict::kDeliver : Schedule(unit, &time);
     const std::lock_guard delivery(deliveryLock_);
@@ -190,15 +195,25 @@ void StreamPin::Handle(const QueuedUnit& unit) {
         broken_ = true;
     } else if (unit.endOfStream) {
         (void)DeliverEndOfStream();
-    } else if (!unit.data.empty()) {
-        const SampleAttributes attributes{
-            .start = time, .syncPoint = unit.randomAccess, .discontinuity = unit.discontinuity || broken_};
-        const bool refused = Send(unit.data, attributes) != S_OK;
+    } else if (!unit.Data().empty()) {
+        const bool refused = SendUnit(unit, time) != S_OK;
         if (refused && !broken_) {
             Trace(*this, ": refused downstream");
         }
         broken_ = refused;
     }
+}
+
+HRESULT StreamPin::SendUnit(QueuedUnit& unit, const std::optional<REFERENCE_TIME>& time) {
+    const SampleAttributes attributes{
+        .start = time, .syncPoint = unit.randomAccess, .discontinuity = unit.discontinuity || broken_};
+    const ByteSpan data = unit.Data();
+    const auto memory = std::make_shared<std::vector<std::uint8_t>>(std::move(unit.memory));
+    const HRESULT result = SendWhole(memory, data, attributes);
+    if (memory.use_count() == 1) { // nobody downstream reads it any more
+        queue_.GiveBack(std::move(*memory));
+    }
+    return result;
 }
 
 StreamPin::Verdict StreamPin::Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time) {

@@ -16,9 +16,10 @@ class DemuxFilter;
 
 // One elementary stream on its way out of a demultiplexer.
 //
-// Data flow  Push (stream lock, parsing thread) copies a unit into the queue; the worker lays its time stamp
-//            on stream time and delivers it as one sample, as several where it is larger than a buffer: the
-//            time stands on the first. A downstream that blocks holds up this pin's worker and nothing else.
+// Data flow  Push (stream lock, parsing thread) moves a unit into the queue; the worker lays its time stamp
+//            on stream time and delivers it as one sample, as several where the peer's buffers are smaller:
+//            the time stands on the first. A downstream that blocks holds up this pin's worker and nothing
+//            else.
 // Time       the filter's LiveTiming. The first picture is due at once, so that it is seen as soon as it is
 //            decoded and stands until the next is due. Pictures more than kLatePicture late are skipped when
 //            decoding can begin at a later one; sound more than kLateSound late is dropped.
@@ -43,7 +44,8 @@ public:
     // What the stream holds, as far as the media type tells.
     Coding Carries() const { return coding_; }
 
-    // Stream lock held. A unit that there is no memory for is dropped.
+    // Stream lock held. Takes the unit's memory where it has one, else copies it. A unit that there is no
+    // memory for is dropped.
     void Push(const StreamUnit& unit);
     void PushEndOfStream();
     // What follows is another stream.
@@ -74,7 +76,8 @@ private:
 
     bool CanBeginWith(const StreamUnit& unit) const;
     void Work();
-    void Handle(const QueuedUnit& unit);
+    void Handle(QueuedUnit& unit);
+    HRESULT SendUnit(QueuedUnit& unit, const std::optional<REFERENCE_TIME>& time);
     // When the unit is due; no time: deliver it at once.
     Verdict Schedule(const QueuedUnit& unit, std::optional<REFERENCE_TIME>* time);
 

@@ -23,6 +23,7 @@ void UnitQueue::Close() {
     const std::lock_guard lock(lock_);
     units_.clear();
     bytes_ = 0;
+    spares_.clear();
     open_ = false;
     changed_.notify_all();
 }
@@ -46,7 +47,7 @@ void UnitQueue::Clear(bool restart) {
 }
 
 void UnitQueue::DropFront() {
-    bytes_ -= units_.front().data.size();
+    bytes_ -= units_.front().memory.size();
     units_.pop_front();
     ++dropped_;
     cut_ = true;
@@ -91,7 +92,7 @@ void UnitQueue::Push(QueuedUnit unit) {
         bytes_ = 0;
         cut_ = true;
     }
-    const std::size_t bytes = unit.data.size();
+    const std::size_t bytes = unit.memory.size();
     unit.generation = generation_;
     units_.push_back(std::move(unit));
     bytes_ += bytes;
@@ -102,6 +103,24 @@ void UnitQueue::Push(QueuedUnit unit) {
     changed_.notify_all();
 }
 
+void UnitQueue::GiveBack(std::vector<std::uint8_t> memory) {
+    const std::lock_guard lock(lock_);
+    if (open_ && spares_.size() < kMostSpares) {
+        spares_.push_back(std::move(memory));
+    }
+}
+
+std::vector<std::uint8_t> UnitQueue::Spare() {
+    const std::lock_guard lock(lock_);
+    if (spares_.empty()) {
+        return {};
+    }
+    std::vector<std::uint8_t> spare = std::move(spares_.back());
+    spares_.pop_back();
+    spare.clear();
+    return spare;
+}
+
 std::optional<QueuedUnit> UnitQueue::Take() {
     std::unique_lock lock(lock_);
     changed_.wait(lock, [this] { return !open_ || (!held_ && !units_.empty()); });
@@ -110,7 +129,7 @@ std::optional<QueuedUnit> UnitQueue::Take() {
     }
     QueuedUnit unit = std::move(units_.front());
     units_.pop_front();
-    bytes_ -= unit.data.size();
+    bytes_ -= unit.memory.size();
     unit.discontinuity = std::exchange(cut_, false) || unit.discontinuity;
     return unit;
 }

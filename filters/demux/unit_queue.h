@@ -7,18 +7,22 @@
 #include <vector>
 
 #include "filters/base/lock.h"
+#include "transport/bytes.h"
 
 namespace vistrame {
 
 // One access unit on its way to an output pin, or the end of the stream.
 struct QueuedUnit {
-    std::vector<std::uint8_t> data;
+    std::vector<std::uint8_t> memory;
+    std::size_t dataAt = 0;          // in memory, to its end
     std::optional<std::int64_t> pts; // 100 ns on the stream's timeline
     bool discontinuity = false;      // does not continue the unit before
     bool randomAccess = false;       // decoding can begin here
     bool continued = false;          // belongs to the unit before
     std::uint32_t generation = 0;    // set by the queue: Clear ends a generation
     bool endOfStream = false;        // with randomAccess set, so that nothing drops it
+
+    ByteSpan Data() const { return ByteSpan(memory).subspan(dataAt); }
 };
 
 // The queue of one output pin between the thread that parses the stream and the pin's worker.
@@ -29,13 +33,14 @@ struct QueuedUnit {
 // piece).
 //
 // Threads    one producer, one consumer, and whoever opens, holds and closes it.
-// Ownership  units move in and out.
+// Ownership  units move in and out; some of their memory comes back, to be filled again.
 // Errors     Push throws std::bad_alloc when there is no memory for the unit, which is then not in the queue.
 class UnitQueue {
 public:
     // 10 s of a 12 Mbit/s stream; 10 s at 50 pictures/s.
     static constexpr std::size_t kMaxBytes = std::size_t{15} << 20;
     static constexpr std::size_t kMaxUnits = 500;
+    static constexpr std::size_t kMostSpares = 2; // one is being filled, one is on its way out
     // Four times the usual distance between random-access pictures.
     static constexpr std::chrono::seconds kPatience{2};
 
@@ -50,6 +55,9 @@ public:
     void Clear(bool restart);
 
     void Push(QueuedUnit unit);
+    // Memory of a unit that has been dealt with, and one that came back so; empty when there is none.
+    void GiveBack(std::vector<std::uint8_t> memory);
+    [[nodiscard]] std::vector<std::uint8_t> Spare();
 
     // Waits for the next unit; nothing once closed.
     std::optional<QueuedUnit> Take();
@@ -73,6 +81,7 @@ private:
     Condition changed_;
     std::deque<QueuedUnit> units_;
     std::size_t bytes_ = 0;
+    std::vector<std::vector<std::uint8_t>> spares_;
     std::uint64_t dropped_ = 0;
     std::uint32_t generation_ = 0;
     bool open_ = false;

@@ -86,7 +86,8 @@ HRESULT FeedFilter::DeliverData(const BYTE* data, ULONG length) {
 }
 
 HRESULT FeedFilter::Keep(std::span<const BYTE> data) {
-    Block block{.bytes = {data.begin(), data.end()}, .discontinuity = missing_};
+    Block block{.bytes = std::make_shared<const std::vector<BYTE>>(data.begin(), data.end()),
+                .discontinuity = missing_};
     if (!started_) {
         KeepEarly(std::move(block));
         return S_OK;
@@ -96,11 +97,11 @@ HRESULT FeedFilter::Keep(std::span<const BYTE> data) {
 
 void FeedFilter::KeepEarly(Block block) {
     const auto now = std::chrono::steady_clock::now();
-    const std::size_t bytes = block.bytes.size();
+    const std::size_t bytes = block.bytes->size();
     early_.push_back({std::move(block), now});
     earlyBytes_ += bytes;
     while (earlyBytes_ > kQueueBytes || early_.front().arrival < now - kEarly) {
-        earlyBytes_ -= early_.front().block.bytes.size();
+        earlyBytes_ -= early_.front().block.bytes->size();
         early_.pop_front();
     }
 }
@@ -111,7 +112,7 @@ void FeedFilter::Start() {
     queue_.Start([this](Block& block) { Send(block); });
     const auto oldest = std::chrono::steady_clock::now() - kEarly;
     for (EarlyBlock& early : early_) {
-        if (const std::size_t bytes = early.block.bytes.size(); early.arrival >= oldest) {
+        if (const std::size_t bytes = early.block.bytes->size(); early.arrival >= oldest) {
             missing_ = !queue_.TryPush(std::move(early.block), bytes) || missing_;
         }
     }
@@ -142,7 +143,8 @@ HRESULT FeedFilter::SetMode(ULONG /*mode*/, ULONG /*option*/) {
 }
 
 void FeedFilter::Send(const Block& block) {
-    const bool failed = pin_.Send(block.bytes, {.discontinuity = block.discontinuity || failed_}) != S_OK;
+    const bool failed =
+        pin_.SendWhole(block.bytes, *block.bytes, {.discontinuity = block.discontinuity || failed_}) != S_OK;
     if (failed != failed_) {
         Trace(pin_, failed ? ": refused downstream" : ": taken downstream again");
     }

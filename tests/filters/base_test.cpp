@@ -104,6 +104,36 @@ TEST(Streaming, NothingPassesWhileFlushingOrBehindTheEndOfStream) {
     EXPECT_EQ(pair.sink->Count(), 1u);
 }
 
+// Who keeps a lent sample keeps its memory.
+TEST(Streaming, APeerThatReadsInPlaceIsLentTheBytes) {
+    const auto bytes = std::make_shared<const Bytes>(SourceFilter::kBufferBytes + 1, std::uint8_t{7});
+    for (const bool lent : {false, true}) {
+        SCOPED_TRACE(lent ? "lent" : "copied, in two");
+        Pair pair;
+        pair.sink->readsInPlace = lent;
+        pair.sink->holds = true;
+        pair.source->offered = {TypeOf(kSubA)};
+        ASSERT_EQ(pair.Connect(), S_OK);
+        pair.graph.Run();
+        OutputPin& output = pair.source->Output();
+        EXPECT_EQ(
+            output.SendWhole(bytes, *bytes, {.start = 5 * kMs, .syncPoint = true, .discontinuity = true}),
+            S_OK);
+        const auto samples = pair.sink->Samples();
+        ASSERT_EQ(samples.size(), lent ? 1u : 2u);
+        EXPECT_EQ(samples[0].at == bytes->data(), lent);
+        EXPECT_EQ(samples[0].data.size() + (lent ? 0 : 1), bytes->size());
+        EXPECT_EQ(samples[0].time, 5 * kMs);
+        EXPECT_TRUE(samples[0].syncPoint && samples[0].discontinuity);
+        EXPECT_EQ(bytes.use_count(), lent ? 2 : 1);
+        EXPECT_EQ(output.DeliverBeginFlush(), S_OK);
+        EXPECT_EQ(bytes.use_count(), 1);
+        EXPECT_EQ(output.DeliverEndFlush(), S_OK);
+        EXPECT_EQ(pair.source->Send(Bytes{1, 2}), S_OK);
+        EXPECT_EQ(pair.sink->Samples().back().data, (Bytes{1, 2}));
+    }
+}
+
 // Wine's memory allocator, decommitted with all buffers at home, leaves a thread that is just taking one
 // waiting for ever.
 TEST(Streaming, NoFilterStopsInTheMiddleOfTakingABufferThatIsThere) {

@@ -253,7 +253,7 @@ TEST(UnitQueue, DoesNotWaitForEverForAPlaceToBegin) {
     queue.Hold(false);
     const auto push = [&] {
         QueuedUnit unit{};
-        unit.data = {1};
+        unit.memory = {1};
         queue.Push(std::move(unit));
     };
     const DWORD half = UnitQueue::kPatience / std::chrono::milliseconds(2);

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "filters/base/place_reader.h"
+
 namespace vistrame::test {
 
 namespace {
@@ -74,9 +76,9 @@ bool WaitUntil(const std::function<bool()>& condition) {
     return condition();
 }
 
-class SinkFilter::Pin final : public InputPin {
+class SinkFilter::Pin final : public WithInterfaces<InputPin, PlaceReader> {
 public:
-    explicit Pin(SinkFilter& owner) : InputPin(owner, L"In"), owner_(owner) {}
+    explicit Pin(SinkFilter& owner) : WithInterfaces(owner, L"In"), owner_(owner) {}
 
     HRESULT CheckMediaType(const MediaType& type) override { return owner_.check(type); }
     std::vector<MediaType> OfferedTypes() override { return owner_.offered; }
@@ -109,11 +111,16 @@ public:
     }
 
 protected:
+    void* FindInterface(REFIID iid) override {
+        return iid == __uuidof(PlaceReader) && !owner_.readsInPlace ? nullptr
+                                                                    : WithInterfaces::FindInterface(iid);
+    }
     bool AcceptsTypeChange() const override { return owner_.reconnects; }
     HRESULT OnReceive(IMediaSample* sample) override {
         Sample taken;
         BYTE* data = nullptr;
         EXPECT_EQ(sample->GetPointer(&data), S_OK);
+        taken.at = data;
         REFERENCE_TIME start = 0, now = 0;
         if (SUCCEEDED(sample->GetTime(&start, &taken.stop))) {
             taken.time = start;

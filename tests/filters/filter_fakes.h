@@ -52,6 +52,7 @@ class SinkFilter : public BaseFilter {
 public:
     struct Sample {
         Bytes data;
+        const std::uint8_t* at = nullptr; // where it was
         std::optional<REFERENCE_TIME> time;
         REFERENCE_TIME stop = 0;
         bool discontinuity = false;
@@ -75,6 +76,7 @@ public:
     std::function<HRESULT(const MediaType&)> check = [](const MediaType&) { return S_OK; };
     std::vector<MediaType> offered;
     bool reconnects = true; // while running
+    bool readsInPlace = false;
     // Keeps the last sample until a flush, and refuses to reconnect with it.
     bool holds = false;
     // Like a renderer with surfaces: changes how pictures are to be laid out in the buffers, which then carry

@@ -30,20 +30,22 @@ TEST(Threads, UnitsComeInOrderAndSayWhereSomeAreMissing) {
     std::atomic<int> taken = 0;
     const auto push = [&] {
         QueuedUnit unit;
+        unit.memory = queue.Spare();
         unit.pts = pushed;
-        unit.data.assign(static_cast<std::size_t>(pushed % 1000 + 1), static_cast<std::uint8_t>(pushed));
+        unit.memory.assign(static_cast<std::size_t>(pushed % 1000 + 1), static_cast<std::uint8_t>(pushed));
         unit.randomAccess = pushed++ % 8 == 0;
         queue.Push(std::move(unit));
         Pause(30us);
     };
     const auto work = [&] {
-        while (const auto unit = queue.Take()) {
+        while (auto unit = queue.Take()) {
             EXPECT_GT(*unit->pts, last);
             EXPECT_TRUE(unit->discontinuity || *unit->pts == last + 1) << *unit->pts << " behind " << last;
-            EXPECT_EQ(unit->data.back(), static_cast<std::uint8_t>(*unit->pts));
+            EXPECT_EQ(unit->Data().back(), static_cast<std::uint8_t>(*unit->pts));
             last = *unit->pts;
             ++taken;
             (void)queue.IsCurrent(*unit);
+            queue.GiveBack(std::move(unit->memory));
             (void)(last % 50 == 0 && queue.SkipToRandomAccess(last + 20));
         }
         Pause();
