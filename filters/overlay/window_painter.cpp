@@ -36,18 +36,52 @@ void WindowPainter::Begin(HWND window) {
     shown_.picture.reset();
 }
 
+void WindowPainter::Open() {
+    const std::lock_guard lock(lock_);
+    dc_ = GetDC(window_);
+    if (dc_ != nullptr) {
+        (void)SetStretchBltMode(dc_, COLORONCOLOR);
+    }
+    if (shown_.picture) {
+        Paint(WindowSize());
+    }
+}
+
+void WindowPainter::Close() {
+    const std::lock_guard lock(lock_);
+    if (dc_ != nullptr) {
+        (void)ReleaseDC(window_, dc_);
+        dc_ = nullptr;
+    }
+}
+
+// Under Wine the size of a window inside another process's costs four questions to its server, so it is not
+// asked for each picture: a new size nearly always shows in what of the window can be painted.
+SIZE WindowPainter::WindowSize() {
+    constexpr std::chrono::milliseconds kGoodFor{100};
+    const auto now = std::chrono::steady_clock::now();
+    RECT clip{};
+    const bool known = dc_ != nullptr && GetClipBox(dc_, &clip) != ERROR && EqualRect(&clip, &clip_) != FALSE;
+    if (!known || now - asked_ >= kGoodFor) {
+        RECT client{};
+        size_ = GetClientRect(window_, &client) != FALSE ? SIZE{client.right, client.bottom} : SIZE{};
+        clip_ = clip;
+        asked_ = now;
+    }
+    return size_;
+}
+
 void WindowPainter::Prepare(const PictureType& type, const std::uint8_t* pixels, long bytes) {
     const std::lock_guard lock(lock_);
     next_.picture.reset();
-    RECT client{};
-    if (bytes < type.Bytes() || GetClientRect(window_, &client) == FALSE || client.right <= 0 ||
-        client.bottom <= 0) {
+    const SIZE size = WindowSize();
+    if (bytes < type.Bytes() || size.cx <= 0 || size.cy <= 0) {
         return;
     }
     PictureBuffer target;
     target.pixels = kWindowPixels;
-    target.width = target.stride = client.right;
-    target.height = target.lines = client.bottom;
+    target.width = target.stride = size.cx;
+    target.height = target.lines = size.cy;
     target.aspect = type.aspect;
     next_.pixels.resize(static_cast<std::size_t>(target.Bytes()));
     if (writer_.Write(PictureIn(type, pixels), target, PictureWriter::Fit::kFill, next_.pixels.data(),
@@ -61,24 +95,21 @@ void WindowPainter::Show() {
     if (next_.picture) {
         std::swap(next_, shown_);
         next_.picture.reset();
-        // As large as the window was a moment ago; a size of now would be a question to the system for each
-        // picture, and one that has changed since is made good by the next picture or by Repaint.
-        Paint(shown_.picture->width, shown_.picture->height);
+        // As large as the window was a moment ago; a size that has changed since is made good by the next
+        // picture or by Repaint.
+        Paint({shown_.picture->width, shown_.picture->height});
     }
 }
 
 void WindowPainter::Repaint(std::chrono::milliseconds age) {
     const std::lock_guard lock(lock_);
-    RECT client{};
-    if (shown_.picture && std::chrono::steady_clock::now() - painted_ >= age &&
-        GetClientRect(window_, &client) != FALSE) {
-        Paint(client.right, client.bottom);
+    if (shown_.picture && std::chrono::steady_clock::now() - painted_ >= age) {
+        Paint(WindowSize());
     }
 }
 
-void WindowPainter::Paint(long width, long height) {
-    auto* const dc = GetDC(window_);
-    if (dc == nullptr) {
+void WindowPainter::Paint(SIZE size) {
+    if (dc_ == nullptr) {
         return;
     }
     painted_ = std::chrono::steady_clock::now();
@@ -90,16 +121,14 @@ void WindowPainter::Paint(long width, long height) {
     format.bmiHeader.biPlanes = 1;
     format.bmiHeader.biBitCount = static_cast<WORD>(picture.pixels.bits);
     format.bmiHeader.biCompression = BI_RGB;
-    if (width == picture.width && height == picture.height) {
-        (void)SetDIBitsToDevice(dc, 0, 0, static_cast<DWORD>(picture.width),
+    if (size.cx == picture.width && size.cy == picture.height) {
+        (void)SetDIBitsToDevice(dc_, 0, 0, static_cast<DWORD>(picture.width),
                                 static_cast<DWORD>(picture.height), 0, 0, 0, static_cast<UINT>(picture.lines),
                                 shown_.pixels.data(), &format, DIB_RGB_COLORS);
     } else {
-        (void)SetStretchBltMode(dc, COLORONCOLOR);
-        (void)StretchDIBits(dc, 0, 0, width, height, 0, 0, picture.width, picture.height,
+        (void)StretchDIBits(dc_, 0, 0, size.cx, size.cy, 0, 0, picture.width, picture.height,
                             shown_.pixels.data(), &format, DIB_RGB_COLORS, SRCCOPY);
     }
-    (void)ReleaseDC(window_, dc);
 }
 
 } // namespace vistrame

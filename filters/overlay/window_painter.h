@@ -28,6 +28,10 @@ class WindowPainter {
 public:
     // What was painted in another window is not painted any more.
     void Begin(HWND window);
+    // Around all painting, on one thread, as the system wants it of whoever takes a window's device context.
+    // A picture that comes before is painted by Open; none is behind Close.
+    void Open();
+    void Close();
     // Makes a picture ready for the window as it is now. The pixels are a whole buffer as `type` lays it out.
     void Prepare(const PictureType& type, const std::uint8_t* pixels, long bytes);
     // Puts what is ready on the screen.
@@ -40,14 +44,20 @@ private:
         std::optional<PictureBuffer> picture; // how the pixels lie
         std::vector<std::uint8_t> pixels;
     };
+    // Of the window's inside, empty when there is none.
+    SIZE WindowSize();
     // Into a window of this size.
-    void Paint(long width, long height);
+    void Paint(SIZE size);
 
     Lock lock_; // guards what follows
     HWND window_ = nullptr;
+    HDC dc_ = nullptr; // of window_, from Open to Close
     Ready next_;
     Ready shown_;
     std::chrono::steady_clock::time_point painted_;
+    SIZE size_{}; // of the window when it was asked last
+    RECT clip_{};
+    std::chrono::steady_clock::time_point asked_;
     PictureWriter writer_;
 };
 
