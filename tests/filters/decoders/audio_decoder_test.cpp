@@ -9,6 +9,7 @@
 #include "filters/decoders/audio_decoder_filter.h"
 #include "filters/decoders/sound_limiter.h"
 #include "filters/pace/sound_placement.h"
+#include "tests/filters/decoders/high_efficiency_aac.h"
 #include "tests/filters/decoders/stream_fixture.h"
 #include "tests/filters/filter_fakes.h"
 
@@ -48,20 +49,64 @@ std::vector<std::int16_t> Channel(const std::vector<SinkFilter::Sample>& samples
     return sound;
 }
 
-// The first channel's tone within a second of sound: a pure one crosses zero twice in each period. It is as
-// loud whatever it came as.
-void ExpectTone(const std::vector<SinkFilter::Sample>& samples, int rate) {
-    const std::vector<std::int16_t> sound = Channel(samples, 0);
-    const auto begin = static_cast<std::size_t>(rate / 4); // the encoders start from silence
-    ASSERT_GT(sound.size(), begin + static_cast<std::size_t>(rate));
-    int crossings = 0;
+constexpr double kTone = 440; // Hz
+
+// dB of the square of a pure tone's amplitude.
+double Level(std::span<const std::int16_t> sound) {
     double power = 0;
-    for (std::size_t i = begin; i < begin + static_cast<std::size_t>(rate); ++i) {
-        crossings += (sound[i] < 0) != (sound[i + 1] < 0) ? 1 : 0;
-        power += 2.0 * sound[i] * sound[i] / rate;
+    for (const std::int16_t sample : sound) {
+        power += 2.0 * sample * sample / static_cast<double>(sound.size());
     }
-    EXPECT_NEAR(crossings, 880, 4);
-    EXPECT_NEAR(10 * std::log10(power), kToneLevel, 1);
+    return 10 * std::log10(power);
+}
+
+// dB from the sound to its second differences, which are the larger the higher a frequency is.
+double Bends(std::span<const std::int16_t> sound) {
+    std::vector<std::int16_t> bends;
+    for (std::size_t i = 2; i < sound.size(); ++i) {
+        bends.push_back(static_cast<std::int16_t>(sound[i] - 2 * sound[i - 1] + sound[i - 2]));
+    }
+    return Level(bends) - Level(sound);
+}
+
+// A second of it, behind the silence that encoders start from; fails the test when it is shorter.
+std::vector<std::int16_t> SteadySecond(const std::vector<SinkFilter::Sample>& samples, std::size_t channel,
+                                       int rate) {
+    std::vector<std::int16_t> sound = Channel(samples, channel);
+    EXPECT_GT(sound.size(), static_cast<std::size_t>(rate / 4 + rate));
+    sound.erase(sound.begin(), sound.begin() + std::min<std::ptrdiff_t>(rate / 4, std::ssize(sound)));
+    sound.resize(static_cast<std::size_t>(rate));
+    return sound;
+}
+
+// The first channel's tone: a pure one crosses zero twice in each period. It is as loud whatever it came as.
+void ExpectTone(const std::vector<SinkFilter::Sample>& samples, int rate, double hertz = kTone) {
+    const std::vector<std::int16_t> sound = SteadySecond(samples, 0, rate);
+    int crossings = 0;
+    for (std::size_t i = 1; i < sound.size(); ++i) {
+        crossings += (sound[i - 1] < 0) != (sound[i] < 0) ? 1 : 0;
+    }
+    EXPECT_NEAR(crossings, 2 * hertz, 4);
+    EXPECT_NEAR(Level(sound), kToneLevel, 1);
+}
+
+// The tone, from the first sample to the last without a gap, each at its time.
+void ExpectToneAtItsTime(const std::vector<SinkFilter::Sample>& samples, int rate, int milliseconds,
+                         double hertz = kTone) {
+    ASSERT_FALSE(samples.empty());
+    std::int64_t counted = 0; // samples
+    for (const SinkFilter::Sample& sample : samples) {
+        ASSERT_TRUE(sample.time.has_value());
+        EXPECT_NEAR(*sample.time - *samples[0].time, 1000.0 * kMs * static_cast<double>(counted) / rate,
+                    2.0 * kMs);
+        EXPECT_EQ(sample.discontinuity, &sample == samples.data()) << "only the first begins something";
+        counted += static_cast<std::int64_t>(sample.data.size() / 4);
+    }
+    const double lacking = milliseconds - 1000.0 * static_cast<double>(counted) / rate;
+    EXPECT_GT(lacking, -60);
+    EXPECT_LT(lacking,
+              60 + 1.0 * SoundPlacement::kBeginning / kMs); // where a run's first moments are left out
+    ExpectTone(samples, rate, hertz);
 }
 
 } // namespace
@@ -78,8 +123,11 @@ TEST(AudioDecoder, EveryCodingBecomesTheToneAtItsTime) {
         {"mpeg2_288p.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000},   // one channel
         {"mpeg_audio_2.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000}, // layer 2 at 24 kHz
         {"mpeg_layer_3.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000}, // at 22.05 kHz
-        {"h264_1080i.ts", Audio(MEDIASUBTYPE_DOLBY_AC3), 48'000, 2000},     // 5.1
-        {"h264_720p.ts", Audio(kLatm), 48'000, 2000},                       // 44.1 kHz
+        {"mpeg_layer_1_32000.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000},
+        {"mpeg_layer_1_44100.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000},
+        {"mpeg_layer_1_48000.ts", Audio(MEDIASUBTYPE_MPEG2_AUDIO), 48'000, 2000},
+        {"h264_1080i.ts", Audio(MEDIASUBTYPE_DOLBY_AC3), 48'000, 2000}, // 5.1
+        {"h264_720p.ts", Audio(kLatm), 48'000, 2000},                   // 44.1 kHz
         {"h264_720p.ts", Audio(kLatm), 44'100, 2000},
         {"aac_adts.ts", Audio(kLatm), 48'000, 2000}, // as the demultiplexers call any AAC
         {"hevc_1080p.ts", Audio(kDigitalPlus), 48'000, 2000},
@@ -88,22 +136,42 @@ TEST(AudioDecoder, EveryCodingBecomesTheToneAtItsTime) {
         SCOPED_TRACE(testing::Message() << row.file << " at " << row.rate);
         Playback playback(row.type, static_cast<DWORD>(row.rate));
         playback.Send(ReadStream(row.file, false));
-        const auto samples = playback.sink->Samples();
-        ASSERT_FALSE(samples.empty());
-        std::int64_t counted = 0; // samples
-        for (const SinkFilter::Sample& sample : samples) {
-            ASSERT_TRUE(sample.time.has_value());
-            EXPECT_NEAR(*sample.time - *samples[0].time, counted * 1000.0 * kMs / row.rate, 2.0 * kMs);
-            EXPECT_EQ(sample.discontinuity, &sample == samples.data()) << "only the first begins something";
-            counted += static_cast<std::int64_t>(sample.data.size() / 4);
-        }
-        const double lacking = row.milliseconds - counted * 1000.0 / row.rate;
-        EXPECT_GT(lacking, -60);
-        EXPECT_LT(lacking,
-                  60 + 1.0 * SoundPlacement::kBeginning / kMs); // where a run's first moments are left out
-
-        ExpectTone(samples, row.rate);
+        ExpectToneAtItsTime(playback.sink->Samples(), row.rate, row.milliseconds);
     }
+}
+
+// Whatever the header says, twice its rate comes out, with the replicated band and both sides.
+TEST(AudioDecoder, HighEfficiencyAacIsHeardInFull) {
+    struct Row {
+        AacFrames frames;
+        bool version2;
+    };
+    for (const auto& [frames, version2] : {Row{AacFrames::kAdts, false},
+                                           {AacFrames::kAdts, true},
+                                           {AacFrames::kLoas, false},
+                                           {AacFrames::kLoas, true},
+                                           {AacFrames::kLoasVersion1, false},
+                                           {AacFrames::kLoasVersion1, true},
+                                           {AacFrames::kLoasVersion2, true}}) {
+        SCOPED_TRACE(testing::Message()
+                     << "frames " << static_cast<int>(frames) << ", version 2: " << version2);
+        Playback playback(Audio(kLatm));
+        playback.Send(HighEfficiencyAac(frames, version2));
+        const auto samples = playback.sink->Samples();
+        ExpectToneAtItsTime(samples, 48'000, 2048, kHighEfficiencyTone);
+        const std::vector<std::int16_t> left = SteadySecond(samples, 0, 48'000);
+        EXPECT_NEAR(Level(left) - Level(SteadySecond(samples, 1, 48'000)), version2 ? 10 : 0, 0.5);
+        EXPECT_NEAR(Bends(left), -30, 2) << "without the band: -49";
+    }
+}
+
+// 7.1 with faint noise around, and another programme of loud noise in the same stream.
+TEST(AudioDecoder, OfFurtherSubstreamsChannelsAreHeardAndProgrammesAreNot) {
+    Playback playback(Audio(kDigitalPlus));
+    playback.Send(ReadStream("eac3_substreams.ts", false));
+    const auto samples = playback.sink->Samples();
+    ExpectToneAtItsTime(samples, 48'000, 2000);
+    EXPECT_NEAR(Bends(SteadySecond(samples, 0, 48'000)), -41, 3) << "without noise: -49";
 }
 
 // Sound behind losses and damage stands at its own time, and so does sound behind a jump of the times:
@@ -125,23 +193,40 @@ TEST(AudioDecoder, DamageAndJumpsNeitherStopNorMoveIt) {
     ExpectTone(samples, 48'000);
 }
 
-// 5.1, then stereo under the same coding, then 5.1.
-TEST(AudioDecoder, ChannelsMayChangeWithoutAGap) {
-    Playback playback(Audio(MEDIASUBTYPE_DOLBY_AC3));
-    REFERENCE_TIME offset = 0;
-    for (const char* file : {"h264_1080i.ts", "hevc_1080p.ts", "h264_1080i.ts"}) {
-        const std::vector<StreamPiece> pieces = ReadStream(file, false);
-        playback.Send(pieces, offset);
-        offset += 2016 * kMs; // whole frames of 32 ms
+// Channels and rate may change from one frame to the next under one coding.
+TEST(AudioDecoder, ChangesLeaveNoGap) {
+    struct Part {
+        std::vector<StreamPiece> pieces;
+        int samples; // at 48 kHz: whole frames
+    };
+    struct Row {
+        MediaType type;
+        Part first, then;
+    };
+    const Part surround{ReadStream("h264_1080i.ts", false), 63 * 1536};
+    const Part stereo{ReadStream("hevc_1080p.ts", false), 63 * 1536};
+    const Part eight{ReadStream("eac3_substreams.ts", false), 63 * 1536};
+    const Part lowComplexity{ReadStream("aac_adts.ts", false), 95 * 1024};
+    for (const auto& [type, first, then] :
+         {Row{Audio(MEDIASUBTYPE_DOLBY_AC3), surround, stereo},
+          {Audio(kDigitalPlus), eight, stereo},
+          {Audio(kLatm), {HighEfficiencyAac(AacFrames::kAdts, false), 48 * 2048}, lowComplexity},
+          {Audio(kLatm), {HighEfficiencyAac(AacFrames::kAdts, true), 48 * 2048}, lowComplexity}}) {
+        Playback playback(type);
+        REFERENCE_TIME offset = 0;
+        for (const Part& part : {first, then, first}) {
+            playback.Send(part.pieces, offset);
+            offset += part.samples * kUnitsPerSecond / 48'000;
+        }
+        const std::vector<std::int16_t> sound = Channel(playback.sink->Samples(), 0);
+        EXPECT_NEAR(static_cast<double>(sound.size()) / 48, 1.0 * offset / kMs, 150);
+        int quiet = 0, longest = 0; // samples
+        for (const std::int16_t sample : sound) {
+            quiet = std::abs(sample) < 500 ? quiet + 1 : 0;
+            longest = std::max(longest, quiet);
+        }
+        EXPECT_LT(longest, 50 * 48);
     }
-    const std::vector<std::int16_t> sound = Channel(playback.sink->Samples(), 0);
-    EXPECT_NEAR(static_cast<double>(sound.size()) / 48, offset / kMs, 150);
-    int quiet = 0, longest = 0; // samples
-    for (const std::int16_t sample : sound) {
-        quiet = std::abs(sample) < 500 ? quiet + 1 : 0;
-        longest = std::max(longest, quiet);
-    }
-    EXPECT_LT(longest, 50 * 48);
 }
 
 // Two languages as the channels of one stream: the first is heard, on both sides.

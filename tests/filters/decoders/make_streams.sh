@@ -26,6 +26,15 @@ stream() { # name pictures tone options...
     mv "$folder/$name.part" "$folder/$name"
 }
 
+# NAME SOUND OPTION...: an elementary stream that FFmpeg did not make, with the pictures of another.
+joined() {
+    name=$1 sound=$2
+    shift 2
+    "$ffmpeg" -v error -y -i "$folder/mpeg2_288p.ts" -i "$sound" -map 0:v -map 1:a -c copy "$@" -f mpegts "$folder/$name.part"
+    mv "$folder/$name.part" "$folder/$name"
+    rm "$sound"
+}
+
 # Standard and high definition have different colour matrices, which a stream need not tell.
 sd=out_color_matrix=bt601,format=yuv420p
 hd=out_color_matrix=bt709,format=yuv420p
@@ -61,3 +70,13 @@ stream hevc_hlg.ts "$(pictures 352 288 25 1),scale=out_color_matrix=bt2020,forma
     -x265-params log-level=none:colorprim=bt2020:transfer=arib-std-b67:colormatrix=bt2020nc
 stream hevc_1080p.ts "$(pictures 1920 1080 25 2),scale=$hd" "$(tone 48000 stereo 2)" \
     -c:v libx265 -preset ultrafast -x265-params log-level=none:keyint=25:bframes=3 -c:a eac3 -b:a 128k
+
+for rate in 32000 44100 48000; do
+    "$ffmpeg" -v error -f lavfi -i "$(tone $rate stereo 2)" -f s16le - |
+        mp2enc -v 0 -R $rate,2,16 -r $rate -l 1 -b 384 -o "$folder/layer1.mp1"
+    joined mpeg_layer_1_$rate.ts "$folder/layer1.mp1"
+done
+# FFmpeg counts the second programme's frames as well.
+"$ffmpeg" -v error -f lavfi -i "$(tone 48000 5.1 2)" -c:a eac3 -b:a 192k -f eac3 - |
+    "$(dirname "$0")/eac3_substreams.py" >"$folder/substreams.eac3"
+joined eac3_substreams.ts "$folder/substreams.eac3" -bsf:a "setts=ts=floor(N/2)*0.032/TB"
