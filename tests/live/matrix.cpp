@@ -72,15 +72,23 @@ struct Foreign {
     double soundLate = 0; // seconds that its own times put the sound behind the picture
 };
 constexpr double kMerged = -0.5; // esmerge shows pictures half a second after their time
+// The encoder of HE-AAC begins with that much of nothing.
+constexpr double kVersion1 = 0.105, kVersion2 = 0.148;
 constexpr std::array kForeign{
     Foreign{"mjpegtools.ts", 0, 0, 0},
     Foreign{"mjpegtools-576i.ts", 0, 0, 3},
     Foreign{"mjpegtools-film.ts", 0, 0, 0},
     Foreign{"mjpegtools-ac3.ts", 0, 1, 0},
+    Foreign{"mjpegtools-mp1.ts", 0, 0, 0},
     Foreign{"gst-mpeg2.ts", 0, 0, 0},
     Foreign{"gst-mpeg2-mp3.ts", 0, 0, 0},
     Foreign{"gst-x264-aac.ts", 1, 2, 1},
     Foreign{"gst-x264-ac3.ts", 1, 1, 1},
+    Foreign{"gst-x264-heaac1.ts", 1, 2, 1, kVersion1},
+    Foreign{"gst-x264-heaac2.ts", 1, 2, 1, kVersion2},
+    Foreign{"ff-x264-heaac1.ts", 1, 2, 1, kVersion1},
+    Foreign{"ff-x264-heaac2.ts", 1, 2, 1, kVersion2},
+    Foreign{"ff-x264-eac3.ts", 1, 3, 1},
     Foreign{"gst-openh264-aac.ts", 1, 2, 1},
     Foreign{"gst-x265-mp3.ts", 2, 0, 2},
     Foreign{"gst-x265-nowpp.ts", 2, 0, 2},
