@@ -177,20 +177,35 @@ TEST(AudioDecoder, OfFurtherSubstreamsChannelsAreHeardAndProgrammesAreNot) {
 // Sound behind losses and damage stands at its own time, and so does sound behind a jump of the times:
 // silence comes in between.
 TEST(AudioDecoder, DamageAndJumpsNeitherStopNorMoveIt) {
-    std::vector<StreamPiece> damaged = ReadStream("h264_1080i.ts", false, 30);
-    for (StreamPiece& piece : damaged | std::views::drop(5)) {
-        piece.data[piece.data.size() / 2] ^= 0x10;
+    struct Row {
+        MediaType type;
+        std::vector<StreamPiece> damaged, whole;
+        double hertz = kTone;
+    };
+    std::vector<StreamPiece> holes = HighEfficiencyAac(AacFrames::kLoas, true);
+    std::erase_if(holes, [&](const StreamPiece& piece) { return (&piece - holes.data()) % 5 == 3; });
+    for (auto& [type, damaged, whole, hertz] :
+         {Row{Audio(MEDIASUBTYPE_DOLBY_AC3), ReadStream("h264_1080i.ts", false, 30),
+              ReadStream("h264_1080i.ts", false)},
+          {Audio(kDigitalPlus), ReadStream("eac3_substreams.ts", false, 30),
+           ReadStream("eac3_substreams.ts", false)},
+          {Audio(kLatm), holes, HighEfficiencyAac(AacFrames::kLoas, true), kHighEfficiencyTone}}) {
+        Playback playback(type);
+        std::vector<StreamPiece> pieces = damaged;
+        for (StreamPiece& piece : pieces | std::views::drop(5)) {
+            piece.data[piece.data.size() / 2] ^= 0x10;
+        }
+        playback.Send(pieces);
+        playback.Send(whole, 2500 * kMs);
+        std::vector<SinkFilter::Sample> samples = playback.sink->Samples();
+        for (std::size_t i = 1; i < samples.size(); ++i) {
+            EXPECT_NEAR(*samples[i].time, *samples[i - 1].time + std::ssize(samples[i - 1].data) * kMs / 192,
+                        kMs);
+        }
+        EXPECT_LT(std::ranges::max(Channel(samples, 0)), 20'000) << "damage is heard";
+        std::erase_if(samples, [](const auto& sample) { return sample.time < 2600 * kMs; });
+        ExpectTone(samples, 48'000, hertz);
     }
-    Playback playback(Audio(MEDIASUBTYPE_DOLBY_AC3));
-    playback.Send(damaged);
-    playback.Send(ReadStream("h264_1080i.ts", false), 2500 * kMs);
-    std::vector<SinkFilter::Sample> samples = playback.sink->Samples();
-    for (std::size_t i = 1; i < samples.size(); ++i) {
-        EXPECT_NEAR(*samples[i].time, *samples[i - 1].time + std::ssize(samples[i - 1].data) * kMs / 192,
-                    kMs);
-    }
-    std::erase_if(samples, [](const auto& sample) { return sample.time < 2600 * kMs; });
-    ExpectTone(samples, 48'000);
 }
 
 // Channels and rate may change from one frame to the next under one coding.
