@@ -1,5 +1,6 @@
 // How long a change of programme takes in a running player, from `SetPid`, or the key of another player, to
-// the first picture on the screen and the first sound at the sink, wherever in the group of pictures it falls.
+// the first picture on the screen and the first sound at the sink, wherever in the group of pictures it
+// falls.
 //
 // usage: programme_changes BUILD STREAMS REPORT [CHANGES]      inside a session; REPORT is appended to
 #include <algorithm>

@@ -19,8 +19,8 @@ namespace vistrame {
 
 // The live source: bytes of a transport stream that a caller pushes in come out of the pin "TS Out".
 //
-// Data flow  DeliverData copies into a bounded queue and returns; a worker sends what it copied downstream, as
-//            one sample, or cut to the peer's buffers. Samples carry no times. A sample that does not
+// Data flow  DeliverData copies into a bounded queue and returns; a worker sends what it copied downstream,
+//            as one sample, or cut to the peer's buffers. Samples carry no times. A sample that does not
 //            continue the one before (data dropped here, or SendDiscontinuity) carries the discontinuity
 //            flag.
 // Threads    DeliverData and SendDiscontinuity from any thread at any time, and they never wait for anything
