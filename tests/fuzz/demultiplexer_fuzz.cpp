@@ -25,6 +25,10 @@ public:
         if (unit.pts) {
             Require(unit.pts->timeline - unit.dts->timeline == TickDifference(unit.pts->raw, unit.dts->raw));
         }
+        if (unit.data.size() % 2 == 0) { // keeps it, and leaves what it kept before
+            kept_.swap(*unit.memory);
+            unit.memory->clear();
+        }
         if (++units_ > after_) {
             units_ = 0;
             Change(unit.pid);
@@ -69,6 +73,7 @@ private:
     unsigned after_;
     unsigned units_ = 0;
     std::uint32_t segment_ = 0;
+    std::vector<std::uint8_t> kept_;
 };
 
 } // namespace
