@@ -4,7 +4,7 @@
 // usage: side_by_side BUILD STREAMS REPORT [RUNS [SECONDS [PLAYER [PART]]]]      inside a session
 //
 // Medians of RUNS (3) runs of SECONDS (15); PLAYER: those only whose name has that in it; PART: that alone of
-// "rows", "busy" and "several".
+// "rows", "heavy", "busy" and "several".
 //
 // BUILD is the product's build folder with its filters registered, STREAMS that of tests/live/make-streams.
 #include <algorithm>
@@ -26,6 +26,7 @@ struct Row {
     double rate;      // pictures per second
     double processor; // goal, seconds per second
     double memory;    // goal, megabytes
+    double shown = 1; // goal, share of the pictures
 };
 
 constexpr Row kRows[] = {
@@ -34,6 +35,12 @@ constexpr Row kRows[] = {
     {"steady-1080p25.ts", "1080p25 H.264", 25, 0.30, 220},
     {"steady-1080p50.ts", "1080p50 H.264", 50, 0.45, 230},
     {"steady-hevc1080p25.ts", "1080p25 HEVC", 25, 0.38, 220},
+};
+
+// What two cores may not manage any more: the goal is in the pictures, not in the cost.
+constexpr Row kHeavyRows[] = {
+    {"steady-hevc1080p50.ts", "1080p50 HEVC", 50, 2, 400},
+    {"steady-hevc2160p25.ts", "2160p25 HEVC", 25, 2, 800, 0.8},
 };
 
 template <class Value>
@@ -52,7 +59,7 @@ struct Charts {
     std::vector<Bar> memory;
 };
 
-void Measure(const Row& row, const std::vector<Player>& players, const std::string& streams, int runs,
+void Measure(const Row& row, std::span<const Player> players, const std::string& streams, int runs,
              double seconds, std::ofstream& report, Charts& charts) {
     report
         << "\n## " << row.what << "\n\n"
@@ -75,20 +82,21 @@ void Measure(const Row& row, const std::vector<Player>& players, const std::stri
             const double processor = Median(all, &Figures::processor);
             const double memory = Median(all, &Figures::memory);
             const int lost = Median(all, &Figures::lost);
+            const int pictures = Median(all, &Figures::pictures);
             const double hold = Median(all, &Figures::hold) * row.rate;
             std::snprintf(text, sizeof text, "| %s | %.3f | %.3f | %.0f | %d of %d | %.1f | %.2f |",
                           player.name.c_str(), processor, Median(all, &Figures::around), memory, lost,
-                          Median(all, &Figures::pictures), hold, Median(all, &Figures::firstPicture));
+                          pictures, hold, Median(all, &Figures::firstPicture));
             charts.processor.push_back({row.what, player.name, processor});
             charts.memory.push_back({row.what, player.name, memory});
             if (player.process == "vistrame.exe") {
                 char goals[300];
                 std::snprintf(goals, sizeof goals,
-                              "\n%s: processor %.2f %s; memory %.0f MiB %s; no picture lost %s; no hold "
-                              "above 2 periods %s.\n",
+                              "\n%s: processor %.2f %s; memory %.0f MiB %s; %.0f %% of the pictures seen %s; "
+                              "no hold above 2 periods %s.\n",
                               player.name.c_str(), row.processor, Verdict(processor <= row.processor),
-                              row.memory, Verdict(memory <= row.memory), Verdict(lost == 0),
-                              Verdict(hold <= 2));
+                              row.memory, Verdict(memory <= row.memory), row.shown * 100,
+                              Verdict(lost <= pictures * (1 - row.shown)), Verdict(hold <= 2));
                 verdict += goals;
             }
         }
@@ -189,6 +197,12 @@ int main(int count, char** words) {
         drawn = WriteBars(beside + "processor.svg", "Processor time of the player, seconds per second",
                           charts.processor) &&
                 WriteBars(beside + "memory.svg", "Memory of the player, MiB (PSS)", charts.memory);
+    }
+    if (part == "heavy") {
+        Charts charts;
+        for (const Row& row : kHeavyRows) {
+            Measure(row, CrowdOf(players), words[2], runs, seconds, report, charts);
+        }
     }
     if (part.empty() || part == "busy") {
         MeasureBusy(players, words[2], runs, seconds, report);
