@@ -75,16 +75,10 @@ TEST(KeptPicture, RenderersThatKeepTheirSizeGetTheStreams) {
         SCOPED_TRACE(what);
         KeptStreamOfProcess().Forget();
         PlayingGraph play;
-        EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.video->Output()));
-        EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.pictures->Input()));
-        ComPtr<IBaseFilter> renderer;
-        ASSERT_HRESULT_SUCCEEDED(CoCreateInstance(CLSID_VideoMixingRenderer9, nullptr, CLSCTX_INPROC_SERVER,
-                                                  IID_PPV_ARGS(renderer.GetAddressOf())));
-        play.graph.Add(renderer, L"VMR9");
+        const ComPtr<IPin> input = play.AddVmr9();
         Broadcast().Send(*play.feed, before);
         std::jthread sender([&, length = during] { Broadcast().Send(*play.feed, length); });
         Sleep(during == 0 ? 0 : 50);
-        const ComPtr<IPin> input = PinOf(renderer.Get(), L"VMR Input0");
         EXPECT_EQ(play.graph.Connect(&play.video->Output(), input.Get()), S_OK);
         const auto picture = ReadPictureType(play.video->Output().Type());
         ASSERT_TRUE(picture);

@@ -68,13 +68,7 @@ TEST(LostDevice, PicturesGoOnWhenItIsBack) {
     constexpr DWORD kStretch = 1000; // milliseconds of each state
     constexpr int kFew = 8;          // of its 25 pictures
     PlayingGraph play;
-    EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.video->Output()));
-    EXPECT_HRESULT_SUCCEEDED(play.graph.graph->Disconnect(&play.pictures->Input()));
-    ComPtr<IBaseFilter> renderer;
-    ASSERT_HRESULT_SUCCEEDED(CoCreateInstance(CLSID_VideoMixingRenderer9, nullptr, CLSCTX_INPROC_SERVER,
-                                              IID_PPV_ARGS(renderer.GetAddressOf())));
-    play.graph.Add(renderer, L"VMR9");
-    ASSERT_EQ(play.graph.Connect(&play.video->Output(), PinOf(renderer.Get(), L"VMR Input0").Get()), S_OK);
+    ASSERT_EQ(play.graph.Connect(&play.video->Output(), play.AddVmr9().Get()), S_OK);
     const WatchedDevices watched(GetDesktopWindow());
     play.graph.Run();
     Broadcast broadcast;

@@ -61,4 +61,13 @@ PlayingGraph::PlayingGraph() {
     EXPECT_EQ(demux->SetPids(kBroadcastVideo, kBroadcastAudio, kBroadcastVideo), S_OK);
 }
 
+ComPtr<IPin> PlayingGraph::AddVmr9() {
+    EXPECT_HRESULT_SUCCEEDED(graph.graph->Disconnect(&video->Output()));
+    EXPECT_HRESULT_SUCCEEDED(graph.graph->Disconnect(&pictures->Input()));
+    ComPtr<IBaseFilter> renderer;
+    EXPECT_HRESULT_SUCCEEDED(CoCreateInstance(CLSID_VideoMixingRenderer9, nullptr, CLSCTX_INPROC_SERVER,
+                                              IID_PPV_ARGS(renderer.GetAddressOf())));
+    return PinOf(graph.Add(renderer, L"VMR9"), L"VMR Input0");
+}
+
 } // namespace vistrame::test

@@ -44,6 +44,9 @@ private:
 struct PlayingGraph {
     PlayingGraph();
 
+    // The system's renderer instead of the sink for pictures, not connected yet; its input.
+    ComPtr<IPin> AddVmr9();
+
     TestGraph graph;
     FeedFilter* feed = graph.Add(MakeObject<FeedFilter>(), L"feed");
     KorvixDemuxFilter* demux = graph.Add(MakeObject<KorvixDemuxFilter>(), L"demux");
