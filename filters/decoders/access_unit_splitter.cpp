@@ -36,12 +36,17 @@ void AccessUnitSplitter::Feed(ByteSpan piece, std::optional<std::int64_t> time) 
         pieceTimeAt_ = pieceStart;
     }
     pieceStartsUnit_ = false;
-    Scan(pieceStart);
-    trust_ = pieceStartsUnit_ ? std::min(trust_ + 1, kTrustAfter) : 0;
-    if ((trust_ == kTrustAfter && IsWhole()) || bytes_.size() > kMaxUnitBytes) {
-        Flush();
+    try {
+        Scan(pieceStart);
+        trust_ = pieceStartsUnit_ ? std::min(trust_ + 1, kTrustAfter) : 0;
+        if ((trust_ == kTrustAfter && IsWhole()) || bytes_.size() > kMaxUnitBytes) {
+            Flush();
+        }
+        KeepRest();
+    } catch (...) {
+        Reset(); // nothing may point into the piece from here on
+        throw;
     }
-    KeepRest();
 }
 
 void AccessUnitSplitter::KeepRest() {

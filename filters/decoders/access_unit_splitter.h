@@ -27,7 +27,7 @@ struct AccessUnit {
 // Threads    none of its own, not thread-safe.
 // Ownership  copies the bytes of the unfinished unit only; the sink must not call back.
 // Errors     bytes before the first start are dropped; a unit longer than kMaxUnitBytes is given out as it
-//            is.
+//            is. What the sink throws goes on to whoever feeds, and the unfinished unit is lost.
 class AccessUnitSplitter {
 public:
     using Sink = std::function<void(const AccessUnit&)>;

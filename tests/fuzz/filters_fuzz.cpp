@@ -1,7 +1,9 @@
 // The filters' portable parts on any bytes: what cuts access units, and what keeps the last seconds. The
 // first byte chooses; then come pieces, each behind a byte that says how long it is and what else happens.
 #include <algorithm>
+#include <new>
 #include <numeric>
+#include <vector>
 
 #include "filters/decoders/access_unit_splitter.h"
 #include "filters/kept/last_picture.h"
@@ -29,16 +31,27 @@ void Split(ByteSpan bytes) {
     std::size_t in = 0;
     std::size_t out = 0;
     std::size_t sum = 0; // so that every byte really is read
+    bool fails = false;
     AccessUnitSplitter splitter(coding, [&](const AccessUnit& unit) {
         Require(!unit.data.empty());
         out += unit.data.size();
         sum = std::accumulate(unit.data.begin(), unit.data.end(), sum);
         Require(out <= in && sum <= 255 * out);
+        if (fails) {
+            throw std::bad_alloc();
+        }
     });
     while (!bytes.empty()) {
         const Piece piece = TakePiece(bytes);
         in += piece.bytes.size();
-        splitter.Feed(piece.bytes, (piece.mark & 1) != 0 ? std::optional(std::int64_t{40}) : std::nullopt);
+        fails = piece.mark == 4;
+        try {
+            const std::vector<std::uint8_t> memory(piece.bytes.begin(), piece.bytes.end()); // for the call
+            splitter.Feed(memory, (piece.mark & 1) != 0 ? std::optional(std::int64_t{40}) : std::nullopt);
+        } catch (const std::bad_alloc&) {
+            Require(fails);
+        }
+        fails = false;
         piece.mark == 6 ? splitter.Flush() : piece.mark == 7 ? splitter.Reset() : void();
     }
     splitter.Flush();
