@@ -43,16 +43,17 @@ std::vector<std::string> AddSpoils(std::string& script) {
     std::mt19937 random(kSeed);
     std::vector<std::string> done;
     for (int i = 0; i < kTimes; ++i) {
-        script += "+0 seek 1 announced\n+1 mark spoil-" + std::to_string(i) + "\n";
+        const std::string number = std::to_string(i);
+        script.append("+0 seek 1 announced\n+1 mark spoil-").append(number).append("\n");
         std::string kinds;
         for (unsigned left = 1 + random() % 2; left > 0; --left) {
             const std::string kind = kKinds[random() % std::size(kKinds)];
             const std::string seconds = std::to_string(0.3 + 0.1 * static_cast<double>(random() % 13));
-            script += "+0 spoil " + kind + "\n+" + seconds + " mark still\n";
-            kinds += " " + kind + " " + seconds.substr(0, 3);
+            script.append("+0 spoil ").append(kind).append("\n+").append(seconds).append(" mark still\n");
+            kinds.append(" ").append(kind).append(" ").append(seconds, 0, 3);
         }
-        script += "+0 spoil nothing\n+0 mark good-" + std::to_string(i) + "\n+" +
-                  std::to_string(kRecovery + kWatched) + " mark end-" + std::to_string(i) + "\n";
+        script.append("+0 spoil nothing\n+0 mark good-").append(number).append("\n+");
+        script.append(std::to_string(kRecovery + kWatched)).append(" mark end-").append(number).append("\n");
         done.push_back(kinds);
     }
     return done;

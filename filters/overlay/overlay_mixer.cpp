@@ -223,7 +223,6 @@ void OverlayMixer::Stopped() {
 
 // The worker: often at first, since the window is shown, and so erased, about when the first picture comes.
 void OverlayMixer::KeepPainted() {
-    painter_.Open();
     const auto begun = std::chrono::steady_clock::now();
     std::unique_lock lock(endLock_);
     while (painting_) {
@@ -234,8 +233,6 @@ void OverlayMixer::KeepPainted() {
             lock.lock();
         }
     }
-    lock.unlock();
-    painter_.Close();
 }
 
 // The renderer takes the stand-in when the picture is due. While paused it keeps it until the graph runs on,

@@ -34,25 +34,7 @@ void WindowPainter::Begin(HWND window) {
     window_ = window;
     next_.picture.reset();
     shown_.picture.reset();
-}
-
-void WindowPainter::Open() {
-    const std::lock_guard lock(lock_);
-    dc_ = GetDC(window_);
-    if (dc_ != nullptr) {
-        (void)SetStretchBltMode(dc_, COLORONCOLOR);
-    }
-    if (shown_.picture) {
-        Paint(WindowSize());
-    }
-}
-
-void WindowPainter::Close() {
-    const std::lock_guard lock(lock_);
-    if (dc_ != nullptr) {
-        (void)ReleaseDC(window_, dc_);
-        dc_ = nullptr;
-    }
+    asked_ = {};
 }
 
 // Under Wine the size of a window inside another process's costs four questions to its server, so it is not
@@ -60,12 +42,9 @@ void WindowPainter::Close() {
 SIZE WindowPainter::WindowSize() {
     constexpr std::chrono::milliseconds kGoodFor{100};
     const auto now = std::chrono::steady_clock::now();
-    RECT clip{};
-    const bool known = dc_ != nullptr && GetClipBox(dc_, &clip) != ERROR && EqualRect(&clip, &clip_) != FALSE;
-    if (!known || now - asked_ >= kGoodFor) {
+    if (now - asked_ >= kGoodFor) {
         RECT client{};
         size_ = GetClientRect(window_, &client) != FALSE ? SIZE{client.right, client.bottom} : SIZE{};
-        clip_ = clip;
         asked_ = now;
     }
     return size_;
@@ -109,8 +88,13 @@ void WindowPainter::Repaint(std::chrono::milliseconds age) {
 }
 
 void WindowPainter::Paint(SIZE size) {
-    if (dc_ == nullptr) {
+    auto* const dc = GetDC(window_);
+    if (dc == nullptr) {
         return;
+    }
+    if (RECT clip{}; GetClipBox(dc, &clip) == ERROR || EqualRect(&clip, &clip_) == FALSE) {
+        clip_ = clip;
+        asked_ = {}; // the next picture asks
     }
     painted_ = std::chrono::steady_clock::now();
     const PictureBuffer& picture = *shown_.picture;
@@ -122,13 +106,15 @@ void WindowPainter::Paint(SIZE size) {
     format.bmiHeader.biBitCount = static_cast<WORD>(picture.pixels.bits);
     format.bmiHeader.biCompression = BI_RGB;
     if (size.cx == picture.width && size.cy == picture.height) {
-        (void)SetDIBitsToDevice(dc_, 0, 0, static_cast<DWORD>(picture.width),
+        (void)SetDIBitsToDevice(dc, 0, 0, static_cast<DWORD>(picture.width),
                                 static_cast<DWORD>(picture.height), 0, 0, 0, static_cast<UINT>(picture.lines),
                                 shown_.pixels.data(), &format, DIB_RGB_COLORS);
     } else {
-        (void)StretchDIBits(dc_, 0, 0, size.cx, size.cy, 0, 0, picture.width, picture.height,
+        (void)SetStretchBltMode(dc, COLORONCOLOR);
+        (void)StretchDIBits(dc, 0, 0, size.cx, size.cy, 0, 0, picture.width, picture.height,
                             shown_.pixels.data(), &format, DIB_RGB_COLORS, SRCCOPY);
     }
+    (void)ReleaseDC(window_, dc);
 }
 
 } // namespace vistrame

@@ -28,10 +28,6 @@ class WindowPainter {
 public:
     // What was painted in another window is not painted any more.
     void Begin(HWND window);
-    // Around all painting, on one thread, as the system wants it of whoever takes a window's device context.
-    // A picture that comes before is painted by Open; none is behind Close.
-    void Open();
-    void Close();
     // Makes a picture ready for the window as it is now. The pixels are a whole buffer as `type` lays it out.
     void Prepare(const PictureType& type, const std::uint8_t* pixels, long bytes);
     // Puts what is ready on the screen.
@@ -51,12 +47,11 @@ private:
 
     Lock lock_; // guards what follows
     HWND window_ = nullptr;
-    HDC dc_ = nullptr; // of window_, from Open to Close
     Ready next_;
     Ready shown_;
     std::chrono::steady_clock::time_point painted_;
     SIZE size_{}; // of the window when it was asked last
-    RECT clip_{};
+    RECT clip_{}; // what of it could be painted then
     std::chrono::steady_clock::time_point asked_;
     PictureWriter writer_;
 };
