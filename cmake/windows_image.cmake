@@ -18,7 +18,9 @@ foreach(of os subsystem)
 endforeach()
 # The same sources make the same bytes, in whatever folder and whenever they are built.
 add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
-add_link_options(-static -Wl,--dynamicbase,--nxcompat,--no-insert-timestamp${version_options})
+# Pages in the file as they are in memory: Wine maps such an image and reads what is used, while another is read
+# whole at the start, debug information included, and is each process's own.
+add_link_options(-static -Wl,--dynamicbase,--nxcompat,--no-insert-timestamp,--file-alignment=4096${version_options})
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "i686")
   add_compile_options(-msse2 -mfpmath=sse -mstackrealign)
   add_link_options(-Wl,--large-address-aware)
