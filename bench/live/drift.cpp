@@ -1,6 +1,6 @@
-// Plays a sender whose clock runs off from this machine's for three minutes, and tells how far sound and
-// picture were apart, how much the delay to the sender moved, and whether anything was cut. To be run inside
-// a session (tools/wine-session) on a machine that does nothing else.
+// Plays a sender whose clock runs off from this machine's, and tells how far sound and picture were apart,
+// how much the delay to the sender moved, and whether anything was cut. To be run inside a session
+// (tools/wine-session) on a machine that does nothing else.
 //
 // usage: live_drift BUILD STREAMS [ROW]
 //
@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <span>
 #include <string>
 #include <vector>
@@ -19,24 +20,33 @@
 namespace vistrame::live {
 namespace {
 
-constexpr double kWatched = 180;
 constexpr double kBegun = 3; // seconds after the first picture that do not count
 constexpr double kPicture = 0.04;
 constexpr double kLipSync = 0.040;
 constexpr double kLongestGap = 0.020; // of the sound
 constexpr int kNumbers = 4096;        // from there on the pictures' Gray code counts down again
+constexpr double kStep = 0.010;       // between two parts of kPart; what moves less was not at once
+constexpr double kPart = 10;
 
 struct Row {
     int ppm;
     const char* korvix;
-    const char* clock;
+    const char* clock; // who makes the graph's: 0 the graph itself, 1 demultiplexer, 2 sound renderer, 3 feed
+    double seconds;
 };
 constexpr Row kRows[] = {
-    {300, "KorvixCodec=0", "0"},
-    {-300, "KorvixCodec=0", "0"},
-    {300, "KorvixCodec=1", "1"},
-    {-300, "KorvixCodec=1", "1"},
+    {300, "KorvixCodec=0", "0", 1200}, {-300, "KorvixCodec=1", "1", 1200}, {300, "KorvixCodec=1", "2", 180},
+    {-300, "KorvixCodec=0", "3", 180}, {1000, "KorvixCodec=0", "1", 180},  {-1000, "KorvixCodec=1", "0", 180},
+    {1000, "KorvixCodec=1", "3", 180}, {-1000, "KorvixCodec=0", "2", 180},
 };
+
+// The picture that a number of the code is, which is the one nearest to the last.
+int PictureBehind(int before, int number) {
+    constexpr int kPeriod = 2 * kNumbers;
+    const int up = before + (number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
+    const int down = before + (kPeriod - 1 - number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
+    return std::abs(up - before) < std::abs(down - before) ? up : down;
+}
 
 // When each picture was shown after its sender's time, up to a constant; the mean of each second, since
 // single looks at the screen come late.
@@ -52,8 +62,7 @@ std::vector<double> Delays(const ProgrammeRun& run, double begin, double end, in
             continue;
         }
         last = look.number;
-        const int mirrored = 2 * kNumbers - 1 - last;
-        picture = std::abs(mirrored - picture) < std::abs(last - picture) ? mirrored : last;
+        picture = PictureBehind(picture, look.number);
         if (when >= second + 1 && count > 0) {
             means.push_back(sum / count);
             sum = count = 0;
@@ -65,25 +74,53 @@ std::vector<double> Delays(const ProgrammeRun& run, double begin, double end, in
     return means;
 }
 
+// How the sound's distance from the picture moved: at once, and all the rest of it.
+struct Movement {
+    int steps = 0;
+    double stepped = 0; // seconds, all steps together
+    double drifted = 0;
+};
+
+Movement FindMovement(std::span<const LipSync> pairs) {
+    Movement movement;
+    std::vector<double> part;
+    double before = std::nan("");
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        part.push_back(pairs[i].soundLate);
+        if (i + 1 < pairs.size() && pairs[i + 1].time - pairs[i - part.size() + 1].time < kPart) {
+            continue;
+        }
+        std::ranges::sort(part);
+        const double middle = part[part.size() / 2];
+        const double moved = std::isnan(before) ? 0 : middle - before;
+        const bool step = std::abs(moved) > kStep;
+        movement.steps += step ? 1 : 0;
+        (step ? movement.stepped : movement.drifted) += moved;
+        before = middle;
+        part.clear();
+    }
+    return movement;
+}
+
 bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
     const std::string script = "+0 play 1\n+0 wait picture 20\n+" + std::to_string(kBegun) +
-                               " mark begin\n+" + std::to_string(kWatched) + " mark end\n+0 quit\n";
+                               " mark begin\n+" + std::to_string(row.seconds) + " mark end\n+0 quit\n";
     const ProgrammeRun run =
         RunScript(where, sound,
                   {"--set", "UseVMR9=0", "--set", "AudioUnmuteMsec=0", "--set", row.korvix, "--clock-source",
                    row.clock, "--clock-ppm", std::to_string(row.ppm)},
-                  script, "drift.ts", kWatched + 60);
+                  script, "drift.ts", row.seconds + 60);
     const double begin = run.Time("mark begin");
     const double end = run.Time("mark end");
     std::vector<double> late;
-    for (const LipSync& pair : LipSyncs(run, begin, end)) {
-        late.push_back(pair.soundLate);
-    }
+    const std::vector<LipSync> pairs = LipSyncs(run, begin, end);
+    std::ranges::transform(pairs, std::back_inserter(late), &LipSync::soundLate);
     const std::vector<double> delays = Delays(run, begin, end, row.ppm);
     if (!run.failure.empty() || late.empty() || delays.empty()) {
         std::printf("%+d ppm: WRONG: %s\n", row.ppm, run.failure.c_str());
         return false;
     }
+    const Movement movement = FindMovement(pairs);
     std::ranges::sort(late);
     const auto [least, most] = std::ranges::minmax(delays);
     const Silence silence = FindSilence(run.sound.Cut(begin, end), kLongestGap);
@@ -91,10 +128,12 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
     const bool right = std::max(std::abs(late.front()), std::abs(late.back())) <= kLipSync &&
                        most - least <= kPicture && silence.gaps == 0;
     std::printf(
-        "%+d ppm, %s, clock %s: sound %.0f to %.0f ms behind the picture, middle %.0f, of %zu; delay moved "
-        "by %.0f ms; silences %d, longest picture %.0f ms, lost %d; %s\n",
-        row.ppm, row.korvix, row.clock, late.front() * 1000, late.back() * 1000, late[late.size() / 2] * 1000,
-        late.size(), (most - least) * 1000, silence.gaps, shown.longestHold * 1000, shown.lost,
+        "%+d ppm, %s, clock %s, %.0f s: sound %.0f to %.0f ms behind the picture, middle %.0f, of %zu, moved "
+        "%.0f ms in %d steps and %.0f ms without; delay moved by %.0f ms; silences %d, longest picture %.0f "
+        "ms, lost %d; %s\n",
+        row.ppm, row.korvix, row.clock, row.seconds, late.front() * 1000, late.back() * 1000,
+        late[late.size() / 2] * 1000, late.size(), movement.stepped * 1000, movement.steps,
+        movement.drifted * 1000, (most - least) * 1000, silence.gaps, shown.longestHold * 1000, shown.lost,
         right ? "ok" : "WRONG");
     std::fflush(stdout);
     return right;
