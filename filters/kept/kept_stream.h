@@ -1,11 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "transport/packet_cutter.h"
@@ -64,6 +66,19 @@ private:
     bool continues_ = false;                  // the next packet, the one before
     Clock::time_point now_;                   // of the bytes under way
 };
+
+// Blocks of a snapshot that follow each other.
+using KeptBlocks = std::span<const std::shared_ptr<const KeptStream::Block>>;
+
+// Looks for something in the newest blocks, then among twice as many, until `search` says that it is enough.
+template <class Search>
+void SearchNewest(const KeptStream::Snapshot& kept, Search search) {
+    const KeptBlocks all(kept);
+    bool enough = false;
+    for (std::size_t blocks = 4, before = 0; before < all.size() && !enough; before = blocks, blocks *= 2) {
+        enough = search(all.last(std::min(blocks, all.size())));
+    }
+}
 
 // The one of this process, which all feed filters write to.
 KeptStream& KeptStreamOfProcess();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <span>
 
 #include "transport/picture_headers.h"
 #include "transport/programme_table.h"
@@ -10,10 +9,8 @@
 namespace vistrame {
 namespace {
 
-using Blocks = std::span<const std::shared_ptr<const KeptStream::Block>>;
-
 template <class Visit>
-void ForEachPacket(Blocks blocks, Visit visit) {
+void ForEachPacket(KeptBlocks blocks, Visit visit) {
     for (const auto& block : blocks) {
         for (ByteSpan left = block->packets; left.size() >= kPacketSize; left = left.subspan(kPacketSize)) {
             visit(PacketView(left.first<kPacketSize>()));
@@ -21,7 +18,7 @@ void ForEachPacket(Blocks blocks, Visit visit) {
     }
 }
 
-LargestPicture Search(Blocks blocks, Coding coding) {
+LargestPicture Search(KeptBlocks blocks, Coding coding) {
     ProgrammeTable tables;
     ForEachPacket(blocks, [&](const PacketView& packet) {
         if (tables.Wants(packet.PacketId())) {
@@ -56,12 +53,11 @@ LargestPicture Search(Blocks blocks, Coding coding) {
 } // namespace
 
 std::optional<LargestPicture> FindLargestPicture(const KeptStream::Snapshot& kept, Coding coding) {
-    const Blocks all(kept);
     LargestPicture found;
-    for (std::size_t blocks = 4, before = 0; before < all.size() && !found.certain;
-         before = blocks, blocks *= 2) {
-        found = Search(all.last(std::min(blocks, all.size())), coding);
-    }
+    SearchNewest(kept, [&](KeptBlocks blocks) {
+        found = Search(blocks, coding);
+        return found.certain;
+    });
     return found.width == 0 ? std::nullopt : std::optional(found);
 }
 

@@ -1,7 +1,5 @@
 #include "filters/kept/last_picture.h"
 
-#include <algorithm>
-#include <span>
 #include <utility>
 
 #include "transport/access_unit.h"
@@ -34,8 +32,7 @@ private:
     bool secondDue_ = false;
 };
 
-std::optional<LastPicture> Search(std::span<const std::shared_ptr<const KeptStream::Block>> blocks, Pid pid,
-                                  Coding coding) {
+std::optional<LastPicture> Search(KeptBlocks blocks, Pid pid, Coding coding) {
     Finder finder(coding);
     StreamDemultiplexer demultiplexer(finder);
     demultiplexer.EarlyUnits(false); // a unit comes when the next begins, and then it is whole
@@ -52,13 +49,12 @@ std::optional<LastPicture> Search(std::span<const std::shared_ptr<const KeptStre
 } // namespace
 
 std::optional<LastPicture> FindLastPicture(const KeptStream::Snapshot& kept, Pid pid, Coding coding) {
-    const std::span all(kept);
-    for (std::size_t blocks = 4, before = 0; before < all.size(); before = blocks, blocks *= 2) {
-        if (auto found = Search(all.last(std::min(blocks, all.size())), pid, coding)) {
-            return found;
-        }
-    }
-    return std::nullopt;
+    std::optional<LastPicture> found;
+    SearchNewest(kept, [&](KeptBlocks blocks) {
+        found = Search(blocks, pid, coding);
+        return found.has_value();
+    });
+    return found;
 }
 
 } // namespace vistrame
