@@ -13,11 +13,13 @@ constexpr long kFadeStart = -4000;
 constexpr long kFadeStep = 100;
 constexpr DWORD kFadeStepMsec = 40;
 
-// One reading of the shared volume is both the check and the call, so a rebuild in between does no harm.
+// One reading of the shared volume is both the check and the call, so a rebuild in between does no harm; the
+// lock keeps the renderer in one piece meanwhile.
 // Returns whether there was a renderer.
 bool SetVolume(long level) {
     const auto volume = AudioVolume();
     if (volume != nullptr) {
+        const std::lock_guard lock(VolumeLock);
         (void)volume->put_Volume(level); // a renderer that refuses one step may take the next
     }
     return volume != nullptr;

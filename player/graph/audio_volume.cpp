@@ -19,6 +19,7 @@ void PinModuleOf(IUnknown* object) {
 } // namespace
 
 std::atomic<long> TargetVolume = 0;
+std::mutex VolumeLock;
 
 std::shared_ptr<IBasicAudio> AudioVolume() {
     return Current->load();

@@ -1,5 +1,7 @@
 // The sound: DirectSound renderer, its volume, and the way there from the demultiplexer.
 
+#include <mutex>
+
 #include "contract/launch_line.h"
 #include "player/app/launch_fields.h"
 #include "player/graph/audio_volume.h"
@@ -42,6 +44,7 @@ void GraphBuild::MakeAudioOutput() {
 }
 
 void GraphBuild::ConnectAudio() {
+    const std::lock_guard lock(VolumeLock); // an earlier graph's fade-in has this renderer already
     if (AudioType == kAudioTypeMpeg) {
         wiring_.Connect(player_.audioOutPin, GetPinByDirection(player_.audioDecoder, PINDIR_INPUT, 0));
         wiring_.Connect(GetPinByDirection(player_.audioDecoder, PINDIR_OUTPUT, 0),

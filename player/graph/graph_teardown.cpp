@@ -2,8 +2,10 @@
 // interface under the lock that the pipe reader delivers under.
 
 #include <climits>
+#include <mutex>
 #include <utility>
 
+#include "player/graph/audio_volume.h"
 #include "player/graph/feed_lock.h"
 #include "player/graph/player_graph.h"
 
@@ -61,6 +63,7 @@ void PlayerGraph::ReleaseGraph() {
     }
     if (graph) {
         KeepClockAwake(*graph.Get());
+        const std::lock_guard lock(VolumeLock); // waits for a fade-in's step
         RemoveAllFilters(*graph.Get());
     }
 

@@ -118,6 +118,7 @@ HRESULT RecordingPlatform::Create(const std::string& name, const Furnish& furnis
     }
     journal.Add("create " + name);
     FakeObject& object = AddObject(name);
+    object.during = during;
     furnish(object);
     for (const auto& [holder, missing] : withheld) {
         if (holder == name) {

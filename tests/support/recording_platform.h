@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -43,6 +44,7 @@ public:
     std::set<std::string> missingPins;                        // "filter/pin"
     std::map<std::string, std::vector<MapperEntry>> mappings; // what the mapper finds, by "video" and "audio"
     long volume = 0;                                          // of the sound renderer
+    std::function<void(const std::string& line)> during;      // inside each call of what is made from now on
 
     // "name count" of everything still referenced, in order of creation.
     [[nodiscard]] Lines References() const;

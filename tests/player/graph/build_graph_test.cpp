@@ -3,14 +3,17 @@
 
 #include "tests/player/graph/build_fixture.h"
 
+#include <atomic>
 #include <functional>
 #include <set>
 
 #include <gmock/gmock.h>
 
+#include "player/graph/audio_unmute.h"
 #include "player/graph/audio_volume.h"
 #include "player/graph/com.h"
 #include "player/graph/overlay_surface.h"
+#include "tests/support/playback_fakes.h"
 
 namespace {
 
@@ -226,6 +229,39 @@ TEST(BuildGraph, NoSoundIsShownAndNotFatal) {
         Matching(fixture.Calls(), {"sound", "Audio Out"}),
         ElementsAre("cannot create sound", "demux.CreateOutputPin(\"Audio Out\", audio/MPEG WAVEFORMATEX 40)",
                     "graph.ConnectDirect(demux/Audio Out, audio decoder/XForm In, no type)"));
+}
+
+// Wine's renderer has no lock of its own for its sound buffer.
+TEST(BuildGraph, NoFadeInSetsTheVolumeWhileTheRendererIsConnectedOrTakenApart) {
+    BuildFixture fixture;
+    fixture.platform.volume = -3500; // some steps of a fade-in
+    Journal levels;
+    FakeVolume volume(levels);
+    std::atomic<int> inside = 0; // the renderer, at the same time
+    std::atomic<bool> together = false;
+    const auto callRenderer = [&] {
+        if (++inside > 1) {
+            together = true;
+        }
+        Sleep(60);
+        --inside;
+    };
+    volume.onLevel = [&](long) { callRenderer(); };
+    fixture.platform.during = [&](const std::string& call) {
+        if (call.find("RemoveFilter(sound)") != call.npos || call.find(", sound/") != call.npos) {
+            callRenderer();
+        } else if (call.find("(demux/Audio Out") != call.npos) { // the connection before
+            volume.Use();
+            StartAudioUnmute(0);
+            Sleep(30);
+        }
+    };
+    ASSERT_EQ(fixture.Build(), 1);
+    fixture.player.ReleaseGraph();
+    EXPECT_GE(levels.TakeWhen(7).size(), 7U);
+    EXPECT_FALSE(together);
+    SetAudioVolume(nullptr);
+    EXPECT_TRUE(PumpUntil([&] { return volume.references == 0; }, 5000));
 }
 
 TEST(BuildGraph, EachFailureSaysWhatItIsAndLeavesNothingBehind) {
