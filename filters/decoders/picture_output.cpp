@@ -20,6 +20,8 @@ constexpr REFERENCE_TIME kVeryLate = kUnitsPerSecond;
 constexpr REFERENCE_TIME kInTime = 40 * kUnitsPerMillisecond;
 // Even then something moves on the screen this often.
 constexpr REFERENCE_TIME kLongestFreeze = 250 * kUnitsPerMillisecond;
+// A picture that belongs so much before the one ahead of it shows that the time of that was damaged.
+constexpr REFERENCE_TIME kFarBefore = 300 * kUnitsPerMillisecond;
 
 } // namespace
 
@@ -60,6 +62,7 @@ void PictureOutput::Start() {
     started_ = true;
     skip_ = VideoSkip::kNothing;
     lastShown_ = -kUnitsPerSecond;
+    lastHanded_.reset();
     queue_.Start([this](ComPtr<IMediaSample>& sample) { (void)pin_.Deliver(sample.Get()); },
                  [this] { return ShowHeld(); });
 }
@@ -100,6 +103,7 @@ void PictureOutput::Flush() {
     queue_.WaitIdle();
     deinterlacer_.Reset();
     fieldRate_.Restart();
+    lastHanded_.reset();
     discontinuity_ = true;
 }
 
@@ -149,6 +153,7 @@ void PictureOutput::KeepStill(const Picture& picture) {
 
 void PictureOutput::Show(const Picture& decoded) {
     const Picture& picture = mapper_.Map(decoded);
+    DropWhatWaits(picture.start);
     Agree(picture);
     ComPtr<IMediaSample> sample;
     BYTE* buffer = nullptr;
@@ -171,6 +176,23 @@ void PictureOutput::Show(const Picture& decoded) {
         (void)queue_.TryPush(ComPtr<IMediaSample>(sample), 1);
     }
     (void)queue_.TryPush(std::move(sample), 1); // refused when stopping
+}
+
+// The renderer would let a picture of a damaged time stand until then, and all the others behind it.
+void PictureOutput::DropWhatWaits(std::optional<REFERENCE_TIME> start) {
+    REFERENCE_TIME now = 0;
+    const bool waits = start && lastHanded_ && *lastHanded_ - *start > kFarBefore &&
+                       filter_.StreamTime(&now) && *lastHanded_ - now > kFarBefore;
+    lastHanded_ = start ? start : lastHanded_;
+    if (!waits) {
+        return;
+    }
+    Trace(filter_, ": a picture was far ahead of its time; what waits is dropped");
+    (void)pin_.DeliverBeginFlush(); // frees the worker; a renderer that cannot shows it at that time
+    queue_.Clear();
+    queue_.WaitIdle();
+    (void)pin_.DeliverEndFlush();
+    discontinuity_ = true;
 }
 
 VideoSkip PictureOutput::WantedSkip(std::optional<REFERENCE_TIME> data) {

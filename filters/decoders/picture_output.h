@@ -84,6 +84,7 @@ private:
     bool ShowHeld();
     void HandOver(const Picture& picture);
     void Show(const Picture& decoded);
+    void DropWhatWaits(std::optional<REFERENCE_TIME> start);
     bool IsTooLate(const Picture& picture);
     void Agree(const Picture& picture);
     void KeepStill(const Picture& picture);
@@ -108,6 +109,7 @@ private:
     bool discontinuity_ = true;
     VideoSkip skip_ = VideoSkip::kNothing;
     REFERENCE_TIME lastShown_ = 0;
+    std::optional<REFERENCE_TIME> lastHanded_; // start of the last picture in the queue
 };
 
 } // namespace vistrame

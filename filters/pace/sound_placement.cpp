@@ -58,7 +58,9 @@ SoundPlacement::Placement SoundPlacement::Place(std::int64_t count, int rate,
     Placement placement{.start = Expected(rate), .off = off};
     counted_ += count;
     const bool longGap = rendered_ && placement.start - *rendered_ > kFilled;
-    if (rendered_ && ((now && *rendered_ < *now) || longGap)) {
+    const bool waits = rendered_ && now && *rendered_ - placement.start > kFarBefore &&
+                       placement.start >= EarliestOfEmpty(now);
+    if (rendered_ && ((now && *rendered_ < *now) || longGap || waits)) {
         rendered_.reset();
         stale_ = true;
     }

@@ -21,7 +21,7 @@ namespace vistrame {
 // - The device is still starting then: what it gets first can stay up to 0.07 s late.
 // Therefore sound that is late, overlaps or belongs to the first moments of a run is left out here, and gaps
 // are filled with silence. Times then matter only to a renderer that is empty: at the start, and after a
-// flush, when it has run dry or a gap is very long.
+// flush, when it has run dry, a gap is very long, or what it has was given a damaged time far ahead.
 //
 // Units      100 ns of stream time; frames (a sample of each channel).
 // Threads    none of its own: one instance per stream, used under the filter's stream lock.
@@ -34,6 +34,8 @@ public:
     static constexpr std::int64_t kFilled = kUnitsPerSecond;
     // What the renderer needs to begin in time: its write-ahead and a thread's turn.
     static constexpr std::int64_t kLead = ReferenceFromMilliseconds(20);
+    // Sound that belongs so much before what the renderer has shows that the time of that was damaged.
+    static constexpr std::int64_t kFarBefore = ReferenceFromMilliseconds(300);
     // Stream time of the earliest sound that is played, once the device runs evenly (seen under Wine).
     static constexpr std::int64_t kBeginning = ReferenceFromMilliseconds(60);
 

@@ -388,6 +388,24 @@ TEST(VideoDecoder, StopsWhileRendererAndQueueAreFull) {
     EXPECT_LT(sent, pieces.size());
 }
 
+// The renderer waits for the damaged time; the pictures behind it need not.
+TEST(VideoDecoder, APictureOfADamagedTimeDoesNotHoldUpTheOthers) {
+    std::vector<StreamPiece> pieces = ReadStream("mpeg2_576i.ts", true);
+    Playback playback(kMpeg2, {}, true);
+    playback.Send({pieces.begin(), pieces.begin() + 12}, kHour);
+    const std::size_t before = playback.sink->Count();
+    pieces.erase(pieces.begin(), pieces.begin() + 12);
+    ASSERT_TRUE(pieces[0].time);
+    *pieces[0].time += 2000 * kMs;
+    playback.sink->Block(true);
+    std::thread stream([&] { playback.Send(pieces, kHour); });
+    EXPECT_TRUE(WaitUntil([&] { return playback.sink->Seen().flushes == 1; }));
+    playback.sink->Block(false);
+    stream.join();
+    playback.Finish();
+    EXPECT_GE(playback.sink->Count(), before + 2 * pieces.size() - 8); // fields; those that waited are lost
+}
+
 TEST(VideoDecoder, AfterAFlushItBeginsAnew) {
     const std::vector<StreamPiece> pieces = ReadStream("mpeg2_576i.ts", true);
     Playback playback(kMpeg2);

@@ -41,6 +41,7 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
         int moved;      // ms: the times jump by that after a second
         int lead;       // ms: from then on
         int playedFrom; // ms: how much of the second part at least, behind the first that may be left out
+        int damage = 0; // ms: of the first time then, and of that alone
     };
     const Row rows[] = {
         {"runs on", 0, 200, 0},
@@ -51,6 +52,8 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
         {"nearly dry", 0, 30, 0},
         {"pause", 800, 200, 0},
         {"longer than the renderer's buffer", 3000, 200, 0},
+        {"a damaged time, far ahead", 0, 200, 24, 1500},
+        {"a damaged time, far behind", 0, 200, 24, -1500},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -60,8 +63,9 @@ TEST(SoundPlacement, WhatIsHeardIsHeardAtItsTime) {
         std::int64_t played = 0;       // of the second part
         for (int i = 0; i < 90; ++i) {
             const bool second = i >= 40;
-            const std::int64_t time = (i * 24 - 100 + (second ? row.moved : 0)) * kMs - 7;
-            now = std::max(now, time - (second ? row.lead : 200) * kMs); // when the decoder has it
+            const std::int64_t belongs = (i * 24 - 100 + (second ? row.moved : 0)) * kMs - 7;
+            const std::int64_t time = belongs + (i == 40 ? row.damage : 0) * kMs;
+            now = std::max(now, belongs - (second ? row.lead : 200) * kMs); // when the decoder has it
             const auto place = placement.Place(kCount, kRate, time, now);
             if (place.skipped == kCount) {
                 continue;
