@@ -1,9 +1,9 @@
-// Global new and delete for hunting what uses memory after its delete, or past its end: linked into the programs
-// by the option VISTRAME_GUARDED_HEAP (docs/debugging.md) and never shipped.
+// Global new and delete for hunting what uses memory after its delete, or past its end: linked into the
+// programs by the option VISTRAME_GUARDED_HEAP (docs/debugging.md) and never shipped.
 //
-// Each object has pages of its own, so that its end touches a page that cannot be accessed, and its delete takes
-// the pages away; the address comes round again after some two million more. Whoever touches it until then
-// faults at the very place. New memory is filled, so that a member without a value shows, too.
+// Each object has pages of its own, so that its end touches a page that cannot be accessed, and its delete
+// takes the pages away; the address comes round again after some two million more. Whoever touches it until
+// then faults at the very place. New memory is filled, so that a member without a value shows, too.
 //
 // What is larger than kLargest, above all pictures, is the C heap's, and so is what libraries in C allocate.
 #include <atomic>

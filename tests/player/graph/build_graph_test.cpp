@@ -248,9 +248,10 @@ TEST(BuildGraph, NoFadeInSetsTheVolumeWhileTheRendererIsConnectedOrTakenApart) {
     };
     volume.onLevel = [&](long) { callRenderer(); };
     fixture.platform.during = [&](const std::string& call) {
-        if (call.find("RemoveFilter(sound)") != call.npos || call.find(", sound/") != call.npos) {
+        if (call.find("RemoveFilter(sound)") != std::string::npos ||
+            call.find(", sound/") != std::string::npos) {
             callRenderer();
-        } else if (call.find("(demux/Audio Out") != call.npos) { // the connection before
+        } else if (call.find("(demux/Audio Out") != std::string::npos) { // the connection before
             volume.Use();
             StartAudioUnmute(0);
             Sleep(30);
