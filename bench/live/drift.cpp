@@ -44,7 +44,8 @@ constexpr Row kRows[] = {
 int PictureBehind(int before, int number) {
     constexpr int kPeriod = 2 * kNumbers;
     const int up = before + (number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
-    const int down = before + (kPeriod - 1 - number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
+    const int down =
+        before + (kPeriod - 1 - number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
     return std::abs(up - before) < std::abs(down - before) ? up : down;
 }
 
