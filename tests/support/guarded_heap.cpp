@@ -18,14 +18,14 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kPages = std::size_t{1} << 22; // 16 GB of addresses: a 64-bit process's
-constexpr std::size_t kLargest = 64 * 1024;
+constexpr std::size_t kLargest = std::size_t{64} * 1024;
 constexpr int kFill = 0xCD;
 
 // Usable before any constructor has run, as the first new may come from one.
 constinit SRWLOCK TheLock = SRWLOCK_INIT; // guards what follows
 constinit char* Base = nullptr;
-constinit std::size_t Next = 0;                     // page that is handed out next, unless it is in use
-constinit std::atomic<unsigned char> Taken[kPages]; // by the object that begins at this page; 0: none does
+constinit std::size_t Next = 0;           // page that is handed out next, unless it is in use
+std::atomic<unsigned char> Taken[kPages]; // by the object that begins at this page; 0: none does
 
 // The first of `pages` pages and of one behind them that nobody has.
 char* TakePages(std::size_t pages) {
