@@ -7,8 +7,46 @@ source_package ffmpeg
 decoders=mpeg1video,mpeg2video,h264,hevc,mp1,mp1float,mp2,mp2float,mp3,mp3float,ac3,ac3_fixed,eac3,aac,aac_fixed,aac_latm
 parsers=mpegvideo,mpegaudio,h264,hevc,ac3,aac,aac_latm
 bsfs=h264_mp4toannexb,hevc_mp4toannexb,extract_extradata,aac_adtstoasc,null
+
+# In 32 bits FFmpeg has no assembler for most of HEVC: motion compensation, large transforms and luma deblocking are
+# C, and its configuration switches the vectoriser off. So that C is vectorised, for this one decoder, and compiled
+# a second time for processors with AVX2, which hevcdsp_choice.c asks for. -mstackrealign because Windows' 32-bit stacks
+# are aligned to 4 bytes, and not every function of FFmpeg that a caller reaches aligns its own; the flags are those of
+# cmake/windows_image.cmake. What it brings: docs/performance.md.
+vectorised_hevc() {
+    cat >src/libavcodec/x86/hevcdsp_avx2.c <<'END'
+#define ff_hevc_dsp_init ff_hevc_dsp_init_avx2
+#define ff_hevc_epel_filters ff_hevc_epel_filters_avx2
+#define ff_hevc_qpel_filters ff_hevc_qpel_filters_avx2
+#include "libavcodec/hevcdsp.c"
+END
+    cat >src/libavcodec/x86/hevcdsp_choice.c <<'END'
+#include "libavutil/cpu.h"
+#include "libavcodec/hevcdsp.h"
+void ff_hevc_dsp_init_sse2(HEVCDSPContext *functions, int bit_depth);
+void ff_hevc_dsp_init_avx2(HEVCDSPContext *functions, int bit_depth);
+void ff_hevc_dsp_init(HEVCDSPContext *functions, int bit_depth)
+{
+    if (av_get_cpu_flags() & AV_CPU_FLAG_AVX2)
+        ff_hevc_dsp_init_avx2(functions, bit_depth);
+    else
+        ff_hevc_dsp_init_sse2(functions, bit_depth);
+}
+END
+    cat >>src/libavcodec/x86/Makefile <<'END'
+
+OBJS-$(CONFIG_HEVC_DECODER) += x86/hevcdsp_avx2.o x86/hevcdsp_choice.o
+libavcodec/hevcdsp.o: CFLAGS += -ftree-vectorize -Dff_hevc_dsp_init=ff_hevc_dsp_init_sse2
+libavcodec/x86/hevcdsp_avx2.o: CFLAGS += -ftree-vectorize -mavx2
+libavcodec/hevcpred.o: CFLAGS += -ftree-vectorize
+END
+}
+
 machine=(--arch=x86_64)
-[ "$cpu" != i686 ] || machine=(--arch=x86 --cpu=i686)
+if [ "$cpu" = i686 ]; then
+    machine=(--arch=x86 --cpu=i686 --extra-cflags="-msse2 -mfpmath=sse -mstackrealign")
+    vectorised_hevc
+fi
 doing "FFmpeg: configuring"
 mkdir build
 cd build
