@@ -40,13 +40,17 @@ constexpr Row kRows[] = {
     {1000, "KorvixCodec=1", "3", 180}, {-1000, "KorvixCodec=0", "2", 180},
 };
 
-// The picture that a number of the code is, which is the one nearest to the last.
+// The picture that a number of the code is: the one nearest to the next. Two numbers follow each other where
+// the code turns.
 int PictureBehind(int before, int number) {
     constexpr int kPeriod = 2 * kNumbers;
-    const int up = before + (number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
-    const int down =
-        before + (kPeriod - 1 - number - before % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
-    return std::abs(up - before) < std::abs(down - before) ? up : down;
+    const int next = before + 1;
+    const auto nearest = [&](int place) {
+        return next + (place - next % kPeriod + kPeriod + kNumbers) % kPeriod - kNumbers;
+    };
+    const int up = nearest(number);
+    const int down = nearest(kPeriod - 1 - number);
+    return std::abs(up - next) < std::abs(down - next) ? up : down;
 }
 
 // When each picture was shown after its sender's time, up to a constant; the mean of each second, since
