@@ -204,7 +204,8 @@ bool AudioDecoderFilter::ClockIsTheRenderers() const {
     }
     const ComPtr<IReferenceClock> graphs = Clock();
     return graphs != nullptr && SUCCEEDED(graphs.As(&clock)) && SUCCEEDED(clock.As(&owner)) &&
-           owner == renderer;
+           owner.Get() ==
+               renderer.Get(); // compared themselves, two of them are equal as soon as both are set
 }
 
 // In pieces that fit the buffers. When the last of it ends.

@@ -6,6 +6,7 @@
 #include <windows.h>
 #include <mmreg.h>
 
+#include "filters/base/reference_clock.h"
 #include "filters/decoders/audio_decoder_filter.h"
 #include "filters/decoders/sound_limiter.h"
 #include "filters/pace/sound_placement.h"
@@ -108,6 +109,20 @@ void ExpectToneAtItsTime(const std::vector<SinkFilter::Sample>& samples, int rat
               60 + 1.0 * SoundPlacement::kBeginning / kMs); // where a run's first moments are left out
     ExpectTone(samples, rate, hertz);
 }
+
+// Half as fast as the system's.
+class SlowClock final : public ClockEngine {
+public:
+    ~SlowClock() override { Shutdown(); }
+    REFERENCE_TIME Now() override { return SystemTime() / 2; }
+};
+
+class SinkWithClock final : public WithReferenceClock<SinkFilter> {
+private:
+    ClockEngine& Engine() override { return clock_; }
+
+    SlowClock clock_;
+};
 
 } // namespace
 
@@ -254,6 +269,40 @@ TEST(AudioDecoder, OfDualMonoTheFirstIsHeardOnBothSides) {
 }
 
 // What adds up to more than there is room for is turned down, not cut off.
+// A sound device plays by the system's time, except where it is the graph's clock itself.
+TEST(AudioDecoder, FollowsTheDeviceWhoeverHasTheClock) {
+    constexpr REFERENCE_TIME kSent = 1500 * kMs;
+    for (const bool clockIsRenderers : {true, false}) {
+        DecoderFixture<AudioDecoderFilter, SinkWithClock> playback;
+        ComPtr<IMediaFilter> graph;
+        ASSERT_EQ(playback.graph.graph.As(&graph), S_OK);
+        IReferenceClock* const others = playback.graph.Add(MakeObject<SinkWithClock>(), L"clock");
+        playback.Connect(Audio(MEDIASUBTYPE_MPEG2_AUDIO));
+        ASSERT_EQ(graph->SetSyncSource(clockIsRenderers ? playback.sink : others), S_OK);
+        playback.graph.Run();
+        const REFERENCE_TIME begin = SystemTime();
+        for (const StreamPiece& piece : ReadStream("mpeg2_576i.ts", false)) { // as a live stream, 0.2 s ahead
+            if (piece.time.value_or(0) > kSent) {
+                break;
+            }
+            while ((SystemTime() - begin) / 2 < piece.time.value_or(0) - 200 * kMs) {
+                Sleep(1);
+            }
+            playback.Send({piece}, 60 * kMs);
+        }
+        REFERENCE_TIME played = 0;
+        for (const SinkFilter::Sample& sample : playback.sink->Samples()) {
+            played += static_cast<REFERENCE_TIME>(sample.data.size() / 4) * kUnitsPerSecond / 48'000;
+        }
+        const auto more = static_cast<double>((played - kSent) / kMs);
+        if (clockIsRenderers) {
+            EXPECT_NEAR(more, 0, 150); // pieces are as long as that
+        } else {
+            EXPECT_GT(more, 250) << "the device runs dry";
+        }
+    }
+}
+
 TEST(SoundLimiter, KeepsTheShapeOfWhatIsTooLoud) {
     SoundLimiter limiter;
     std::vector<float> loud(480);
