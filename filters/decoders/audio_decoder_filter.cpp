@@ -203,9 +203,9 @@ bool AudioDecoderFilter::ClockIsTheRenderers() const {
         (void)filter.As(&renderer); // every object answers to this one
     }
     const ComPtr<IReferenceClock> graphs = Clock();
+    // The pointers themselves: without Get() two that are set are always equal.
     return graphs != nullptr && SUCCEEDED(graphs.As(&clock)) && SUCCEEDED(clock.As(&owner)) &&
-           owner.Get() ==
-               renderer.Get(); // compared themselves, two of them are equal as soon as both are set
+           owner.Get() == renderer.Get();
 }
 
 // In pieces that fit the buffers. When the last of it ends.

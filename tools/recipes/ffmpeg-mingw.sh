@@ -12,8 +12,26 @@ bsfs=h264_mp4toannexb,hevc_mp4toannexb,extract_extradata,aac_adtstoasc,null
 # C, and its configuration switches the vectoriser off. So that C is vectorised, for this one decoder, and compiled
 # a second time for processors with AVX2, which hevcdsp_choice.c asks for. -mstackrealign because Windows' 32-bit stacks
 # are aligned to 4 bytes, and not every function of FFmpeg that a caller reaches aligns its own; the flags are those of
-# cmake/windows_image.cmake. What it brings: docs/performance.md.
+# cmake/windows_image.cmake. Blocks that do not move are copied in lines of 4 to 128 bytes, for which the string instructions that
+# the compiler takes cost more than the copying; left alone it tunes for the first i686. What it brings: docs/performance.md.
 vectorised_hevc() {
+    cat >src/libavcodec/x86/hevcdsp_lines.h <<'END'
+#include <stddef.h>
+#include <string.h>
+static inline void *copy_line(void *to, const void *from, size_t bytes)
+{
+    char *t = to;
+    const char *f = from;
+    for (; bytes >= 16; bytes -= 16, t += 16, f += 16)
+        __builtin_memcpy(t, f, 16);
+    for (; bytes >= 4; bytes -= 4, t += 4, f += 4)
+        __builtin_memcpy(t, f, 4);
+    for (; bytes > 0; --bytes)
+        *t++ = *f++;
+    return to;
+}
+#define memcpy copy_line
+END
     cat >src/libavcodec/x86/hevcdsp_avx2.c <<'END'
 #define ff_hevc_dsp_init ff_hevc_dsp_init_avx2
 #define ff_hevc_epel_filters ff_hevc_epel_filters_avx2
@@ -36,9 +54,9 @@ END
     cat >>src/libavcodec/x86/Makefile <<'END'
 
 OBJS-$(CONFIG_HEVC_DECODER) += x86/hevcdsp_avx2.o x86/hevcdsp_choice.o
-libavcodec/hevcdsp.o: CFLAGS += -ftree-vectorize -Dff_hevc_dsp_init=ff_hevc_dsp_init_sse2
-libavcodec/x86/hevcdsp_avx2.o: CFLAGS += -ftree-vectorize -mavx2
-libavcodec/hevcpred.o: CFLAGS += -ftree-vectorize
+libavcodec/hevcdsp.o: CFLAGS += -ftree-vectorize -mtune=generic -include libavcodec/x86/hevcdsp_lines.h -Dff_hevc_dsp_init=ff_hevc_dsp_init_sse2
+libavcodec/x86/hevcdsp_avx2.o: CFLAGS += -ftree-vectorize -mtune=generic -include libavcodec/x86/hevcdsp_lines.h -mavx2
+libavcodec/hevcpred.o: CFLAGS += -ftree-vectorize -mtune=generic
 END
 }
 
