@@ -268,7 +268,6 @@ TEST(AudioDecoder, OfDualMonoTheFirstIsHeardOnBothSides) {
     EXPECT_EQ(Channel(playback.sink->Samples(), 0), Channel(playback.sink->Samples(), 1));
 }
 
-// What adds up to more than there is room for is turned down, not cut off.
 // A sound device plays by the system's time, except where it is the graph's clock itself.
 TEST(AudioDecoder, FollowsTheDeviceWhoeverHasTheClock) {
     constexpr REFERENCE_TIME kSent = 1500 * kMs;
@@ -303,6 +302,7 @@ TEST(AudioDecoder, FollowsTheDeviceWhoeverHasTheClock) {
     }
 }
 
+// What adds up to more than there is room for is turned down, not cut off.
 TEST(SoundLimiter, KeepsTheShapeOfWhatIsTooLoud) {
     SoundLimiter limiter;
     std::vector<float> loud(480);
