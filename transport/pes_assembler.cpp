@@ -112,7 +112,7 @@ bool PesAssembler::Finish() {
     if (collecting_ && !usable) {
         Abandon();
     } else if (usable && current_.bytes.size() < current_.header.total) {
-        current_.damaged = true;
+        current_.damaged = current_.cut = true;
     }
     collecting_ = false;
     return usable;
@@ -122,6 +122,7 @@ void PesAssembler::Begin() {
     current_.bytes.clear();
     current_.header = {};
     current_.damaged = std::exchange(nextDamaged_, false);
+    current_.cut = false;
     current_.randomAccess = false;
     current_.continued = false;
     collecting_ = true;
@@ -136,7 +137,7 @@ void PesAssembler::Continue() {
 
 void PesAssembler::MarkDamaged() {
     if (collecting_ && headerKnown_) {
-        current_.damaged = true;
+        current_.damaged = current_.cut = true;
     } else {
         Abandon(); // half a header is worth nothing
     }

@@ -41,6 +41,7 @@ public:
         PesHeader header;
         std::vector<std::uint8_t> bytes; // header included
         bool damaged = false;            // bytes are missing in it or before it
+        bool cut = false;                // in it
         bool randomAccess = false;       // random access indicator of its first transport packet
         bool continued = false;          // rest of a packet that was finished too early; has no header
         ByteSpan Payload() const { return ByteSpan(bytes).subspan(header.size); }
@@ -59,6 +60,9 @@ public:
     void Continue();
     // Bytes are missing here: marks the packet being assembled, or else the next.
     void MarkDamaged();
+    // What follows does not continue the packet being assembled, which may be whole: only a bounded one says
+    // where it ends.
+    void MayBeCut() { current_.cut = true; }
     // Drops the packet being assembled and what follows up to the next unit start.
     void Abandon();
     void Reset();

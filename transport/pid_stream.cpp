@@ -118,6 +118,7 @@ void PidStream::Finish() {
 }
 
 void PidStream::Break() {
+    assembler_.MayBeCut();
     Finish();
     Lose();
 }

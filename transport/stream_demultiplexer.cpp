@@ -268,6 +268,7 @@ void StreamDemultiplexer::Deliver(Stream& stream, PesAssembler::Packet&& packet,
                           .dts = placement.dts,
                           .segment = placement.segment,
                           .discontinuity = packet.damaged,
+                          .cut = packet.cut,
                           .randomAccess = !packet.continued && (packet.randomAccess ||
                                                                 IsRandomAccessPoint(stream.coding, payload)),
                           .continued = packet.continued};

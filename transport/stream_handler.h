@@ -33,6 +33,7 @@ struct StreamUnit {
     std::optional<TimeStamp> dts; // present when pts is; equal to it when the stream carries only that
     std::uint32_t segment = 0;    // time base of the stamps; another than the unit's before: the clock jumped
     bool discontinuity = false;   // bytes are missing in it or before it, or a discontinuity was announced
+    bool cut = false;             // bytes are missing in it, or may be: where it ends was not seen
     bool randomAccess = false;    // decoding can begin here (indicator in the stream, or seen in the video)
     bool continued = false;       // rest of the unit before, which was delivered too early (see EarlyUnits)
 };

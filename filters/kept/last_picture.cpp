@@ -14,8 +14,8 @@ public:
     explicit Finder(Coding coding) : coding_(coding) {}
 
     void OnUnit(const StreamUnit& unit) override {
-        const bool follows = std::exchange(secondDue_, false) && !unit.discontinuity;
-        if (!unit.discontinuity && IsRandomAccessPoint(coding_, unit.data)) {
+        const bool follows = std::exchange(secondDue_, false) && !unit.discontinuity && !unit.cut;
+        if (!unit.cut && IsRandomAccessPoint(coding_, unit.data)) {
             found_ = LastPicture{.data = {unit.data.begin(), unit.data.end()}, .first = unit.data.size()};
             secondDue_ = true;
         } else if (follows) {

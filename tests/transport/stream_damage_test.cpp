@@ -37,6 +37,7 @@ std::string Describe(const std::vector<UnitRecorder::Unit>& units, std::int64_t 
         }
         missUpTo(static_cast<int>((static_cast<std::int64_t>(u.pts->raw) - firstPts) / step));
         const bool whole = u.bytes == payload(next);
+        EXPECT_TRUE(whole || u.cut || !u.discontinuity) << "where it is cut is known";
         if (!whole || u.discontinuity) {
             text += std::to_string(next) + (u.discontinuity ? whole ? "! " : "- " : "? ");
         }

@@ -45,7 +45,7 @@ int Last(const KeptStream& kept, KeptStream::Clock::time_point now = kBegin) {
     }
     EXPECT_EQ(found->first, 2000U);
     EXPECT_EQ(found->data.size(), 4000U) << "with what came behind it";
-    return found->data[1999];
+    return found->data.at(1999);
 }
 
 std::size_t Size(const KeptStream::Snapshot& kept) {
@@ -66,10 +66,31 @@ TEST(KeptStream, FindsTheNewestPictureThatHasComeInAsAWhole) {
     kept.Append(ByteSpan(more).first(101), true, kBegin); // cut anywhere
     kept.Append(ByteSpan(more).subspan(101, cut - 101), true, kBegin);
     EXPECT_EQ(Last(kept), 8);
-    // Another feed, after a gap: the picture that the gap cut is none.
-    kept.Append(Stream(12, 13), true, kBegin);
-    kept.Append(Stream(14, 15), false, kBegin);
-    EXPECT_EQ(Last(kept), 8);
+}
+
+// The player takes nothing between two graphs, and the pictures around such a gap are cut like those around
+// lost packets.
+TEST(KeptStream, FindsNoPictureThatIsCutAndOneRightBehindTheGap) {
+    constexpr std::size_t kPicture = kPacketSize * 16; // with the null packets behind it
+    const Bytes stream = Stream(0, 24);
+    const auto piece = [&](double from, double to) { // in pictures, behind the table
+        const auto at = [](double pictures) {
+            return kPacketSize * (1 + static_cast<std::size_t>(pictures * kPicture) / kPacketSize);
+        };
+        return ByteSpan(stream).subspan(at(from), at(to) - at(from));
+    };
+    for (const bool continues : {false, true}) {
+        SCOPED_TRACE(continues ? "lost" : "not taken");
+        KeptStream kept;
+        kept.Append(piece(0, 8.3), false, kBegin);
+        EXPECT_EQ(Last(kept), 4);
+        kept.Append(piece(9.2, 11), continues, kBegin);
+        EXPECT_EQ(Last(kept), 4) << "of 8 the gap has the end";
+        kept.Append(piece(15.3, 18.9), continues, kBegin);
+        EXPECT_EQ(Last(kept), 16) << "behind the gap only the rest of another is lost";
+        kept.Append(piece(20.2, 22.9), continues, kBegin);
+        EXPECT_EQ(Last(kept), 16) << "of 20 the gap has the beginning";
+    }
 }
 
 TEST(KeptStream, EndsWithItsStreamAndItsTime) {
