@@ -102,10 +102,12 @@ HRESULT InputPin::EndFlush() {
 }
 
 HRESULT InputPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
-    return Guarded([&] {
+    const HRESULT result = Guarded([&] {
         const std::lock_guard streaming(filter_.StreamLock());
         return OnNewSegment(start, stop, rate);
     });
+    SegmentPassed();
+    return result;
 }
 
 HRESULT InputPin::GetAllocator(IMemAllocator** allocator) {

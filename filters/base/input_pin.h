@@ -46,6 +46,8 @@ protected:
     virtual HRESULT OnNewSegment(REFERENCE_TIME /*start*/, REFERENCE_TIME /*stop*/, double /*rate*/) {
         return S_OK;
     }
+    // Behind OnNewSegment. No lock held.
+    virtual void SegmentPassed() {}
     // Filter lock held; OnEndFlush has the stream lock too.
     virtual HRESULT OnBeginFlush() { return S_OK; }
     virtual HRESULT OnEndFlush() { return S_OK; }

@@ -21,9 +21,9 @@ protected:
         return owner_.output_.DeliverEndOfStream();
     }
     HRESULT OnNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
-        owner_.SegmentStarted(start, stop, rate);
         return owner_.output_.DeliverNewSegment(start, stop, rate);
     }
+    void SegmentPassed() override { owner_.SegmentPassed(); }
     HRESULT OnBeginFlush() override { return owner_.output_.DeliverBeginFlush(); }
     HRESULT OnEndFlush() override {
         owner_.FlushDone();

@@ -46,7 +46,8 @@ protected:
     virtual void Drain() {}
     // Forget everything held back.
     virtual void FlushDone() {}
-    virtual void SegmentStarted(REFERENCE_TIME /*start*/, REFERENCE_TIME /*stop*/, double /*rate*/) {}
+    // A new segment has been passed on. No lock held.
+    virtual void SegmentPassed() {}
 
 private:
     class TransformInput;

@@ -77,17 +77,29 @@ HRESULT VideoDecoderFilter::Starting() {
 
 void VideoDecoderFilter::Running(REFERENCE_TIME /*start*/) {
     begun_ = std::chrono::steady_clock::now();
-    // Not to be waited for: who holds it is bringing the first picture already.
-    const std::unique_lock streaming(StreamLock(), std::try_to_lock);
-    if (streaming.owns_lock()) {
-        (void)Guarded([&] { // without memory the first picture takes longer, no more
-            pictures_.WarmUp();
-            return S_OK;
-        });
+    firstDue_ = true;
+    BringFirst();
+}
+
+// The stream lock is not to be waited for: a picture may hold it until the renderer runs. Whoever has it
+// either brings a picture already, and the still before it, or passes on the segment and comes here behind it.
+void VideoDecoderFilter::BringFirst() {
+    while (firstDue_) {
+        const std::unique_lock streaming(StreamLock(), std::try_to_lock);
+        if (!streaming.owns_lock()) {
+            return;
+        }
+        if (firstDue_.exchange(false)) {
+            (void)Guarded([&] { // without memory the first picture takes longer, no more
+                pictures_.WarmUp();
+                return S_OK;
+            });
+        }
     }
 }
 
 void VideoDecoderFilter::Stopped() {
+    firstDue_ = false;
     pictures_.Stop();
     if (decoder_ != nullptr) {
         decoder_->Flush();

@@ -42,6 +42,7 @@ protected:
     HRESULT Starting() override;
     void Running(REFERENCE_TIME start) override;
     void Stopped() override;
+    void SegmentPassed() override { BringFirst(); }
     HRESULT Transform(IMediaSample* sample) override;
     void Drain() override;
     void FlushDone() override;
@@ -49,11 +50,14 @@ protected:
 private:
     ~VideoDecoderFilter() override = default;
 
+    void BringFirst();
+
     PictureOutput pictures_;
     std::unique_ptr<VideoDecoder> decoder_; // for coding_; gives its pictures to pictures_
     Coding coding_ = Coding::kOther;
     PictureOutput::Size firstSize_ = PictureOutput::kLargest;    // of the connection that is tried
     std::atomic<std::chrono::steady_clock::time_point> begun_{}; // to run, or anew after a flush
+    std::atomic<bool> firstDue_ = false; // runs, and the renderer has not been given its first picture yet
 };
 
 } // namespace vistrame

@@ -146,6 +146,7 @@ protected:
     }
     HRESULT OnEndOfStream() override { return Count(owner_.record_.ends); }
     HRESULT OnNewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override {
+        owner_.atSegment();
         return Count(owner_.record_.segments);
     }
     HRESULT OnBeginFlush() override {

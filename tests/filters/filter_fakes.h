@@ -74,6 +74,7 @@ public:
 
     // Set before connecting.
     std::function<HRESULT(const MediaType&)> check = [](const MediaType&) { return S_OK; };
+    std::function<void()> atSegment = [] {}; // as a new one comes in
     std::vector<MediaType> offered;
     bool reconnects = true; // while running
     bool readsInPlace = false;

@@ -14,15 +14,17 @@ constexpr ULONG kVideoPid = 0x100, kAudioPid = 0x101; // as FFmpeg numbers them
 
 using Size = std::pair<int, int>;
 
+void KeepAStream() {
+    KeptStreamOfProcess().Forget();
+    const CoInitialized com;
+    const auto feed = MakeObject<FeedFilter>(); // of an earlier graph
+    Broadcast().Send(*feed.Get(), 1500);
+}
+
 } // namespace
 
 TEST(KeptPicture, ANewGraphShowsItBeforeAnyData) {
-    KeptStreamOfProcess().Forget();
-    {
-        const CoInitialized com;
-        const auto feed = MakeObject<FeedFilter>(); // of the earlier graph, taken down by now
-        Broadcast().Send(*feed.Get(), 1500);
-    }
+    KeepAStream();
     PlayingGraph play; // selects the programme
     play.graph.Run();
     EXPECT_TRUE(WaitUntil([&] { return play.pictures->Count() >= 1; }));
@@ -34,6 +36,25 @@ TEST(KeptPicture, ANewGraphShowsItBeforeAnyData) {
     Broadcast later;
     later.Send(*play.feed, 1500);
     EXPECT_TRUE(WaitUntil([&] { return play.pictures->timed > 10; }));
+    play.graph.Stop();
+}
+
+// The segment goes ahead of everything, and a renderer may still have it when the graph runs.
+TEST(KeptPicture, IsShownAsSoonAsTheSegmentHasPassed) {
+    KeepAStream();
+    PlayingGraph play;
+    std::atomic<bool> underWay = false, runs = false;
+    play.pictures->atSegment = [&] {
+        underWay = true;
+        EXPECT_TRUE(WaitUntil([&] { return runs.load(); }));
+    };
+    play.graph.Pause();
+    EXPECT_TRUE(WaitUntil([&] { return underWay.load(); }));
+    play.graph.Run();
+    EXPECT_EQ(play.pictures->Count(), 0U);
+    runs = true;
+    EXPECT_TRUE(play.pictures->Await(1));
+    EXPECT_EQ(play.pictures->firstWidth, 720) << "not black";
     play.graph.Stop();
 }
 
