@@ -81,12 +81,12 @@ std::vector<double> Delays(const ProgrammeRun& run, double begin, double end, in
 
 // How the sound's distance from the picture moved: at once, and all the rest of it.
 struct Movement {
-    int steps = 0;
+    std::string steps;  // when each came and how far it went
     double stepped = 0; // seconds, all steps together
     double drifted = 0;
 };
 
-Movement FindMovement(std::span<const LipSync> pairs) {
+Movement FindMovement(std::span<const LipSync> pairs, double begin) {
     Movement movement;
     std::vector<double> part;
     double before = std::nan("");
@@ -98,9 +98,14 @@ Movement FindMovement(std::span<const LipSync> pairs) {
         std::ranges::sort(part);
         const double middle = part[part.size() / 2];
         const double moved = std::isnan(before) ? 0 : middle - before;
-        const bool step = std::abs(moved) > kStep;
-        movement.steps += step ? 1 : 0;
-        (step ? movement.stepped : movement.drifted) += moved;
+        if (std::abs(moved) > kStep) {
+            char step[40];
+            std::snprintf(step, sizeof step, " %+.0f at %.0f s", moved * 1000, pairs[i].time - begin);
+            movement.steps += step;
+            movement.stepped += moved;
+        } else {
+            movement.drifted += moved;
+        }
         before = middle;
         part.clear();
     }
@@ -125,7 +130,7 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
         std::printf("%+d ppm: WRONG: %s\n", row.ppm, run.failure.c_str());
         return false;
     }
-    const Movement movement = FindMovement(pairs);
+    const Movement movement = FindMovement(pairs, begin);
     std::ranges::sort(late);
     const auto [least, most] = std::ranges::minmax(delays);
     const Silence silence = FindSilence(run.sound.Cut(begin, end), kLongestGap);
@@ -134,10 +139,11 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
                        most - least <= kPicture && silence.gaps == 0;
     std::printf(
         "%+d ppm, %s, clock %s, %.0f s: sound %.0f to %.0f ms behind the picture, middle %.0f, of %zu, moved "
-        "%.0f ms in %d steps and %.0f ms without; delay moved by %.0f ms; silences %d, longest picture %.0f "
+        "%.0f ms in steps (%s ) and %.0f ms without; delay moved by %.0f ms; silences %d, longest picture "
+        "%.0f "
         "ms, lost %d; %s\n",
         row.ppm, row.korvix, row.clock, row.seconds, late.front() * 1000, late.back() * 1000,
-        late[late.size() / 2] * 1000, late.size(), movement.stepped * 1000, movement.steps,
+        late[late.size() / 2] * 1000, late.size(), movement.stepped * 1000, movement.steps.c_str(),
         movement.drifted * 1000, (most - least) * 1000, silence.gaps, shown.longestHold * 1000, shown.lost,
         right ? "ok" : "WRONG");
     std::fflush(stdout);
