@@ -82,7 +82,7 @@ void VideoDecoderFilter::Running(REFERENCE_TIME /*start*/) {
 }
 
 // The stream lock is not to be waited for: a picture may hold it until the renderer runs. Whoever has it
-// either brings a picture already, and the still before it, or passes on the segment and comes here behind it.
+// either brings a picture, and the still before it, or passes on the segment and comes here behind it.
 void VideoDecoderFilter::BringFirst() {
     while (firstDue_) {
         const std::unique_lock streaming(StreamLock(), std::try_to_lock);
