@@ -8,6 +8,7 @@
 #include <iterator>
 #include <optional>
 #include <sstream>
+#include <string_view>
 
 #include "tests/support/watch/screen_watch.h"
 
@@ -52,8 +53,8 @@ std::optional<ProcessWatch::Look> LookAt(const fs::path& process) {
 double Memory(const fs::path& process) {
     std::istringstream lines(Text(process / "smaps_rollup"));
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("Pss:")) {
-            return std::strtod(line.c_str() + 4, nullptr) / 1024;
+        if (constexpr std::string_view kOwn = "Anonymous:"; line.starts_with(kOwn)) {
+            return std::strtod(line.c_str() + kOwn.size(), nullptr) / 1024;
         }
     }
     return 0;

@@ -18,7 +18,7 @@ public:
         int threads;
         int files;        // descriptors: mapped files, sockets, shared memory
         double addresses; // megabytes of address space
-        double memory;    // megabytes: its own, and of what is shared a fair share; to a second
+        double memory;    // megabytes, private: a share of files would depend on who else runs; to a second
     };
 
     explicit ProcessWatch(std::string program = "vistrame.exe");
