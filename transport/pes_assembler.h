@@ -41,7 +41,7 @@ public:
         PesHeader header;
         std::vector<std::uint8_t> bytes; // header included
         bool damaged = false;            // bytes are missing in it or before it
-        bool cut = false;                // in it
+        bool cut = false;                // in it, or may be (see MayBeCut)
         bool randomAccess = false;       // random access indicator of its first transport packet
         bool continued = false;          // rest of a packet that was finished too early; has no header
         ByteSpan Payload() const { return ByteSpan(bytes).subspan(header.size); }

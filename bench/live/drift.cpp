@@ -140,8 +140,7 @@ bool RunRow(const Paths& where, SoundWatch& sound, const Row& row) {
     std::printf(
         "%+d ppm, %s, clock %s, %.0f s: sound %.0f to %.0f ms behind the picture, middle %.0f, of %zu, moved "
         "%.0f ms in steps (%s ) and %.0f ms without; delay moved by %.0f ms; silences %d, longest picture "
-        "%.0f "
-        "ms, lost %d; %s\n",
+        "%.0f ms, lost %d; %s\n",
         row.ppm, row.korvix, row.clock, row.seconds, late.front() * 1000, late.back() * 1000,
         late[late.size() / 2] * 1000, late.size(), movement.stepped * 1000, movement.steps.c_str(),
         movement.drifted * 1000, (most - least) * 1000, silence.gaps, shown.longestHold * 1000, shown.lost,

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
 #include <limits>
 #include <string>
@@ -174,8 +174,8 @@ bool Soak(const Row& row, const Paths& where, const std::string& folder, double 
         wrong += line.text.starts_with("player box") ? ", a box" : "";
     }
     const std::string title = std::string(row.name) + ", " + std::to_string(changes.size()) + " changes";
-    std::error_code exists; // what cannot be made cannot be written to either
-    std::filesystem::create_directories(folder, exists);
+    std::error_code failed; // then nothing can be written to it either
+    std::filesystem::create_directories(folder, failed);
     if (!WriteCourse(folder + "/" + row.name, title, changes)) {
         wrong += ", no files in " + folder;
     }

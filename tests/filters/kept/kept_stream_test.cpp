@@ -71,11 +71,11 @@ TEST(KeptStream, FindsTheNewestPictureThatHasComeInAsAWhole) {
 // The player takes nothing between two graphs, and the pictures around such a gap are cut like those around
 // lost packets.
 TEST(KeptStream, FindsNoPictureThatIsCutAndOneRightBehindTheGap) {
-    constexpr std::size_t kPicture = kPacketSize * 16; // with the null packets behind it
+    constexpr double kPackets = 16; // of a picture, with the null packets behind it
     const Bytes stream = Stream(0, 24);
     const auto piece = [&](double from, double to) { // in pictures, behind the table
         const auto at = [](double pictures) {
-            return kPacketSize * (1 + static_cast<std::size_t>(pictures * kPicture) / kPacketSize);
+            return kPacketSize * (1 + static_cast<std::size_t>(pictures * kPackets));
         };
         return ByteSpan(stream).subspan(at(from), at(to) - at(from));
     };
